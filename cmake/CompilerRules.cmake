@@ -1,0 +1,19 @@
+# The rules every file here is compiled under.
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+if(ZK_SANITIZE)
+  add_compile_options(-fsanitize=${ZK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZK_SANITIZE})
+endif()
+
+if(ZK_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
+
+if(ZK_FUZZ)
+  # Coverage feedback for the fuzzer in every library; only the fuzz targets get its main().
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,11 @@
+# zk_subsystem(<name> LINKS <target>...)
+#
+# One static library per top folder. Its include root is its own folder, and it sees the folders of what it links and
+# no others: an include that runs upwards does not compile.
+function(zk_subsystem name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LINKS")
+  add_library(zk_${name} STATIC)
+  add_library(zk::${name} ALIAS zk_${name})
+  target_include_directories(zk_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(zk_${name} PUBLIC ${ARG_LINKS})
+endfunction()

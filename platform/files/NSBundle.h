@@ -1,0 +1,49 @@
+#pragma once
+
+#include "objects/NSDictionary.h"
+#include "objects/NSURL.h"
+
+namespace zk {
+
+/// A folder that holds an application or another piece of software: one with a property list in the regular file
+/// Contents/Info.plist, else Resources/Info.plist, else Info.plist. Any other folder is a bundle without an identifier.
+class NSBundle final : public NSObject {
+ public:
+  /// The bundle at `url`, links followed; absent when no folder is there.
+  static Ref<NSBundle> bundleWithURL(const Ref<NSURL>& url);
+
+  /// The nearest folder above the file at `path` that holds an Info.plist and is not itself only the inside of a bundle
+  /// (a folder called Contents or Resources); absent when there is none.
+  static Ref<NSBundle> bundleAroundExecutable(const Ref<NSString>& path);
+
+  /// The bundle around the running program, else the folder that the program lies in.
+  static Ref<NSBundle> mainBundle();
+
+  const Ref<NSURL>& bundleURL() const { return bundleURL_; }
+  /// The text under CFBundleIdentifier in the Info.plist; absent when there is none.
+  Ref<NSString> bundleIdentifier() const;
+  /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>, where
+  /// the name is the text under CFBundleExecutable or else the bundle's own without its extension. Absent for a name that
+  /// leads out of the bundle. The file need not exist.
+  Ref<NSString> executablePath() const;
+
+  /// The translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that LANGUAGE,
+  /// LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty or absent.
+  /// errno stays as it was.
+  /// @param table the name of the table; absent means Localizable
+  Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
+                                      const Ref<NSString>& table) const;
+
+  explicit NSBundle(Ref<NSURL> bundleURL);
+
+ private:
+  enum class Layout { contents, resources, flat, none };
+
+  Ref<NSString> infoText(const Ref<NSString>& key) const;
+
+  Ref<NSURL> bundleURL_;
+  Layout layout_;
+  Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
+};
+
+}  // namespace zk

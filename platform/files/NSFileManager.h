@@ -1,0 +1,90 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "objects/NSError.h"
+#include "objects/NSURL.h"
+
+namespace zk {
+
+class NSFileManager;
+class NSDirectoryEnumerator;
+
+/// What a file manager asks of its delegate while it copies. Not owned by the file manager.
+class NSFileManagerDelegate {
+ public:
+  virtual ~NSFileManagerDelegate() = default;
+
+  /// `fileManager:shouldCopyItemAtURL:toURL:`: asked before each item of a copy, the top item first. False leaves the
+  /// item, and all that it holds, out of the copy.
+  virtual bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL,
+                           const Ref<NSURL>& toURL) = 0;
+
+  /// `fileManager:shouldProceedAfterError:copyingItemAtURL:toURL:`: asked when an item could not be copied. False stops
+  /// the copy, which then has failed; true goes on with the next item as if nothing had happened.
+  virtual bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
+                           const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) = 0;
+};
+
+/// Directory for URLForDirectory: a new temporary folder on the volume of the item that is to be replaced.
+inline constexpr unsigned long NSItemReplacementDirectory = 99;
+inline constexpr unsigned long NSUserDomainMask = 1;
+
+/// Option of an enumeration: packages are yielded but not entered.
+inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2;
+
+/// Copies, removes and finds items on disk. Errors are reported in NSPOSIXErrorDomain, with codes of the macOS
+/// numbering, into an optional place.
+class NSFileManager : public NSObject {
+ public:
+  NSFileManager() = default;
+
+  /// The process's shared file manager, which has no delegate.
+  static Ref<NSFileManager> defaultManager();
+
+  /// A file manager of the caller's own, for temporary use; absent when none can be made.
+  static Ref<NSFileManager> fileManager();
+
+  /// Asked about every later copy; null for none. Must outlive this object's copies.
+  void setDelegate(NSFileManagerDelegate* delegate) { delegate_ = delegate; }
+
+  /// Whether an item exists at `path`, links followed. `isDirectory`, when given, is written if it exists.
+  virtual bool fileExistsAtPath(const Ref<NSString>& path, bool* isDirectory = nullptr);
+
+  /// All items below a folder: depth first, each folder's entries by the bytes of their names, a folder before what it
+  /// holds; hidden ones too. Links are yielded, never entered; a folder that cannot be read is yielded and passed over.
+  /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference here
+  /// @param options 0 or NSDirectoryEnumerationSkipsPackageDescendants
+  /// @param errorHandler must be empty: the default, to go on after an error, is the only one there is
+  /// @return absent when the folder cannot be read.
+  virtual Ref<NSDirectoryEnumerator> enumeratorAtURL(const Ref<NSURL>& url,
+                                                     const std::vector<Ref<NSString>>& includingPropertiesForKeys,
+                                                     unsigned long options, std::nullptr_t errorHandler = nullptr);
+
+  /// `URLForDirectory:inDomain:appropriateForURL:create:error:`, for NSItemReplacementDirectory in NSUserDomainMask with
+  /// `create` only: makes a new, empty folder (mode 0700, hidden, its name unguessable) beside the item at
+  /// `appropriateForURL`. Absent on failure.
+  virtual Ref<NSURL> URLForDirectory(unsigned long directory, unsigned long inDomain,
+                                     const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error = nullptr);
+
+  /// Copies the item at `url`, a whole tree when it is a folder, so that it stands at `toURL` and is on the disk. The
+  /// delegate is asked before each item. False when the copy stopped at an error; what was written stays.
+  virtual bool copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error = nullptr);
+
+  /// Removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A folder that its owner may not
+  /// write to is made writable first. False at the first thing that cannot be removed, and when nothing is there.
+  virtual bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error = nullptr);
+
+ private:
+  NSFileManagerDelegate* delegate_ = nullptr;
+};
+
+/// A walk over the items below a folder; see NSFileManager::enumeratorAtURL.
+class NSDirectoryEnumerator : public NSObject {
+ public:
+  /// The next item, or absent at the end.
+  virtual Ref<NSURL> nextObject() = 0;
+};
+
+}  // namespace zk

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <vector>
+
+#include "objects/NSObject.h"
+#include "objects/NSString.h"
+
+namespace zk {
+
+/// A dictionary from texts to objects, none of them absent. Its entries stand in the order of their keys' bytes: a
+/// look-up is a binary search, whose cost no choice of keys can spoil.
+class NSDictionary : public NSObject {
+ public:
+  struct Entry {
+    Ref<NSString> key;
+    Ref<NSObject> object;
+  };
+
+  NSDictionary() = default;
+
+  /// A dictionary of `entries`, in any order; of a key given twice the last wins.
+  static Ref<NSDictionary> dictionaryWithEntries(std::vector<Entry> entries);
+
+  /// The object under `key`, or absent.
+  Ref<NSObject> objectForKey(const Ref<NSString>& key) const;
+
+  const std::vector<Entry>& entries() const { return entries_; }
+  std::size_t count() const { return entries_.size(); }
+
+  bool isEqual(const Ref<NSObject>& object) const override;
+  std::size_t hash() const override { return entries_.size(); }
+
+ protected:
+  std::vector<Entry> entries_;
+};
+
+/// A dictionary that entries can be added to.
+class NSMutableDictionary final : public NSDictionary {
+ public:
+  /// An empty dictionary with room for `capacity` entries, or absent when there is no memory for it.
+  static Ref<NSMutableDictionary> dictionaryWithCapacity(std::size_t capacity);
+
+  /// Puts `object` under `key`, in place of what stood there.
+  void setObject(const Ref<NSObject>& object, const Ref<NSString>& forKey);
+};
+
+/// The object as a dictionary, or absent when it is absent or no dictionary.
+Ref<NSDictionary> asDictionary(const Ref<NSObject>& object);
+
+}  // namespace zk

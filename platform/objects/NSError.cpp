@@ -1,0 +1,29 @@
+#include "objects/NSError.h"
+
+#include <functional>
+
+namespace zk {
+
+const Ref<NSString> NSPOSIXErrorDomain = "NSPOSIXErrorDomain"_ns;
+const Ref<NSString> NSOSStatusErrorDomain = "NSOSStatusErrorDomain"_ns;
+const Ref<NSString> NSLocalizedDescriptionKey = "NSLocalizedDescription"_ns;
+const Ref<NSString> NSLocalizedFailureReasonErrorKey = "NSLocalizedFailureReason"_ns;
+const Ref<NSString> NSFilePathErrorKey = "NSFilePath"_ns;
+const Ref<NSString> NSURLErrorKey = "NSURL"_ns;
+
+NSError::NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo)
+    : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}
+
+Ref<NSError> NSError::errorWithDomain(const Ref<NSString>& domain, long code, const Ref<NSDictionary>& userInfo) {
+  return std::make_shared<NSError>(domain, code, userInfo ? userInfo : std::make_shared<NSDictionary>());
+}
+
+bool NSError::isEqual(const Ref<NSObject>& object) const {
+  const auto other = dynamic_cast<const NSError*>(object.get());
+  return other != nullptr && other->code_ == code_ && areEqual(other->domain_, domain_) &&
+         areEqual(other->userInfo_, userInfo_);
+}
+
+std::size_t NSError::hash() const { return std::hash<long>()(code_); }
+
+}  // namespace zk

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <variant>
+
+#include "objects/NSObject.h"
+
+namespace zk {
+
+/// An immutable number object: a boolean, a signed or unsigned 64-bit integer, or a double.
+class NSNumber : public NSObject {
+ public:
+  using Value = std::variant<bool, std::int64_t, std::uint64_t, double>;
+
+  explicit NSNumber(Value value) : value_(value) {}
+
+  static Ref<NSNumber> numberWithBool(bool value);
+  static Ref<NSNumber> numberWithInt(std::int32_t value);
+  static Ref<NSNumber> numberWithLongLong(std::int64_t value);
+  static Ref<NSNumber> numberWithUnsignedLongLong(std::uint64_t value);
+  static Ref<NSNumber> numberWithDouble(double value);
+
+  const Value& value() const { return value_; }
+  bool isBoolean() const { return std::holds_alternative<bool>(value_); }
+  bool isReal() const { return std::holds_alternative<double>(value_); }
+  /// Neither a boolean nor a real.
+  bool isInteger() const { return !isBoolean() && !isReal(); }
+
+  bool boolValue() const;
+  /// The low 32 bits of longLongValue().
+  std::int32_t intValue() const;
+  /// Integers by their two's complement; a real towards zero, not-a-number as 0, out of range as the nearer end.
+  std::int64_t longLongValue() const;
+  double doubleValue() const;
+  /// Integers by their two's complement; a real towards zero, not-a-number as 0, out of range as the nearer end.
+  /// Never nothing.
+  std::optional<std::uint64_t> unsignedLongLongValue() const override;
+
+  /// Numbers are equal by value, whatever they are held as: 1, 1.0 and true are equal.
+  bool isEqual(const Ref<NSObject>& object) const override;
+  std::size_t hash() const override;
+  Ref<NSString> description() const override;
+
+ private:
+  Value value_;
+};
+
+/// The object as a number, or absent when it is absent or no number.
+Ref<NSNumber> asNumber(const Ref<NSObject>& object);
+
+}  // namespace zk

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "objects/NSObject.h"
+
+namespace zk {
+
+class NSCharacterSet;
+
+/// A stretch of a text or of data: where it begins and how long it is, in bytes.
+struct NSRange {
+  std::size_t location;
+  std::size_t length;
+};
+
+/// An immutable text, held as UTF-8. Its units, for lengths and positions, are bytes. Bytes that came from a path or an
+/// argument and are not UTF-8 are kept as they stand. A zero byte may stand inside.
+class NSString final : public NSObject {
+ public:
+  explicit NSString(std::string bytes) : bytes_(std::move(bytes)) {}
+
+  /// A text of the bytes before the terminating zero; absent for a null pointer.
+  static Ref<NSString> stringWithUTF8String(const char* bytes);
+  static Ref<NSString> stringWithBytes(std::string_view bytes);
+
+  const char* UTF8String() const { return bytes_.c_str(); }
+  const std::string& bytes() const { return bytes_; }
+  std::size_t length() const { return bytes_.size(); }
+
+  /// The bytes under which the operating system's file calls know this text.
+  std::string fileSystemRepresentation() const;
+
+  char characterAtIndex(std::size_t index) const { return bytes_[index]; }
+  /// The rest from `index`; the empty text when `index` is at or beyond the end.
+  Ref<NSString> substringFromIndex(std::size_t index) const;
+  /// The part in `range`, cut to what the text holds.
+  Ref<NSString> substringWithRange(NSRange range) const;
+  /// The text without the characters of `set` (by whole code points) at its two ends.
+  Ref<NSString> stringByTrimmingCharactersInSet(const NSCharacterSet& set) const;
+
+  bool isEqual(const Ref<NSObject>& object) const override;
+  std::size_t hash() const override;
+  Ref<NSString> description() const override;
+
+ private:
+  std::string bytes_;
+};
+
+/// The length of a text in bytes; 0 for an absent one.
+inline std::size_t length(const Ref<NSString>& text) { return text ? text->length() : 0; }
+
+/// The object as a text, or absent when it is absent or no text.
+Ref<NSString> asString(const Ref<NSObject>& object);
+
+inline namespace literals {
+/// A text literal: "pid"_ns.
+inline Ref<NSString> operator""_ns(const char* bytes, std::size_t count) {
+  return NSString::stringWithBytes(std::string_view(bytes, count));
+}
+}  // namespace literals
+
+}  // namespace zk

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "objects/NSURL.h"
+
+namespace zk::test {
+
+/// A new folder of its own, removed with all that it holds when the object ends.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
+  Ref<NSURL> url() const;
+  Ref<NSURL> url(std::string_view name) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Writes a file, making the folders above it.
+void writeFile(const std::filesystem::path& path, std::string_view content);
+/// The content of a file; a failed expectation and "" when it cannot be read.
+std::string readFile(const std::filesystem::path& path);
+
+}  // namespace zk::test
