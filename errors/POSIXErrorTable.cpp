@@ -11,8 +11,8 @@ struct Row {
   const char* description;
 };
 
-/// Row n - 1 is error number n of the macOS numbering. What looks untidy is meant so and reaches the error objects: three
-/// descriptions begin with a space, two are "Reserved", and the last one is empty.
+/// Row n - 1 is error number n of the macOS numbering. What looks untidy is meant so and reaches the error objects:
+/// three descriptions begin with a space, two are "Reserved", and the last one is empty.
 constexpr std::array<Row, 105> kRows = {{
     {"EPERM", "Operation not permitted"},
     {"ENOENT", "No such file or directory"},
@@ -125,7 +125,7 @@ constexpr Row kNoRow = {"", ""};
 
 constexpr const Row& rowFor(std::int32_t number) {
   return number >= 1 && number <= static_cast<std::int32_t>(kRows.size()) ? kRows[static_cast<std::size_t>(number - 1)]
-                                                                           : kNoRow;
+                                                                          : kNoRow;
 }
 
 }  // namespace

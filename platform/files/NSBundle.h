@@ -1,9 +1,14 @@
 #pragma once
 
+#include <map>
+#include <string>
+
 #include "objects/NSDictionary.h"
 #include "objects/NSURL.h"
 
 namespace zk {
+
+struct BundleLayout;
 
 /// A folder that holds an application or another piece of software: one with a property list in the regular file
 /// Contents/Info.plist, else Resources/Info.plist, else Info.plist. Any other folder is a bundle without an identifier.
@@ -29,7 +34,7 @@ class NSBundle final : public NSObject {
 
   /// The translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that LANGUAGE,
   /// LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty or absent.
-  /// errno stays as it was.
+  /// errno stays as it was. The files of a table are read once, when the table is first asked for.
   /// @param table the name of the table; absent means Localizable
   Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                       const Ref<NSString>& table) const;
@@ -37,13 +42,13 @@ class NSBundle final : public NSObject {
   explicit NSBundle(Ref<NSURL> bundleURL);
 
  private:
-  enum class Layout { contents, resources, flat, none };
-
   Ref<NSString> infoText(const Ref<NSString>& key) const;
+  const Ref<NSDictionary>& translations(const std::string& table) const;
 
   Ref<NSURL> bundleURL_;
-  Layout layout_;
+  const BundleLayout& layout_;
   Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
+  mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };
 
 }  // namespace zk

@@ -54,7 +54,8 @@ class NSFileManager : public NSObject {
 
   /// All items below a folder: depth first, each folder's entries by the bytes of their names, a folder before what it
   /// holds; hidden ones too. Links are yielded, never entered; a folder that cannot be read is yielded and passed over.
-  /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference here
+  /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference
+  /// here
   /// @param options 0 or NSDirectoryEnumerationSkipsPackageDescendants
   /// @param errorHandler must be empty: the default, to go on after an error, is the only one there is
   /// @return absent when the folder cannot be read.
@@ -62,8 +63,8 @@ class NSFileManager : public NSObject {
                                                      const std::vector<Ref<NSString>>& includingPropertiesForKeys,
                                                      unsigned long options, std::nullptr_t errorHandler = nullptr);
 
-  /// `URLForDirectory:inDomain:appropriateForURL:create:error:`, for NSItemReplacementDirectory in NSUserDomainMask with
-  /// `create` only: makes a new, empty folder (mode 0700, hidden, its name unguessable) beside the item at
+  /// `URLForDirectory:inDomain:appropriateForURL:create:error:`, for NSItemReplacementDirectory in NSUserDomainMask
+  /// with `create` only: makes a new, empty folder (mode 0700, hidden, its name unguessable) beside the item at
   /// `appropriateForURL`. Absent on failure.
   virtual Ref<NSURL> URLForDirectory(unsigned long directory, unsigned long inDomain,
                                      const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error = nullptr);
@@ -77,7 +78,12 @@ class NSFileManager : public NSObject {
   virtual bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error = nullptr);
 
  private:
+  friend class TreeCopy;
+  struct PendingItem;
+  class PendingScope;
+
   NSFileManagerDelegate* delegate_ = nullptr;
+  const PendingItem* pendingItem_ = nullptr;  ///< what the delegate is being asked about; null when it is not asked
 };
 
 /// A walk over the items below a folder; see NSFileManager::enumeratorAtURL.

@@ -11,8 +11,8 @@ namespace zk {
 namespace {
 
 constexpr std::array<std::string_view, 16> kPackageExtensions = {
-    "app",         "bundle",     "plugin", "component", "kext",   "prefpane", "appex", "xpc",
-    "qlgenerator", "mdimporter", "saver",  "service",   "wdgt",   "rtfd",     "pkg",   "mpkg"};
+    "app",         "bundle",     "plugin", "component", "kext", "prefpane", "appex", "xpc",
+    "qlgenerator", "mdimporter", "saver",  "service",   "wdgt", "rtfd",     "pkg",   "mpkg"};
 
 char lowerCase(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
 

@@ -10,8 +10,8 @@ Ref<NSArray> NSArray::arrayWithObjects(std::vector<Ref<NSObject>> objects) {
 
 bool NSArray::isEqual(const Ref<NSObject>& object) const {
   const auto other = dynamic_cast<const NSArray*>(object.get());
-  return other != nullptr && std::equal(objects_.begin(), objects_.end(), other->objects_.begin(),
-                                        other->objects_.end(), &areEqual);
+  return other != nullptr &&
+         std::equal(objects_.begin(), objects_.end(), other->objects_.begin(), other->objects_.end(), &areEqual);
 }
 
 Ref<NSArray> asArray(const Ref<NSObject>& object) { return std::dynamic_pointer_cast<NSArray>(object); }

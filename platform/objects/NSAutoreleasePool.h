@@ -7,8 +7,8 @@
 namespace zk {
 
 /// A scope of temporarily owned objects. Operations that hand out an object whose end can be seen from outside (the
-/// updater, a semaphore, a file manager) leave a reference in the innermost open scope of the thread, so that the object
-/// lives until that scope closes. Scopes close in the reverse of the order in which they were opened.
+/// updater, a semaphore, a file manager) leave a reference in the innermost open scope of the thread, so that the
+/// object lives until that scope closes. Scopes close in the reverse of the order in which they were opened.
 class NSAutoreleasePool {
  public:
   NSAutoreleasePool();

@@ -24,8 +24,8 @@ class NSData final : public NSObject {
   /// not waited for), cannot be read, or is larger than kLargestFileReadWhole.
   static Ref<NSData> dataWithContentsOfURL(const Ref<NSURL>& url);
 
-  /// Writes the bytes to the file at `url`, mode 0666 less the umask. With `atomically` a reader sees the old whole file
-  /// or the new one, and a failure leaves the old one and nothing else; without, the file is emptied and written.
+  /// Writes the bytes to the file at `url`, mode 0666 less the umask. With `atomically` a reader sees the old whole
+  /// file or the new one, and a failure leaves the old one and nothing else; without, the file is emptied and written.
   /// False on any failure.
   bool writeToURL(const Ref<NSURL>& url, bool atomically) const;
 

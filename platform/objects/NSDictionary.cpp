@@ -25,9 +25,8 @@ bool areEntriesEqual(const NSDictionary::Entry& left, const NSDictionary::Entry&
 Ref<NSDictionary> NSDictionary::dictionaryWithEntries(std::vector<Entry> entries) {
   std::stable_sort(entries.begin(), entries.end(), hasSmallerKey);
   // Of equal keys the last is kept: unique() keeps the first of each run, so it runs from the back.
-  const auto firstKept =
-      std::unique(entries.rbegin(), entries.rend(),
-                  [](const Entry& left, const Entry& right) { return holdsKey(left, right.key); });
+  const auto firstKept = std::unique(entries.rbegin(), entries.rend(),
+                                     [](const Entry& left, const Entry& right) { return holdsKey(left, right.key); });
   entries.erase(entries.begin(), firstKept.base());
 
   auto dictionary = std::make_shared<NSDictionary>();
@@ -43,8 +42,8 @@ Ref<NSObject> NSDictionary::objectForKey(const Ref<NSString>& key) const {
 
 bool NSDictionary::isEqual(const Ref<NSObject>& object) const {
   const auto other = dynamic_cast<const NSDictionary*>(object.get());
-  return other != nullptr && std::equal(entries_.begin(), entries_.end(), other->entries_.begin(),
-                                        other->entries_.end(), areEntriesEqual);
+  return other != nullptr &&
+         std::equal(entries_.begin(), entries_.end(), other->entries_.begin(), other->entries_.end(), areEntriesEqual);
 }
 
 Ref<NSMutableDictionary> NSMutableDictionary::dictionaryWithCapacity(std::size_t capacity) {

@@ -6,9 +6,7 @@ const Ref<NSString> NSURLIsPackageKey = "NSURLIsPackageKey"_ns;
 
 NSURL::NSURL(std::string path) : path_(std::make_shared<NSString>(std::move(path))) {}
 
-Ref<NSString> NSURL::lastPathComponent() const {
-  return path_->substringFromIndex(path_->bytes().rfind('/') + 1);
-}
+Ref<NSString> NSURL::lastPathComponent() const { return path_->substringFromIndex(path_->bytes().rfind('/') + 1); }
 
 Ref<NSURL> NSURL::URLByAppendingPathComponent(const Ref<NSString>& component) const {
   const std::string& folder = path_->bytes();

@@ -45,7 +45,8 @@ bool replaceFile(const std::string& path, std::string_view bytes) {
   const std::string temporary = temporaryNameBeside(path);
   FileDescriptor descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
   if (!descriptor.isOpen()) return false;
-  const bool isReplaced = writeAllAndClose(std::move(descriptor), bytes) && ::rename(temporary.c_str(), path.c_str()) == 0;
+  const bool isReplaced =
+      writeAllAndClose(std::move(descriptor), bytes) && ::rename(temporary.c_str(), path.c_str()) == 0;
   if (!isReplaced) ::unlink(temporary.c_str());
   return isReplaced;
 }

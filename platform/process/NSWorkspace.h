@@ -29,11 +29,11 @@ class NSWorkspace {
  public:
   static NSWorkspace& sharedWorkspace();
 
-  /// `launchApplicationAtURL:options:configuration:error:`: starts the program of the bundle at `url` as a new, detached
-  /// instance. Every launch here is one of a new instance, is not waited for, and enters no list of recent items, whatever
-  /// `options` say.
-  /// @return absent when the bundle names no program inside itself or the program could not be executed; `error` then has
-  /// the POSIX code ENOENT.
+  /// `launchApplicationAtURL:options:configuration:error:`: starts the program of the bundle at `url` as a new,
+  /// detached instance. Every launch here is one of a new instance, is not waited for, and enters no list of recent
+  /// items, whatever `options` say.
+  /// @return absent when the bundle names no program inside itself or the program could not be executed; `error` then
+  /// has the POSIX code ENOENT.
   Ref<NSRunningApplication> launchApplicationAtURL(const Ref<NSURL>& url, unsigned long options,
                                                    const Ref<NSDictionary>& configuration,
                                                    Ref<NSError>* error = nullptr);

@@ -20,9 +20,9 @@ inline constexpr int ZKO_CREAT = 0x200;
 inline constexpr int ZKO_EXCL = 0x800;
 
 /// Results of the process manager's calls.
-using OSStatus = std::int32_t;
-inline constexpr OSStatus noErr = 0;
-inline constexpr OSStatus procNotFound = -600;
+using OSStatusCode = std::int32_t;
+inline constexpr OSStatusCode noErr = 0;
+inline constexpr OSStatusCode procNotFound = -600;
 
 /// How the process manager names a process.
 struct ProcessSerialNumber {
@@ -40,12 +40,12 @@ struct ProcessInfoRec {
 inline constexpr std::uint32_t kProcessDictionaryIncludeAllInformationMask = 0xFFFFFFFF;
 
 /// Keys of the process manager's information dictionary.
-extern const Ref<NSString> ZKBundlePathKey;          ///< text, "BundlePath": the bundle that the process runs from
-extern const Ref<NSString> kCFBundleIdentifierKey;   ///< text: that bundle's identifier
-extern const Ref<NSString> kCFBundleExecutableKey;   ///< text: path of the process's executable
-extern const Ref<NSString> ZKBundleMayChangeKey;     ///< present when the bundle is no lasting fact of the process: its
-                                                     ///< executable was replaced on disk, or the bundle was told from its
-                                                     ///< arguments. The bundle then does not identify the process.
+extern const Ref<NSString> ZKBundlePathKey;         ///< text, "BundlePath": the bundle that the process runs from
+extern const Ref<NSString> kCFBundleIdentifierKey;  ///< text: that bundle's identifier
+extern const Ref<NSString> kCFBundleExecutableKey;  ///< text: path of the process's executable
+extern const Ref<NSString> ZKBundleMayChangeKey;    ///< present when the bundle is no lasting fact of the process: its
+                                                  ///< executable was replaced on disk, or the bundle was told from its
+                                                  ///< arguments. The bundle then does not identify the process.
 
 /// What the operating system does for the rest of this code: the one seam between the two, and the one place where a
 /// test puts something else. Each operation is a single call of the platform under the platform's name; retries and
@@ -74,8 +74,8 @@ class System {
 
   // Named semaphores: 0 on success, -1 on failure. A closed handle (ZKSEM_FAILED) fails with EINVAL.
 
-  /// Opens an existing semaphore (flags without ZKO_CREAT), or with ZKO_CREAT creates it when it is missing, with `mode`
-  /// less the umask and `value` as its count. ZKSEM_FAILED on failure.
+  /// Opens an existing semaphore (flags without ZKO_CREAT), or with ZKO_CREAT creates it when it is missing, with
+  /// `mode` less the umask and `value` as its count. ZKSEM_FAILED on failure.
   virtual SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) = 0;
   virtual int sem_close(SemaphoreHandle semaphore) = 0;
   virtual int sem_wait(SemaphoreHandle semaphore) = 0;
@@ -89,11 +89,12 @@ class System {
   virtual std::int32_t getpid() = 0;
   /// noErr and the process's serial number when a process with this id exists, procNotFound when there is none, any
   /// other value when that could not be found out.
-  virtual OSStatus GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) = 0;
+  virtual OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) = 0;
   /// What is known of the process under the keys above, or absent.
-  virtual Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) = 0;
+  virtual Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process,
+                                                             std::uint32_t mask) = 0;
   /// Fills in the record; non-zero when that could not be done.
-  virtual OSStatus GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) = 0;
+  virtual OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) = 0;
   /// Blocks the calling thread for `seconds`; not at all when they are negative or no number.
   virtual void sleepForTimeInterval(double seconds) = 0;
   /// Starts `executable` with `arguments` behind its own path, as a new session detached from this process.
@@ -109,7 +110,7 @@ class System {
 
   // Files.
 
-  /// A new file manager, or absent.
+  /// A new file manager, or absent. From here on the process is not ended by a signal that asks for its end.
   virtual Ref<NSFileManager> makeFileManager() = 0;
 };
 

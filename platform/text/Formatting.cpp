@@ -1,113 +1,154 @@
 #include "text/Formatting.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace zk {
 
 namespace {
 
-/// One conversion of a format: "%", flags, width, precision, length modifier, letter.
-struct Conversion {
-  std::string flags;  ///< with width and precision
-  std::string_view size;
-  char letter;
-  std::size_t length;  ///< of the whole conversion in the format, the "%" included
+template <class T>
+constexpr unsigned kBits = sizeof(T) * CHAR_BIT;
+
+/// A length modifier, and how many bits the integer has that it stands for, alone and doubled (0: it is never doubled).
+struct Size {
+  char modifier;
+  unsigned bits;
+  unsigned bitsDoubled;
 };
 
-/// The conversion at the start of `text`, which begins with "%"; nothing when it is not complete.
+constexpr std::array<Size, 6> kSizes = {{{'h', kBits<short>, kBits<char>},
+                                         {'l', kBits<long>, kBits<long long>},
+                                         {'q', kBits<long long>, 0},
+                                         {'j', kBits<std::intmax_t>, 0},
+                                         {'z', kBits<std::size_t>, 0},
+                                         {'t', kBits<std::ptrdiff_t>, 0}}};
+
+bool isFlag(char letter) { return letter == '-' || letter == '+' || letter == ' ' || letter == '#' || letter == '0'; }
+
+bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
+
+/// One conversion of a format.
+struct Conversion {
+  std::string_view whole;       ///< as it stands in the format, "%" to letter
+  std::string_view adjustment;  ///< flags, width and precision
+  unsigned bits;                ///< of an integer
+  char letter;
+};
+
+/// The conversion at the start of `text`, which begins with "%"; nothing when the text ends before its letter.
 std::optional<Conversion> conversionAt(std::string_view text) {
-  const auto endOf = [text](std::size_t from, std::string_view characters) {
-    const std::size_t end = text.find_first_not_of(characters, from);
-    return end == std::string_view::npos ? text.size() : end;
+  std::size_t end = 1;
+  const auto pass = [text, &end](bool (*belongs)(char)) {
+    while (end < text.size() && belongs(text[end])) ++end;
   };
-  const std::size_t size = endOf(1, "-+ #0123456789.");
-  const std::size_t letter = endOf(size, "hlqjzt");
-  if (letter == text.size()) return std::nullopt;
-  return Conversion{std::string(text.substr(1, size - 1)), text.substr(size, letter - size), text[letter], letter + 1};
-}
+  const auto passOne = [text, &end](char letter) {
+    const bool isThere = text.substr(end).starts_with(letter);
+    if (isThere) ++end;
+    return isThere;
+  };
 
-template <class T>
-std::string print(const std::string& format, T value) {
-  char small[64];
-  const int count = std::snprintf(small, sizeof small, format.c_str(), value);
-  if (count < 0) return {};
-  if (static_cast<std::size_t>(count) < sizeof small) return std::string(small, static_cast<std::size_t>(count));
-  std::string large(static_cast<std::size_t>(count) + 1, '\0');
-  std::snprintf(large.data(), large.size(), format.c_str(), value);
-  large.pop_back();
-  return large;
-}
+  pass(isFlag);
+  pass(isDigit);
+  if (passOne('.')) pass(isDigit);
+  const std::string_view adjustment = text.substr(1, end - 1);
 
-/// The argument's bits as an integer of the conversion's size, the way a variable argument of that size would be read.
-std::optional<unsigned long long> integerBits(const FormatArgument& argument) {
-  if (const auto* number = std::get_if<long long>(&argument.value())) return static_cast<unsigned long long>(*number);
-  if (const auto* number = std::get_if<unsigned long long>(&argument.value())) return *number;
-  return std::nullopt;
-}
-
-long long signedOfSize(unsigned long long bits, std::string_view size) {
-  if (size == "hh") return static_cast<signed char>(bits);
-  if (size == "h") return static_cast<short>(bits);
-  if (size.empty()) return static_cast<int>(bits);
-  return static_cast<long long>(bits);
-}
-
-unsigned long long unsignedOfSize(unsigned long long bits, std::string_view size) {
-  if (size == "hh") return static_cast<unsigned char>(bits);
-  if (size == "h") return static_cast<unsigned short>(bits);
-  if (size.empty()) return static_cast<unsigned int>(bits);
-  return bits;
-}
-
-/// The conversion filled with its argument; nothing when the argument is of another kind.
-std::optional<std::string> fill(const Conversion& conversion, const FormatArgument& argument) {
-  const std::string start = "%" + conversion.flags;
-  switch (conversion.letter) {
-    case 'd':
-    case 'i':
-      if (const auto bits = integerBits(argument)) return print(start + "lld", signedOfSize(*bits, conversion.size));
-      break;
-    case 'u':
-    case 'o':
-    case 'x':
-    case 'X':
-      if (const auto bits = integerBits(argument)) {
-        return print(start + "ll" + conversion.letter, unsignedOfSize(*bits, conversion.size));
-      }
-      break;
-    case 'c':
-      if (const auto bits = integerBits(argument)) return print(start + "c", static_cast<int>(*bits));
-      break;
-    case 'e':
-    case 'E':
-    case 'f':
-    case 'F':
-    case 'g':
-    case 'G':
-    case 'a':
-    case 'A':
-      if (const auto* real = std::get_if<double>(&argument.value())) return print(start + conversion.letter, *real);
-      break;
-    case 's':
-      if (const auto* text = std::get_if<const char*>(&argument.value())) {
-        return print(start + "s", *text == nullptr ? "(null)" : *text);
-      }
-      break;
-    case 'p':
-      if (const auto* address = std::get_if<const void*>(&argument.value())) return print(start + "p", *address);
-      break;
-    case '@':
-      if (const auto* object = std::get_if<const NSObject*>(&argument.value())) {
-        return *object == nullptr ? "(null)" : (*object)->description()->bytes();
-      }
-      break;
-    default:
-      break;
+  unsigned bits = kBits<int>;
+  for (const Size& size : kSizes) {
+    if (!passOne(size.modifier)) continue;
+    bits = size.bitsDoubled != 0 && passOne(size.modifier) ? size.bitsDoubled : size.bits;
+    break;
   }
-  return std::nullopt;
+
+  if (end == text.size()) return std::nullopt;
+  return Conversion{text.substr(0, end + 1), adjustment, bits, text[end]};
 }
+
+/// Appends one conversion, filled with the argument that it is called with. False, and nothing appended, when the
+/// argument is of another kind than the conversion, or its width or precision is beyond all bounds.
+class Filler {
+ public:
+  Filler(std::string& result, const Conversion& conversion) : result_(result), conversion_(conversion) {}
+
+  bool operator()(long long value) const { return (*this)(static_cast<unsigned long long>(value)); }
+
+  /// An integer is cut to the conversion's size, as a variable argument of that size would be read.
+  bool operator()(unsigned long long value) const {
+    const unsigned unused = kBits<unsigned long long> - conversion_.bits;
+    const unsigned long long atTop = value << unused;
+    switch (conversion_.letter) {
+      case 'd':
+      case 'i':
+        return appendDecimal(static_cast<long long>(atTop) >> unused);
+      case 'u':
+        return appendDecimal(atTop >> unused);
+      case 'o':
+      case 'x':
+      case 'X':
+        return print("ll", atTop >> unused);
+      case 'c':
+        return print("", static_cast<int>(value));
+      default:
+        return false;
+    }
+  }
+
+  bool operator()(double value) const {
+    return std::string_view("eEfFgGaA").find(conversion_.letter) != std::string_view::npos && print("", value);
+  }
+
+  bool operator()(const char* text) const {
+    return conversion_.letter == 's' && print("", text == nullptr ? "(null)" : text);
+  }
+
+  bool operator()(const void* address) const { return conversion_.letter == 'p' && print("", address); }
+
+  bool operator()(const NSObject* object) const {
+    if (conversion_.letter != '@') return false;
+    result_.append(object == nullptr ? "(null)" : object->description()->bytes());
+    return true;
+  }
+
+ private:
+  template <class T>
+  bool appendDecimal(T value) const {
+    if (!conversion_.adjustment.empty()) return print("ll", value);
+    char digits[24];
+    result_.append(digits, std::to_chars(std::begin(digits), std::end(digits), value).ptr);
+    return true;
+  }
+
+  template <class T>
+  bool print(std::string_view modifier, T value) const {
+    std::string format = "%";
+    format.append(conversion_.adjustment).append(modifier).push_back(conversion_.letter);
+
+    char small[64];
+    const int count = std::snprintf(small, sizeof small, format.c_str(), value);
+    if (count < 0) return false;
+    const auto length = static_cast<std::size_t>(count);
+    if (length < sizeof small) {
+      result_.append(small, length);
+    } else {
+      const std::size_t start = result_.size();
+      result_.resize(start + length + 1);
+      std::snprintf(result_.data() + start, length + 1, format.c_str(), value);
+      result_.pop_back();
+    }
+    return true;
+  }
+
+  std::string& result_;
+  const Conversion& conversion_;
+};
 
 }  // namespace
 
@@ -115,26 +156,27 @@ Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const F
   std::string_view rest = format->bytes();
   std::string result;
   while (true) {
-    const std::size_t percent = rest.find('%');
-    result += rest.substr(0, percent);
-    if (percent == std::string_view::npos) break;
+    const std::size_t percent = std::min(rest.find('%'), rest.size());
+    result.append(rest.substr(0, percent));
     rest.remove_prefix(percent);
+    if (rest.empty()) break;
 
     const std::optional<Conversion> conversion = conversionAt(rest);
     if (!conversion) {
-      result += rest;
+      result.append(rest);
       break;
     }
+    rest.remove_prefix(conversion->whole.size());
+
     if (conversion->letter == '%') {
-      result += '%';
+      result.push_back('%');
     } else if (arguments.empty()) {
-      result += rest.substr(0, conversion->length);
+      result.append(conversion->whole);
     } else {
-      const std::optional<std::string> filled = fill(*conversion, arguments.front());
-      result += filled ? *filled : std::string(rest.substr(0, conversion->length));
+      const bool isFilled = std::visit(Filler(result, *conversion), arguments.front().value());
+      if (!isFilled) result.append(conversion->whole);
       arguments = arguments.subspan(1);
     }
-    rest.remove_prefix(conversion->length);
   }
   return std::make_shared<NSString>(std::move(result));
 }

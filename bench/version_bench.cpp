@@ -1,0 +1,76 @@
+// Reading and printing a version, beside the C library's sscanf and snprintf on the same text, with the allocations of
+// each call; and the look-up of an error's description.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+
+#include "AllocationCount.h"
+#include "POSIXErrorTable.h"
+#include "ZKVersion.h"
+
+namespace zk {
+namespace {
+
+constexpr const char* kText = "1.2.3 (4)";
+
+/// Tells how often memory was asked for in each turn of the loop that `body` is.
+template <class Body>
+void measure(benchmark::State& state, Body body) {
+  const std::size_t before = bench::allocationCount();
+  for (auto turn : state) body();
+  state.counters["allocations"] =
+      benchmark::Counter(static_cast<double>(bench::allocationCount() - before), benchmark::Counter::kAvgIterations);
+}
+
+void parseWithSscanf(benchmark::State& state) {
+  measure(state, [] {
+    unsigned parts[4];
+    benchmark::DoNotOptimize(std::sscanf(kText, "%u.%u.%u (%u)", &parts[0], &parts[1], &parts[2], &parts[3]));
+    benchmark::DoNotOptimize(parts);
+  });
+}
+BENCHMARK(parseWithSscanf);
+
+void parseVersion(benchmark::State& state) {
+  const Ref<NSString> text = NSString::stringWithUTF8String(kText);
+  measure(state, [&text] { benchmark::DoNotOptimize(ZKVersion::versionWithString(text)); });
+}
+BENCHMARK(parseVersion);
+
+void parsePackedVersion(benchmark::State& state) {
+  const Ref<NSString> text = "102030004"_ns;
+  measure(state, [&text] { benchmark::DoNotOptimize(ZKVersion::versionWithString(text)); });
+}
+BENCHMARK(parsePackedVersion);
+
+void printWithSnprintf(benchmark::State& state) {
+  unsigned parts[4] = {1, 2, 3, 4};
+  measure(state, [&parts] {
+    char text[32];
+    benchmark::DoNotOptimize(parts);
+    std::snprintf(text, sizeof text, "%u.%u.%u (%u)", parts[0], parts[1], parts[2], parts[3]);
+    benchmark::DoNotOptimize(text);
+  });
+}
+BENCHMARK(printWithSnprintf);
+
+void printVersion(benchmark::State& state) {
+  const Ref<ZKVersion> version = ZKVersion::versionWithMajor(1, 2, 3, 4);
+  measure(state, [&version] { benchmark::DoNotOptimize(version->description()); });
+}
+BENCHMARK(printVersion);
+
+void describeErrorNumber(benchmark::State& state) {
+  std::int32_t number = 0;
+  measure(state, [&number] {
+    number = (number + 1) & 127;
+    benchmark::DoNotOptimize(ZKPOSIXErrorDescription(number));
+  });
+}
+BENCHMARK(describeErrorNumber);
+
+}  // namespace
+}  // namespace zk
+
+BENCHMARK_MAIN();

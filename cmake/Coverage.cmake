@@ -1,0 +1,25 @@
+# The target `coverage`: runs the unit tests and the acceptance tests, and prints line and branch coverage of the folders
+# that hold this system's logic, by clang's source-based counts.
+
+set(coverage_folders updater semaphore errors version)
+set(coverage_tests updater_tests semaphore_tests errors_tests version_tests)
+
+find_program(LLVM_PROFDATA NAMES llvm-profdata llvm-profdata-14 REQUIRED)
+find_program(LLVM_COV NAMES llvm-cov llvm-cov-14 REQUIRED)
+
+set(coverage_objects $<TARGET_FILE:zkupdater>)
+foreach(test IN LISTS coverage_tests)
+  list(APPEND coverage_objects -object $<TARGET_FILE:${test}>)
+endforeach()
+list(TRANSFORM coverage_folders PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE coverage_sources)
+
+add_custom_target(coverage
+  COMMAND ${CMAKE_COMMAND} -E rm -rf ${CMAKE_BINARY_DIR}/profiles
+  COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
+    ${CMAKE_CTEST_COMMAND} --output-on-failure --parallel 2
+  COMMAND ${LLVM_PROFDATA} merge -sparse -o ${CMAKE_BINARY_DIR}/coverage.profdata ${CMAKE_BINARY_DIR}/profiles
+  COMMAND ${LLVM_COV} report ${coverage_objects} -instr-profile ${CMAKE_BINARY_DIR}/coverage.profdata
+    -show-branch-summary ${coverage_sources}
+  WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+  DEPENDS zkupdater ${coverage_tests}
+  VERBATIM USES_TERMINAL)

@@ -1,0 +1,95 @@
+#include "posix/ExtendedAttributes.h"
+
+#include <sys/xattr.h>
+
+#include <cerrno>
+#include <string>
+
+#include "posix/Metadata.h"
+
+namespace zk {
+
+namespace {
+
+constexpr const char* kAccessACL = "system.posix_acl_access";
+constexpr const char* kDefaultACL = "system.posix_acl_default";
+
+/// The attribute calls on an item. There is no form of them by folder and name: for an item that is not open the path
+/// goes through the descriptor of its folder under /proc, and only its last component, which is not followed, is a
+/// name.
+class AttributedItem {
+ public:
+  explicit AttributedItem(ItemHandle item) : descriptor_(item.descriptor) {
+    if (!item.isOpen()) path_ = "/proc/self/fd/" + std::to_string(item.descriptor) + "/" + item.name;
+  }
+
+  ssize_t list(char* names, std::size_t size) const {
+    return path_.empty() ? ::flistxattr(descriptor_, names, size) : ::llistxattr(path_.c_str(), names, size);
+  }
+  ssize_t get(const char* name, char* value, std::size_t size) const {
+    return path_.empty() ? ::fgetxattr(descriptor_, name, value, size) : ::lgetxattr(path_.c_str(), name, value, size);
+  }
+  int set(const char* name, const std::string& value) const {
+    return path_.empty() ? ::fsetxattr(descriptor_, name, value.data(), value.size(), 0)
+                         : ::lsetxattr(path_.c_str(), name, value.data(), value.size(), 0);
+  }
+  int remove(const char* name) const {
+    return path_.empty() ? ::fremovexattr(descriptor_, name) : ::lremovexattr(path_.c_str(), name);
+  }
+
+ private:
+  int descriptor_;
+  std::string path_;  ///< empty for an open item
+};
+
+/// Fills `result` by a call that tells the size when it is given no room, and ERANGE when the room has become too
+/// small.
+template <class Call>
+int readWhole(std::string& result, Call call) {
+  while (true) {
+    const ssize_t size = call(nullptr, 0);
+    if (size < 0) return errno;
+    result.resize(static_cast<std::size_t>(size));
+    const ssize_t filled = size == 0 ? 0 : call(result.data(), result.size());
+    if (filled < 0 && errno == ERANGE) continue;
+    if (filled < 0) return errno;
+    result.resize(static_cast<std::size_t>(filled));
+    return 0;
+  }
+}
+
+/// Whether an attribute that failed with `error` is left out: it was refused, is too large for this file system, went
+/// away meanwhile (ENODATA), or /proc is not there.
+bool isLeftOut(int error) {
+  return isRefusal(error) || error == ENODATA || error == ENOENT || error == E2BIG || error == ERANGE;
+}
+
+int copyAttribute(const AttributedItem& original, const AttributedItem& copy, const char* name) {
+  std::string value;
+  const int error = readWhole(value, [&](char* room, std::size_t size) { return original.get(name, room, size); });
+  if (error != 0) return error;
+  return copy.set(name, value) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int copyExtendedAttributes(ItemHandle original, ItemHandle copy) {
+  const AttributedItem from(original);
+  const AttributedItem to(copy);
+  std::string names;
+  int error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
+  // Each name ends with a zero byte.
+  for (std::size_t start = 0; error == 0 && start < names.size(); start = names.find('\0', start) + 1) {
+    error = copyAttribute(from, to, names.c_str() + start);
+    if (isLeftOut(error)) error = 0;
+  }
+  return isLeftOut(error) ? 0 : error;
+}
+
+void removeInheritedACLs(ItemHandle item) {
+  const AttributedItem attributed(item);
+  attributed.remove(kAccessACL);
+  attributed.remove(kDefaultACL);
+}
+
+}  // namespace zk

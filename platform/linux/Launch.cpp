@@ -1,0 +1,80 @@
+#include "linux/Launch.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "posix/FileDescriptor.h"
+#include "posix/POSIXSystem.h"
+
+namespace zk {
+
+namespace {
+
+/// The descriptor under which the new process tells that it could not execute its program: the first behind the standard
+/// ones, so that every one above it can be closed.
+constexpr int kReportDescriptor = STDERR_FILENO + 1;
+
+/// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor then,
+/// and finds one even where the limit leaves no other.
+bool openStandardStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) ::close(stream);
+  return ::open("/dev/null", O_RDWR) == STDIN_FILENO && ::dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO &&
+         ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
+}
+
+[[noreturn]] void tellFailure(int report) {
+  const char word = 1;
+  [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
+  ::_exit(127);
+}
+
+[[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report) {
+  if (report != kReportDescriptor && ::dup2(report, kReportDescriptor) < 0) tellFailure(report);
+  ::closefrom(kReportDescriptor + 1);
+  ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
+
+  ::setsid();
+  if (!openStandardStreams() || ::chdir("/") != 0) tellFailure(kReportDescriptor);
+  resetSignals();
+  ::execv(executable.c_str(), arguments);
+  tellFailure(kReportDescriptor);
+}
+
+/// Waits for the word from the new process: none comes, only the end of the pipe, when it has become its program.
+bool hasFailed(int report) {
+  char word;
+  ssize_t count;
+  do {
+    count = ::read(report, &word, sizeof word);
+  } while (count < 0 && errno == EINTR);
+  return count != 0;
+}
+
+}  // namespace
+
+bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments) {
+  std::vector<char*> argumentList{const_cast<char*>(executable.c_str())};
+  for (const std::string& argument : arguments) argumentList.push_back(const_cast<char*>(argument.c_str()));
+  argumentList.push_back(nullptr);
+
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+  const FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+
+  const pid_t child = ::fork();
+  if (child < 0) return false;
+  if (child == 0) becomeProgram(executable, argumentList.data(), writing.get());
+
+  writing.reset();
+  if (!hasFailed(reading.get())) return true;
+  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  return false;
+}
+
+}  // namespace zk

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zk {
+
+/// The path of a process's (or a thread's) own folder under /proc.
+std::string procFolder(std::int32_t pid);
+
+/// The content of a file under /proc, whose size is not known before it is read; nothing, and errno, when it cannot be
+/// read.
+std::optional<std::string> readProcFile(const std::string& path);
+
+/// What a symbolic link leads to; nothing, and errno, when it cannot be read.
+std::optional<std::string> readLink(const std::string& path);
+
+/// Fields of /proc/<pid>/stat, counted as proc(5) does.
+inline constexpr std::size_t kStatState = 3;
+inline constexpr std::size_t kStatThreadCount = 20;
+inline constexpr std::size_t kStatStartTime = 22;
+
+/// One field of a process's stat line, from kStatState on; nothing when the line is not of that form.
+std::optional<std::string> statField(std::string_view line, std::size_t number);
+
+}  // namespace zk

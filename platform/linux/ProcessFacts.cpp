@@ -1,0 +1,117 @@
+#include "linux/ProcessFacts.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+
+#include "linux/ProcFile.h"
+#include "process/ProgramPath.h"
+
+namespace zk {
+
+namespace {
+
+constexpr std::string_view kDeletedNote = " (deleted)";
+
+/// The folders under /proc that tell of a process: its own, then those of its threads. The first thread's and the process's
+/// own tell nothing once that thread has ended, though others still run.
+std::vector<std::string> foldersOf(std::int32_t pid) {
+  std::vector<std::string> folders{procFolder(pid)};
+  std::error_code error;
+  for (std::filesystem::directory_iterator item(folders.front() + "/task", error), end; !error && item != end;
+       item.increment(error)) {
+    folders.push_back(item->path().string());
+  }
+  return folders;
+}
+
+/// A symbolic link in one of these folders.
+struct ProcLink {
+  std::string path;
+  std::string target;
+};
+
+std::optional<ProcLink> processLink(std::int32_t pid, const std::string& name) {
+  for (const std::string& folder : foldersOf(pid)) {
+    if (std::optional<std::string> target = readLink(folder + name)) return ProcLink{folder + name, *target};
+  }
+  return std::nullopt;
+}
+
+std::string shownCommandLineOf(std::int32_t pid) {
+  for (const std::string& folder : foldersOf(pid)) {
+    const std::optional<std::string> shown = readProcFile(folder + "/cmdline");
+    if (shown && !shown->empty()) return *shown;
+  }
+  return std::string();
+}
+
+bool isSameFile(const std::string& left, const std::string& right) {
+  struct stat leftFile;
+  struct stat rightFile;
+  return ::stat(left.c_str(), &leftFile) == 0 && ::stat(right.c_str(), &rightFile) == 0 &&
+         leftFile.st_dev == rightFile.st_dev && leftFile.st_ino == rightFile.st_ino;
+}
+
+std::uint32_t hashOf(std::string_view text) {
+  // FNV-1a.
+  std::uint32_t hash = 2166136261U;
+  for (const char byte : text) hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619U;
+  return hash;
+}
+
+}  // namespace
+
+std::optional<Executable> executableOf(std::int32_t pid) {
+  std::optional<ProcLink> link = processLink(pid, "/exe");
+  if (!link) return std::nullopt;
+  // The link leads to the file itself, whatever became of its name.
+  if (isSameFile(link->path, link->target)) return Executable{link->target, false};
+  if (link->target.ends_with(kDeletedNote)) link->target.resize(link->target.size() - kDeletedNote.size());
+  return Executable{link->target, true};
+}
+
+std::vector<std::string> shownArgumentsOf(std::int32_t pid) {
+  std::vector<std::string> arguments;
+  const std::string shown = shownCommandLineOf(pid);
+  std::string_view rest = shown;
+  while (!rest.empty()) {
+    const std::string_view argument = rest.substr(0, rest.find('\0'));
+    arguments.emplace_back(argument);
+    rest.remove_prefix(std::min(argument.size() + 1, rest.size()));
+  }
+  return arguments;
+}
+
+std::optional<std::string> currentFolderOf(std::int32_t pid) {
+  const std::optional<ProcLink> link = processLink(pid, "/cwd");
+  if (!link) return std::nullopt;
+  return link->target;
+}
+
+std::optional<std::uint32_t> launchStampOf(std::int32_t pid) {
+  const std::optional<std::string> boot = readProcFile("/proc/sys/kernel/random/boot_id");
+  const std::optional<std::string> stat = readProcFile(procFolder(pid) + "/stat");
+  const std::optional<std::string> startTime = stat ? statField(*stat, kStatStartTime) : std::nullopt;
+  if (!boot || !startTime) return std::nullopt;
+
+  std::uint64_t ticks = 0;
+  const auto end = startTime->data() + startTime->size();
+  if (std::from_chars(startTime->data(), end, ticks).ptr != end) return std::nullopt;
+  return launchStamp(*boot, ticks);
+}
+
+std::uint32_t launchStamp(std::string_view bootId, std::uint64_t startTicks) {
+  return hashOf(bootId) + static_cast<std::uint32_t>(startTicks);
+}
+
+std::string programPath() {
+  const std::optional<Executable> executable = executableOf(::getpid());
+  return executable ? executable->path : std::string();
+}
+
+}  // namespace zk

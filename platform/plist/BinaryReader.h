@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+#include "objects/NSObject.h"
+
+namespace zk {
+
+/// What every version of the binary form begins with; "bplist00" is the one that everybody writes.
+inline constexpr std::string_view kBinaryHeader = "bplist0";
+
+/// Reads the binary form. Absent when `document` is malformed, nested too deeply, refers to itself, or holds an integer
+/// beyond 64 bits. Objects that nothing refers to are not looked at.
+Ref<NSObject> readBinaryPropertyList(std::string_view document);
+
+}  // namespace zk

@@ -1,0 +1,280 @@
+#include "plist/BinaryWriter.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "objects/NSArray.h"
+#include "objects/NSData.h"
+#include "objects/NSDate.h"
+#include "objects/NSDictionary.h"
+#include "objects/NSNull.h"
+#include "objects/NSNumber.h"
+#include "plist/Nesting.h"
+#include "plist/TextEncoding.h"
+
+namespace zk {
+
+namespace {
+
+enum Kind : unsigned {
+  kSimple = 0,
+  kInteger,
+  kReal,
+  kDate,
+  kData,
+  kASCII,
+  kUTF16,
+  kUID = 8,
+  kArray = 10,
+  kDictionary = 13
+};
+
+constexpr std::string_view kHeader = "bplist00";
+constexpr std::size_t kUnusedTrailerBytes = 6;
+/// How wide references are while objects are collected; their width in the document follows from how many there are.
+constexpr std::size_t kCollectedReferenceWidth = 8;
+
+void appendBigEndian(std::string& bytes, std::uint64_t value, std::size_t width) {
+  for (std::size_t shift = 8 * width; shift > 0; shift -= 8) bytes += static_cast<char>(value >> (shift - 8) & 0xFF);
+}
+
+void appendMarker(std::string& bytes, unsigned kind, unsigned low) { bytes += static_cast<char>(kind << 4 | low); }
+
+/// How many bytes the value takes.
+std::size_t narrowestWidth(std::uint64_t value) {
+  return std::max<std::size_t>(1, static_cast<std::size_t>(std::bit_width(value) + 7) / 8);
+}
+
+/// The same for what only comes in widths of powers of two.
+std::size_t narrowestPowerOfTwo(std::uint64_t value) { return std::bit_ceil(narrowestWidth(value)); }
+
+/// Integers of 1, 2 and 4 bytes have no sign, those of 8 and 16 bytes have one.
+void appendUnsignedInteger(std::string& bytes, std::uint64_t value) {
+  const bool needsSixteen = value > std::uint64_t{std::numeric_limits<std::int64_t>::max()};
+  const std::size_t width = narrowestPowerOfTwo(value);
+  appendMarker(bytes, kInteger, needsSixteen ? 4 : static_cast<unsigned>(std::countr_zero(width)));
+  if (needsSixteen) appendBigEndian(bytes, 0, 8);
+  appendBigEndian(bytes, value, width);
+}
+
+void appendMarkerWithCount(std::string& bytes, unsigned kind, std::size_t count) {
+  constexpr unsigned kCountFollows = 0x0F;
+  appendMarker(bytes, kind, static_cast<unsigned>(std::min<std::size_t>(count, kCountFollows)));
+  if (count >= kCountFollows) appendUnsignedInteger(bytes, count);
+}
+
+std::string encoded(bool value) { return std::string(1, value ? '\x09' : '\x08'); }
+
+std::string encoded(std::uint64_t value) {
+  std::string bytes;
+  appendUnsignedInteger(bytes, value);
+  return bytes;
+}
+
+std::string encoded(std::int64_t value) {
+  if (value >= 0) return encoded(static_cast<std::uint64_t>(value));
+  std::string bytes;
+  appendMarker(bytes, kInteger, 3);
+  appendBigEndian(bytes, static_cast<std::uint64_t>(value), 8);
+  return bytes;
+}
+
+/// In 4 bytes where that gives back every bit, else in 8.
+std::string encoded(double value) {
+  const bool isInRange = !std::isfinite(value) || std::abs(value) <= double{std::numeric_limits<float>::max()};
+  const float narrow = isInRange ? static_cast<float>(value) : 0.0F;
+  const auto bits = std::bit_cast<std::uint64_t>(value);
+  std::string bytes;
+  if (std::bit_cast<std::uint64_t>(double{narrow}) == bits) {
+    appendMarker(bytes, kReal, 2);
+    appendBigEndian(bytes, std::bit_cast<std::uint32_t>(narrow), 4);
+  } else {
+    appendMarker(bytes, kReal, 3);
+    appendBigEndian(bytes, bits, 8);
+  }
+  return bytes;
+}
+
+std::string encoded(const NSDate& date) {
+  std::string bytes;
+  appendMarker(bytes, kDate, 3);
+  appendBigEndian(bytes, std::bit_cast<std::uint64_t>(date.timeIntervalSinceReferenceDate()), 8);
+  return bytes;
+}
+
+std::string encoded(const NSData& data) {
+  std::string bytes;
+  appendMarkerWithCount(bytes, kData, data.length());
+  return bytes + data.bytes();
+}
+
+std::string encoded(const NSString& text) {
+  std::string bytes;
+  if (isASCII(text.bytes())) {
+    appendMarkerWithCount(bytes, kASCII, text.length());
+    return bytes + text.bytes();
+  }
+  const std::string units = utf16FromText(text.bytes());
+  appendMarkerWithCount(bytes, kUTF16, units.size() / 2);
+  return bytes + units;
+}
+
+/// A dictionary of one number under "CF$UID", which is what a UID is read as, as a UID; nothing for any other.
+std::optional<std::string> encodedUID(const NSDictionary& dictionary) {
+  if (dictionary.count() != 1 || dictionary.entries().front().key->bytes() != "CF$UID") return std::nullopt;
+  const auto* number = dynamic_cast<const NSNumber*>(dictionary.entries().front().object.get());
+  const bool isNegative =
+      number != nullptr && std::holds_alternative<std::int64_t>(number->value()) && number->longLongValue() < 0;
+  if (number == nullptr || !number->isInteger() || isNegative) return std::nullopt;
+  const std::uint64_t value = *number->unsignedLongLongValue();
+  const std::size_t width = narrowestPowerOfTwo(value);
+  std::string bytes;
+  appendMarker(bytes, kUID, static_cast<unsigned>(width - 1));
+  appendBigEndian(bytes, value, width);
+  return bytes;
+}
+
+/// The bytes of an object that holds no others; nothing for one that does, or that has no place in a property list.
+std::optional<std::string> encodedScalar(const NSObject& object) {
+  if (const auto* text = dynamic_cast<const NSString*>(&object)) return encoded(*text);
+  if (const auto* number = dynamic_cast<const NSNumber*>(&object)) {
+    return std::visit([](auto value) { return encoded(value); }, number->value());
+  }
+  if (const auto* date = dynamic_cast<const NSDate*>(&object)) return encoded(*date);
+  if (const auto* data = dynamic_cast<const NSData*>(&object)) return encoded(*data);
+  if (dynamic_cast<const NSNull*>(&object) != nullptr) return std::string(1, '\0');
+  return std::nullopt;
+}
+
+/// Collects the objects, each after those that it holds, then writes them out. Objects are the same when their bytes
+/// are, references included: equal ones are stored once, whole containers, too.
+class BinaryWriter {
+ public:
+  using Index = std::size_t;
+
+  /// The index of the object, which may have up to `levels` levels of containers.
+  std::optional<Index> collect(const NSObject* object, unsigned levels);
+  std::string document(Index top) const;
+
+ private:
+  struct Collected {
+    const std::string* bytes;  ///< ends with the references
+    std::size_t references;
+    unsigned height;  ///< in levels of containers
+  };
+
+  std::optional<Index> collectArray(const NSArray& array, unsigned levels);
+  std::optional<Index> collectDictionary(const NSDictionary& dictionary, unsigned levels);
+  std::optional<Index> collectContainer(std::string bytes, const std::vector<const NSObject*>& contents,
+                                        unsigned levels);
+  Index add(std::string bytes, std::size_t references, unsigned height);
+
+  std::map<std::string, Index> indexes_;
+  std::vector<Collected> objects_;
+  /// Containers that have been collected: one that many others hold is not gone through again.
+  std::unordered_map<const NSObject*, Index> containers_;
+};
+
+std::optional<BinaryWriter::Index> BinaryWriter::collect(const NSObject* object, unsigned levels) {
+  if (object == nullptr) return std::nullopt;
+  const auto* array = dynamic_cast<const NSArray*>(object);
+  const auto* dictionary = array != nullptr ? nullptr : dynamic_cast<const NSDictionary*>(object);
+  if (array == nullptr && dictionary == nullptr) {
+    std::optional<std::string> bytes = encodedScalar(*object);
+    return bytes ? std::optional(add(std::move(*bytes), 0, 0)) : std::nullopt;
+  }
+
+  const auto known = containers_.find(object);
+  if (known != containers_.end()) {
+    return objects_[known->second].height <= levels ? std::optional(known->second) : std::nullopt;
+  }
+  if (levels == 0) return std::nullopt;
+  const auto index = array != nullptr ? collectArray(*array, levels) : collectDictionary(*dictionary, levels);
+  if (index) containers_[object] = *index;
+  return index;
+}
+
+std::optional<BinaryWriter::Index> BinaryWriter::collectArray(const NSArray& array, unsigned levels) {
+  std::string bytes;
+  appendMarkerWithCount(bytes, kArray, array.count());
+  std::vector<const NSObject*> contents;
+  contents.reserve(array.count());
+  for (const Ref<NSObject>& object : array.objects()) contents.push_back(object.get());
+  return collectContainer(std::move(bytes), contents, levels);
+}
+
+std::optional<BinaryWriter::Index> BinaryWriter::collectDictionary(const NSDictionary& dictionary, unsigned levels) {
+  if (std::optional<std::string> uid = encodedUID(dictionary)) return add(std::move(*uid), 0, 1);
+  std::string bytes;
+  appendMarkerWithCount(bytes, kDictionary, dictionary.count());
+  std::vector<const NSObject*> contents;
+  contents.reserve(2 * dictionary.count());
+  for (const NSDictionary::Entry& entry : dictionary.entries()) contents.push_back(entry.key.get());
+  for (const NSDictionary::Entry& entry : dictionary.entries()) contents.push_back(entry.object.get());
+  return collectContainer(std::move(bytes), contents, levels);
+}
+
+/// `bytes` is what stands before the references to `contents`.
+std::optional<BinaryWriter::Index> BinaryWriter::collectContainer(std::string bytes,
+                                                                  const std::vector<const NSObject*>& contents,
+                                                                  unsigned levels) {
+  unsigned height = 0;
+  for (const NSObject* object : contents) {
+    const auto index = collect(object, levels - 1);
+    if (!index) return std::nullopt;
+    height = std::max(height, objects_[*index].height);
+    appendBigEndian(bytes, *index, kCollectedReferenceWidth);
+  }
+  return add(std::move(bytes), contents.size(), height + 1);
+}
+
+BinaryWriter::Index BinaryWriter::add(std::string bytes, std::size_t references, unsigned height) {
+  const auto [known, isNew] = indexes_.try_emplace(std::move(bytes), objects_.size());
+  if (isNew) objects_.push_back({&known->first, references, height});
+  return known->second;
+}
+
+std::string BinaryWriter::document(Index top) const {
+  // Readers want to see that the width holds the number of objects, not only the largest index.
+  const std::size_t referenceWidth = narrowestWidth(objects_.size());
+  std::string document(kHeader);
+  std::vector<std::size_t> offsets;
+  offsets.reserve(objects_.size());
+  for (const Collected& object : objects_) {
+    offsets.push_back(document.size());
+    const std::size_t plain = object.bytes->size() - object.references * kCollectedReferenceWidth;
+    document.append(*object.bytes, 0, plain);
+    for (std::size_t end = plain + kCollectedReferenceWidth; end <= object.bytes->size();
+         end += kCollectedReferenceWidth) {
+      document.append(*object.bytes, end - referenceWidth, referenceWidth);
+    }
+  }
+
+  // The same holds for the place of the table of offsets.
+  const std::size_t offsetTable = document.size();
+  const std::size_t offsetWidth = narrowestWidth(offsetTable);
+  for (const std::size_t offset : offsets) appendBigEndian(document, offset, offsetWidth);
+  document.append(kUnusedTrailerBytes, '\0');
+  appendBigEndian(document, offsetWidth, 1);
+  appendBigEndian(document, referenceWidth, 1);
+  appendBigEndian(document, objects_.size(), 8);
+  appendBigEndian(document, top, 8);
+  appendBigEndian(document, offsetTable, 8);
+  return document;
+}
+
+}  // namespace
+
+std::optional<std::string> writeBinaryPropertyList(const Ref<NSObject>& propertyList) {
+  BinaryWriter writer;
+  const auto top = writer.collect(propertyList.get(), kDeepestNesting);
+  return top ? std::optional(writer.document(*top)) : std::nullopt;
+}
+
+}  // namespace zk

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace zk {
+
+/// The code point of a byte in the NEXTSTEP encoding, which octal escapes of the old text form are in.
+char32_t codePointFromNextStep(unsigned char byte);
+
+}  // namespace zk

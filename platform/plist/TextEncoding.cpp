@@ -1,0 +1,152 @@
+#include "plist/TextEncoding.h"
+
+#include <algorithm>
+
+#include "text/UTF8.h"
+
+namespace zk {
+
+namespace {
+
+/// The first noncharacter for the high and for the low half of a byte, and the first one after the range.
+constexpr char32_t kHighHalf = 0xFDD0;
+constexpr char32_t kLowHalf = 0xFDE0;
+constexpr char32_t kAfterHalves = 0xFDF0;
+/// Bytes below are always UTF-8 and never need to be written in halves.
+constexpr char32_t kFirstByteOutsideASCII = 0x80;
+/// What the noncharacters begin with, and how long each is, in UTF-8.
+constexpr std::string_view kHalvesPrefix = "\xEF\xB7";
+constexpr std::size_t kHalfLength = 3;
+
+constexpr char32_t kFirstLowSurrogate = 0xDC00;
+constexpr char32_t kFirstHighSurrogate = 0xD800;
+constexpr char32_t kAfterSurrogates = 0xE000;
+constexpr char32_t kFirstSupplementary = 0x10000;
+constexpr std::size_t kSurrogateLength = 3;
+
+constexpr unsigned byteAt(std::string_view text, std::size_t index) { return static_cast<unsigned char>(text[index]); }
+
+constexpr char32_t continuation(std::string_view text, std::size_t index) { return byteAt(text, index) & 0x3F; }
+
+/// The high surrogate that `text` ends with, or 0.
+char32_t highSurrogateAtEnd(std::string_view text) {
+  if (text.size() < kSurrogateLength) return 0;
+  const std::string_view last = text.substr(text.size() - kSurrogateLength);
+  if (byteAt(last, 0) != 0xED || byteAt(last, 1) < 0xA0 || byteAt(last, 1) > 0xAF) return 0;
+  return 0xD000 | continuation(last, 1) << 6 | continuation(last, 2);
+}
+
+void appendUnit(std::string& units, char32_t unit) {
+  units += static_cast<char>(unit >> 8 & 0xFF);
+  units += static_cast<char>(unit & 0xFF);
+}
+
+/// The byte whose two halves `text` begins with, or 0.
+char32_t byteInHalves(std::string_view text) {
+  const auto high = codePointAt(text, 0);
+  const auto low = codePointAt(text, kHalfLength);
+  if (!high || high->value < kHighHalf || high->value >= kLowHalf) return 0;
+  if (!low || low->value < kLowHalf || low->value >= kAfterHalves) return 0;
+  const char32_t byte = (high->value - kHighHalf) << 4 | (low->value - kLowHalf);
+  return byte >= kFirstByteOutsideASCII ? byte : 0;
+}
+
+}  // namespace
+
+bool isUTF8(std::string_view bytes) {
+  for (std::size_t index = 0; index < bytes.size();) {
+    const auto codePoint = codePointAt(bytes, index);
+    if (!codePoint) return false;
+    index += codePoint->length;
+  }
+  return true;
+}
+
+bool isASCII(std::string_view bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+void appendUTF8(std::string& text, char32_t codePoint) {
+  const auto append = [&text](char32_t byte) { text += static_cast<char>(byte); };
+  const auto appendContinuation = [&](unsigned shift) { append(0x80 | (codePoint >> shift & 0x3F)); };
+  if (codePoint < 0x80) {
+    append(codePoint);
+  } else if (codePoint < 0x800) {
+    append(0xC0 | codePoint >> 6);
+    appendContinuation(0);
+  } else if (codePoint < kFirstSupplementary) {
+    append(0xE0 | codePoint >> 12);
+    appendContinuation(6);
+    appendContinuation(0);
+  } else {
+    append(0xF0 | codePoint >> 18);
+    appendContinuation(12);
+    appendContinuation(6);
+    appendContinuation(0);
+  }
+}
+
+void appendUTF16Unit(std::string& text, char16_t unit) {
+  const bool isLowSurrogate = unit >= kFirstLowSurrogate && unit < kAfterSurrogates;
+  const char32_t high = isLowSurrogate ? highSurrogateAtEnd(text) : 0;
+  if (high == 0) {
+    appendUTF8(text, unit);
+    return;
+  }
+  text.resize(text.size() - kSurrogateLength);
+  appendUTF8(text, kFirstSupplementary + ((high - kFirstHighSurrogate) << 10) + (unit - kFirstLowSurrogate));
+}
+
+std::string utf8FromUTF16(std::string_view units, ByteOrder order) {
+  const std::size_t high = order == ByteOrder::BigEndian ? 0 : 1;
+  std::string text;
+  text.reserve(units.size() / 2);
+  for (std::size_t index = 0; index + 1 < units.size(); index += 2) {
+    appendUTF16Unit(text, static_cast<char16_t>(byteAt(units, index + high) << 8 | byteAt(units, index + 1 - high)));
+  }
+  return text;
+}
+
+std::string utf16FromText(std::string_view text) {
+  std::string units;
+  units.reserve(text.size() * 2);
+  const auto appendByteInHalves = [&units](unsigned byte) {
+    appendUnit(units, kHighHalf + (byte >> 4));
+    appendUnit(units, kLowHalf + (byte & 0x0F));
+  };
+  for (std::size_t index = 0; index < text.size();) {
+    const auto codePoint = codePointAt(text, index);
+    const std::size_t length = codePoint ? codePoint->length : 1;
+    if (!codePoint || (codePoint->value >= kHighHalf && codePoint->value < kAfterHalves)) {
+      for (const char byte : text.substr(index, length)) appendByteInHalves(static_cast<unsigned char>(byte));
+    } else if (codePoint->value >= kFirstSupplementary) {
+      appendUnit(units, kFirstHighSurrogate + ((codePoint->value - kFirstSupplementary) >> 10));
+      appendUnit(units, kFirstLowSurrogate + (codePoint->value & 0x3FF));
+    } else {
+      appendUnit(units, codePoint->value);
+    }
+    index += length;
+  }
+  return units;
+}
+
+Ref<NSString> textFromPropertyList(std::string utf8) {
+  std::size_t found = utf8.find(kHalvesPrefix);
+  if (found == std::string::npos) return std::make_shared<NSString>(std::move(utf8));
+
+  const std::string_view written = utf8;
+  std::string text;
+  std::size_t done = 0;
+  while (found != std::string::npos) {
+    const char32_t byte = byteInHalves(written.substr(found));
+    const std::size_t length = byte == 0 ? kHalvesPrefix.size() : 2 * kHalfLength;
+    text += written.substr(done, found - done);
+    text += byte == 0 ? std::string(kHalvesPrefix) : std::string(1, static_cast<char>(byte));
+    done = found + length;
+    found = utf8.find(kHalvesPrefix, done);
+  }
+  text += written.substr(done);
+  return std::make_shared<NSString>(std::move(text));
+}
+
+}  // namespace zk

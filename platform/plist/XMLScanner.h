@@ -1,0 +1,55 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zk {
+
+/// Takes an XML document apart: tags, text, and what to skip. It knows no entities but the five of XML itself: whatever
+/// a document type declares is skipped, nothing is fetched or expanded. Every failure is final; the reader gives up
+/// then.
+class XMLScanner {
+ public:
+  struct Tag {
+    enum class Kind { Start, End, Empty };
+    Kind kind;
+    std::string_view name;
+  };
+
+  /// `document` is well-formed UTF-8.
+  explicit XMLScanner(std::string_view document) : rest_(document) {}
+
+  /// Skips the XML declaration, comments and the document type, up to the first tag. False where there is none, and for
+  /// a document that says it is in an encoding other than UTF-8, UTF-16 or ASCII.
+  bool skipProlog();
+
+  /// The next tag, after nothing but white space, comments and processing instructions.
+  std::optional<Tag> tag();
+
+  /// The characters up to the next tag, with references resolved, CDATA sections taken in, comments and processing
+  /// instructions left out, and each line end as a line feed.
+  std::optional<std::string> characters();
+
+  /// Whether only white space, comments and processing instructions are left.
+  bool isAtEnd();
+
+ private:
+  bool isDeclaredEncodingKnown() const;
+  bool skipDocumentType();
+  bool skipAttributes();
+  bool skipSpaceAndComments();
+  bool skipComment();
+  void skipSpace();
+  bool skip(std::string_view start);
+  bool appendReference(std::string& text);
+  std::optional<std::string_view> takeQuoted();
+  std::string_view takeName();
+
+  std::string_view rest_;
+};
+
+/// Whether every character of `document`, which is UTF-8, may stand in an XML document.
+bool holdsOnlyXMLCharacters(std::string_view document);
+
+}  // namespace zk

@@ -1,0 +1,75 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+
+#include "files/NSFileManager.h"
+#include "posix/FileError.h"
+#include "posix/Folder.h"
+#include "posix/ItemPath.h"
+
+namespace zk {
+
+namespace {
+
+constexpr std::size_t kLongestName = 255;
+constexpr int kMostAttempts = 100;
+
+/// The beginning of `name`, at most `size` bytes of it, without a part of a UTF-8 character at its end.
+std::string cutToSize(std::string name, std::size_t size) {
+  if (name.size() <= size) return name;
+  while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0) == 0x80) --size;
+  name.resize(size);
+  return name;
+}
+
+/// A new name for a folder beside the item called `name`, hidden and not to be guessed; empty when the system gives no
+/// random bytes.
+std::string replacementName(const std::string& name) {
+  std::uint64_t random = 0;
+  if (::getentropy(&random, sizeof random) != 0) return "";
+  std::array<char, 18> ending;
+  std::snprintf(ending.data(), ending.size(), "-%016llx", static_cast<unsigned long long>(random));
+  return "." + cutToSize(name, kLongestName - ending.size()) + ending.data();
+}
+
+/// Makes a folder that is its owner's alone, and nothing where something is already.
+/// @return 0 or an error number
+int makeFolder(int parent, const char* name) {
+  if (::mkdirat(parent, name, S_IRWXU) != 0) return errno;
+  // The process's mask may have taken something away, and the parent folder have added its set-group-id bit.
+  return ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int makeReplacementFolder(const ItemPath& item, std::string& name) {
+  const FileDescriptor folder = openFolderToSearch(AT_FDCWD, item.folder.c_str(), Links::followed);
+  if (!folder.isOpen()) return errno;
+  int error = EEXIST;
+  for (int attempt = 0; error == EEXIST && attempt < kMostAttempts; ++attempt) {
+    name = replacementName(item.name);
+    if (name.empty()) return errno;
+    error = makeFolder(folder.get(), name.c_str());
+  }
+  return error;
+}
+
+}  // namespace
+
+Ref<NSURL> NSFileManager::URLForDirectory(unsigned long directory, unsigned long inDomain,
+                                          const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error) {
+  const ItemPath item(appropriateForURL->path()->fileSystemRepresentation());
+  std::string name;
+  int number = EINVAL;
+  if (directory == NSItemReplacementDirectory && inDomain == NSUserDomainMask && create) {
+    number = makeReplacementFolder(item, name);
+  }
+  if (number == 0) return std::make_shared<NSURL>(joinedPath(item.folder, name));
+  if (error != nullptr) *error = fileError(number, appropriateForURL);
+  return nullptr;
+}
+
+}  // namespace zk

@@ -1,0 +1,9 @@
+#include "process/NSThread.h"
+
+#include "process/System.h"
+
+namespace zk {
+
+void NSThread::sleepForTimeInterval(double seconds) { System::current().sleepForTimeInterval(seconds); }
+
+}  // namespace zk

@@ -1,0 +1,78 @@
+#include "NSErrorPOSIX.h"
+#include "ZKPOSIXSemaphore.h"
+#include "objects/NSNumber.h"
+#include "process/ErrorNumbers.h"
+#include "process/NSThread.h"
+
+namespace zk {
+
+namespace {
+
+constexpr std::uint16_t kSharedMode = 0666;
+
+/// The record in a process-info file, or absent when what was read there is none: no dictionary, or one whose process
+/// id is no integer. Garbage is not a sign that a holder is gone. A dictionary without a process id is a record, of
+/// nobody.
+Ref<NSDictionary> recordIn(const Ref<NSObject>& propertyList) {
+  const Ref<NSDictionary> record = asDictionary(propertyList);
+  if (!record) return nullptr;
+  const Ref<NSObject> pid = record->objectForKey(ZKPOSIXSemaphore::pidKey);
+  if (!pid) return record;
+  const Ref<NSNumber> number = asNumber(pid);
+  return number && number->isInteger() ? record : nullptr;
+}
+
+}  // namespace
+
+bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::size_t maxAttempts, double testInterval,
+                                           Ref<NSError>* error, const WaitBlock& waitBlock) {
+  Ref<NSError> lastError;
+  const auto fail = [error](const Ref<NSError>& reason) {
+    if (error != nullptr) *error = reason;
+    return false;
+  };
+
+  std::size_t attempt = 0;
+  const auto hasPausesLeft = [&] { return maxAttempts == kNoLimit || attempt < maxAttempts; };
+  bool mayPause = hasPausesLeft();
+  while (!tryWait(&lastError)) {
+    if (!isBusyError(lastError)) return fail(lastError);
+
+    const Ref<NSDictionary> record = recordIn(processInfoAtURL(directory));
+    const bool isHolderGone = record && !isProcessInfoValid(record);
+    if (!isHolderGone && mayPause) {
+      ++attempt;
+      if (!waitBlock) {
+        NSThread::sleepForTimeInterval(testInterval);
+      } else if (!waitBlock(attempt, testInterval)) {
+        return fail(POSIX::errorWithPOSIXCode(ZKECANCELED, nullptr));
+      }
+      mayPause = hasPausesLeft();
+    } else if (record && !isHolderGone) {
+      return fail(lastError);
+    } else if (!takeOver(directory, &lastError)) {
+      return fail(lastError);
+    }
+    // After a take-over the next try comes at once, with the attempts and the leave to pause as they were. Where others
+    // take the new semaphore first and leave no record, it is taken over again, without a pause.
+  }
+
+  writeProcessInfoAtURL(directory);
+  return true;
+}
+
+/// Puts a fresh semaphore in the place of the one whose holder is gone. Others that have the old one open keep it.
+bool ZKPOSIXSemaphore::takeOver(const Ref<NSURL>& directory, Ref<NSError>* error) {
+  if (!unlink(error)) return false;
+  removeProcessInfoAtURL(directory);
+  // Not exclusive: what another process has created meanwhile is opened as it is, count included.
+  return openWithName(name(), ZKO_CREAT, kSharedMode, 1, error);
+}
+
+bool ZKPOSIXSemaphore::postWithProcessInfo(const Ref<NSURL>& directory) {
+  // The record goes first: once the semaphore is free, a record there is the next holder's.
+  const bool isRecordRemoved = removeProcessInfoAtURL(directory);
+  return post() && isRecordRemoved;
+}
+
+}  // namespace zk

@@ -1,0 +1,89 @@
+#include "ZKPOSIXSemaphore.h"
+
+#include "NSErrorPOSIX.h"
+#include "objects/NSAutoreleasePool.h"
+#include "process/ErrorNumbers.h"
+
+namespace zk {
+
+namespace {
+
+/// Passes the result of a wait on; a failed one is explained when there is a place for it.
+bool waitResult(int result, Ref<NSError>* error) {
+  if (result == 0) return true;
+  if (error != nullptr) {
+    const Ref<NSString> reason = ZKPOSIXSemaphore::semaphoreWaitErrorReason(errorNumber());
+    *error = POSIX::errorWithPOSIXCode(errorNumber(), reason);
+  }
+  return false;
+}
+
+}  // namespace
+
+Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::init() { return Ref<ZKPOSIXSemaphore>(new ZKPOSIXSemaphore); }
+
+Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithOpen(const Ref<NSString>& name, Ref<NSError>* error) {
+  const Ref<ZKPOSIXSemaphore> semaphore = init();
+  return semaphore->openWithName(name, 0, 0, 0, error) ? semaphore : nullptr;
+}
+
+Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithCreate(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
+                                                       unsigned int value, Ref<NSError>* error) {
+  const Ref<ZKPOSIXSemaphore> semaphore = init();
+  const int flags = failIfExist ? ZKO_CREAT | ZKO_EXCL : ZKO_CREAT;
+  return semaphore->openWithName(name, flags, mode, value, error) ? semaphore : nullptr;
+}
+
+Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, Ref<NSError>* error) {
+  return autorelease(initWithOpen(name, error));
+}
+
+Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::createWithName(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
+                                                       unsigned int value, Ref<NSError>* error) {
+  return autorelease(initWithCreate(name, failIfExist, mode, value, error));
+}
+
+ZKPOSIXSemaphore::~ZKPOSIXSemaphore() {
+  if (semaphore_ != ZKSEM_FAILED) System::current().sem_close(semaphore_);
+  semaphore_ = ZKSEM_FAILED;
+  name_ = nullptr;
+}
+
+bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, unsigned int value,
+                                    Ref<NSError>* error) {
+  if (semaphore_ != ZKSEM_FAILED) System::current().sem_close(semaphore_);
+  semaphore_ = ZKSEM_FAILED;
+
+  name_ = name;
+  const std::string systemName = name_ ? name_->fileSystemRepresentation() : std::string();
+  semaphore_ = System::current().sem_open(systemName.c_str(), flags, mode, value);
+  if (semaphore_ != ZKSEM_FAILED) return true;
+
+  if (error != nullptr) {
+    const Ref<NSString> reason = semaphoreOpenErrorReason(errorNumber(), (flags & ZKO_CREAT) != 0);
+    *error = POSIX::errorWithPOSIXCode(errorNumber(), reason);
+  }
+  return false;
+}
+
+bool ZKPOSIXSemaphore::wait(Ref<NSError>* error) { return waitResult(System::current().sem_wait(semaphore_), error); }
+
+bool ZKPOSIXSemaphore::tryWait(Ref<NSError>* error) {
+  return waitResult(System::current().sem_trywait(semaphore_), error);
+}
+
+bool ZKPOSIXSemaphore::post() { return System::current().sem_post(semaphore_) == 0; }
+
+bool ZKPOSIXSemaphore::isBusyError(const Ref<NSError>& error) {
+  return error && error->code() == ZKEAGAIN && error->domain()->isEqual(NSPOSIXErrorDomain);
+}
+
+bool ZKPOSIXSemaphore::unlinkName(const Ref<NSString>& name, Ref<NSError>* /*error*/) {
+  // Plain UTF-8, not the file-system representation that opening uses: the two differ on some systems, and are kept
+  // apart.
+  return System::current().sem_unlink(name ? name->UTF8String() : "") == 0;
+}
+
+bool ZKPOSIXSemaphore::unlink(Ref<NSError>* error) { return unlinkName(name_, error); }
+
+}  // namespace zk

@@ -1,0 +1,160 @@
+"""The update lock between processes. (That a live holder is given up after a while is with the long waits.)"""
+
+import datetime
+import os
+import plistlib
+import signal
+import time
+
+import pytest
+
+from support.installer import INSTALLED, seconds_since
+from support.processes import an_unused_pid, eventually, stays
+
+AT_ONCE = 5.0  # seconds; far from the hundred after which a holder without a record is not waited for any longer
+
+
+@pytest.fixture
+def holder(scene):
+    """A process that lives, and is no installer."""
+    process = scene.start(["/usr/bin/sleep", "infinity"])
+    process.path = os.path.realpath("/usr/bin/sleep")
+    return process
+
+
+def put_record(scene, record):
+    scene.record_path().write_bytes(plistlib.dumps(record, fmt=plistlib.FMT_BINARY))
+
+
+def assert_taken_over_at_once(scene):
+    identity = scene.update_semaphore.create(taken=True).identity()
+    start = time.monotonic()
+    run = scene.begin()
+    eventually(
+        lambda: scene.record_path().exists() and plistlib.loads(scene.record_path().read_bytes()).get("pid") == run.pid,
+        "the installer has put its own record there",
+        AT_ONCE,
+    )
+    assert scene.is_held(scene.update_semaphore)
+    assert scene.update_semaphore.identity() != identity, "a new semaphore stands in the place of the old"
+    scene.end_target()
+    assert run.outcome() == INSTALLED
+    assert seconds_since(start) < AT_ONCE
+    assert scene.is_nothing_held()
+
+
+def assert_waited_for(scene, run, pid):
+    scene.end_target()
+    stays(
+        lambda: not run.has_ended()
+        and scene.is_held(scene.update_semaphore)
+        and plistlib.loads(scene.record_path().read_bytes())["pid"] == pid,
+        "the installer waits for the holder",
+    )
+
+
+DEAD = {
+    "a process that is gone": lambda holder: {"pid": an_unused_pid()},
+    "no process at all": lambda holder: {"pid": 0},
+    "a negative id": lambda holder: {"pid": -holder.pid},
+    "nobody": lambda holder: {},
+    "another program that had its id": lambda holder: {"pid": holder.pid, "executablePath": "/usr/bin/true"},
+    "an earlier process that had its id": lambda holder: {
+        "pid": holder.pid,
+        "executablePath": holder.path,
+        "creationDate": datetime.datetime(2001, 1, 1),
+    },
+}
+
+
+@pytest.mark.parametrize("record", DEAD.values(), ids=DEAD)
+def test_the_lock_is_taken_over_at_once_from(scene, holder, record):
+    put_record(scene, record(holder))
+    assert_taken_over_at_once(scene)
+
+
+def test_a_holder_that_has_ended_but_was_not_reaped_is_dead(scene, holder):
+    put_record(scene, {"pid": holder.pid})
+    holder.kill()
+    os.waitid(os.P_PID, holder.pid, os.WEXITED | os.WNOWAIT)
+    assert_taken_over_at_once(scene)
+
+
+def test_an_installer_that_was_killed_leaves_its_lock_to_the_next(scene):
+    killed = scene.begin(installerSemaphore=None)
+    identity = scene.update_semaphore.identity()
+    killed.end()
+    assert scene.is_held(scene.update_semaphore) and scene.record_path().exists()
+    assert scene.install() == INSTALLED
+    assert scene.update_semaphore.identity() != identity
+    assert scene.is_nothing_held()
+
+
+LIVE = {
+    "its id alone": lambda holder: {"pid": holder.pid},
+    "its id and path": lambda holder: {"pid": holder.pid, "executablePath": holder.path},
+    "an empty path, which is not compared": lambda holder: {"pid": holder.pid, "executablePath": ""},
+    "an identifier that it has not, so none is compared": lambda holder: {"pid": holder.pid, "bundleId": "org.example.a"},
+    "keys that nobody knows": lambda holder: {"pid": holder.pid, "path": "/usr/bin/true", "mood": "good"},
+}
+
+
+@pytest.mark.parametrize("record", LIVE.values(), ids=LIVE)
+def test_a_live_holder_is_waited_for_and_succeeded_whose_record_holds(scene, holder, record):
+    put_record(scene, record(holder))
+    identity = scene.update_semaphore.create(taken=True).identity()
+    run = scene.begin()
+    assert_waited_for(scene, run, holder.pid)
+    scene.update_semaphore.post()
+    assert run.outcome() == INSTALLED
+    assert scene.update_semaphore.identity() == identity
+    assert scene.is_nothing_held()
+
+
+def test_a_holder_that_dies_while_it_is_waited_for_is_taken_over_at_once(scene, holder):
+    put_record(scene, {"pid": holder.pid, "executablePath": holder.path})
+    scene.update_semaphore.create(taken=True)
+    run = scene.begin()
+    assert_waited_for(scene, run, holder.pid)
+    start = time.monotonic()
+    holder.kill()
+    assert run.outcome() == INSTALLED
+    assert seconds_since(start) < AT_ONCE
+    assert scene.is_nothing_held()
+
+
+def test_a_second_installer_waits_for_the_first_to_finish(scene):
+    other = scene.start([scene.target.executable, "stay"])
+    first = scene.begin(pid=other.pid)
+    second_semaphore = scene.semaphore("second")
+    scene.start_target()
+    second = scene.begin(installerSemaphore=second_semaphore.name)
+    assert_waited_for(scene, second, first.pid)
+    other.kill()
+    assert first.outcome() == INSTALLED
+    assert second.outcome() == INSTALLED
+    assert second_semaphore.count() == 1
+    assert scene.is_nothing_held()
+    assert sorted(report.version for report in scene.launched()) == ["2", "2"]
+
+
+def test_a_suspended_installer_is_alive(scene):
+    other = scene.start([scene.target.executable, "stay"])
+    first = scene.begin(pid=other.pid)
+    first.process.send_signal(signal.SIGSTOP)
+    scene.start_target()
+    second = scene.begin(installerSemaphore=None)
+    assert_waited_for(scene, second, first.pid)
+    other.kill()
+    first.process.send_signal(signal.SIGCONT)
+    assert first.outcome() == INSTALLED
+    assert second.outcome() == INSTALLED
+
+
+def test_an_installer_in_another_update_folder_sees_no_record_there_and_waits(scene, holder):
+    put_record(scene, {"pid": an_unused_pid()})
+    scene.update_semaphore.create(taken=True)
+    elsewhere = scene.make_folder("elsewhere")
+    run = scene.begin(updatePath=elsewhere)
+    stays(lambda: scene.is_held(scene.update_semaphore) and list(elsewhere.iterdir()) == [], "the installer waits")
+    assert not run.has_ended()

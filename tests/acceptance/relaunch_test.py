@@ -1,0 +1,104 @@
+"""The surroundings in which the new version comes up, whatever those of the installer are."""
+
+import fcntl
+import os
+import plistlib
+
+import pytest
+
+from support.installer import INSTALLED, failed_with
+from support.scene import RELAUNCH_ARGUMENTS
+
+NO_SIGNALS = "0000000000000000"
+
+
+def launched_once(scene):
+    (report,) = scene.launched()
+    return report
+
+
+def test_it_has_a_session_of_its_own_and_the_root_as_current_folder(scene):
+    assert scene.install() == INSTALLED
+    report = launched_once(scene)
+    assert report.one("session") == report.one("group") == report.one("process")
+    assert report.one("folder") == "/"
+
+
+def test_its_standard_streams_lead_nowhere_and_no_other_descriptor_is_open(scene):
+    # A pipe of the test's is handed down to the installer, under low numbers and under a high one.
+    reading, writing = os.pipe()
+    high = fcntl.fcntl(writing, fcntl.F_DUPFD, 200)
+    try:
+        run = scene.begin_plainly(scene.settings(), pass_fds=[reading, writing, high])
+        run.wait_until_waiting()
+        assert os.path.exists(f"/proc/{run.pid}/fd/{high}"), "the installer has inherited it"
+        scene.end_target()
+        assert run.outcome() == INSTALLED
+    finally:
+        for descriptor in (reading, writing, high):
+            os.close(descriptor)
+    assert sorted(launched_once(scene).all("descriptor")) == ["0 /dev/null", "1 /dev/null", "2 /dev/null"]
+
+
+@pytest.mark.parametrize("what", ["--ignore-signal", "--block-signal"])
+def test_its_signals_are_as_new_whatever_whoever_started_the_installer_had_done_to_them(scene, what):
+    assert scene.install(wrapper=["env", what]) == INSTALLED
+    report = launched_once(scene)
+    for field in ("SigBlk", "SigIgn", "SigCgt", "SigPnd", "ShdPnd"):
+        assert report.status(field) == NO_SIGNALS, field
+
+
+def test_its_signals_are_as_new_after_an_ordinary_start(scene):
+    assert scene.install() == INSTALLED
+    report = launched_once(scene)
+    assert [report.status(field) for field in ("SigBlk", "SigIgn", "SigCgt")] == [NO_SIGNALS] * 3
+
+
+def test_it_keeps_the_environment(scene):
+    # Where its report goes is in the environment, so that there is a report shows it.
+    assert scene.install() == INSTALLED
+    assert launched_once(scene).arguments == RELAUNCH_ARGUMENTS
+
+
+def test_it_keeps_its_user(scene):
+    scene.become_unprivileged()
+    assert scene.install() == INSTALLED
+    user = str(scene.user or os.geteuid())
+    assert launched_once(scene).status("Uid").split() == [user] * 4
+
+
+def test_a_script_can_be_the_new_version(scene):
+    scene.update.executable.write_text(
+        '#!/bin/sh\nprintf "argument %s\\n" "$@" > "$ZK_REPORTS/.script"\nmv "$ZK_REPORTS/.script" "$ZK_REPORTS/script"\n'
+    )
+    assert scene.install() == INSTALLED
+    assert launched_once(scene).arguments == RELAUNCH_ARGUMENTS
+
+
+CANNOT_BE_STARTED = {
+    "missing": lambda path: path.unlink(),
+    "not executable": lambda path: path.chmod(0o644),
+    "no program": lambda path: path.write_bytes(b"\x00garbage"),
+    "a script whose interpreter is missing": lambda path: path.write_text("#!/nowhere/sh\n"),
+    "a folder": lambda path: (path.unlink(), path.mkdir()),
+    "a dangling link": lambda path: (path.unlink(), path.symlink_to("nowhere")),
+}
+
+
+@pytest.mark.parametrize("spoil", CANNOT_BE_STARTED.values(), ids=CANNOT_BE_STARTED)
+def test_that_it_cannot_be_started_is_told_and_changes_no_status(scene, spoil):
+    spoil(scene.update.executable)
+    outcome = scene.install()
+    assert outcome.status == 0
+    assert outcome.messages == failed_with("Unable to relaunch target application.").messages
+    assert scene.orphans() == set(), "no process is left behind"
+    assert scene.launched() == []
+
+
+def test_an_executable_that_leads_out_of_the_bundle_is_refused(scene):
+    elsewhere = "../../../../Updates/Editor.app/Contents/MacOS/Editor"
+    scene.update.info.write_bytes(plistlib.dumps({"CFBundleExecutable": elsewhere}))
+    outcome = scene.install()
+    assert outcome.status == 0
+    assert outcome.messages == failed_with("Unable to relaunch target application.").messages
+    assert scene.launched() == []

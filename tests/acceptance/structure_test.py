@@ -1,0 +1,115 @@
+"""What may include and link what."""
+
+import json
+import re
+import shlex
+import subprocess
+from pathlib import Path
+
+import pytest
+
+SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "updater"]
+
+# From where, what is included, and whether that compiles: downwards it does, upwards and sideways it does not.
+INCLUDES = [
+    ("platform", "objects/NSString.h", True),
+    ("platform", "NSErrorPOSIX.h", False),
+    ("platform", "ZKPOSIXSemaphore.h", False),
+    ("platform", "ZKVersion.h", False),
+    ("platform", "ZKUpdater.h", False),
+    ("errors", "objects/NSError.h", True),
+    ("errors", "NSErrorPOSIX.h", True),
+    ("errors", "ZKPOSIXSemaphore.h", False),
+    ("errors", "ZKVersion.h", False),
+    ("errors", "ZKUpdater.h", False),
+    ("semaphore", "objects/NSURL.h", True),
+    ("semaphore", "NSErrorPOSIX.h", True),
+    ("semaphore", "ZKVersion.h", False),
+    ("semaphore", "ZKUpdater.h", False),
+    ("version", "text/NSScanner.h", True),
+    ("version", "NSErrorPOSIX.h", False),
+    ("version", "ZKPOSIXSemaphore.h", False),
+    ("version", "ZKUpdater.h", False),
+    ("updater", "objects/NSURL.h", True),
+    ("updater", "ZKPOSIXSemaphore.h", True),
+    ("updater", "ZKVersion.h", False),
+]
+
+
+@pytest.fixture(scope="session")
+def commands(build, checkout):
+    """For each subsystem, how its first source is compiled, and where."""
+    result = {}
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        path = Path(entry["file"])
+        if path.is_relative_to(checkout):
+            result.setdefault(path.relative_to(checkout).parts[0], entry)
+    return result
+
+
+def compile_like(entry, source):
+    arguments = shlex.split(entry["command"])
+    output = arguments.index("-o")
+    arguments[output : output + 2] = ["-fsyntax-only"]
+    arguments[arguments.index(entry["file"])] = str(source)
+    return subprocess.run(arguments, cwd=entry["directory"], capture_output=True, text=True)
+
+
+@pytest.mark.parametrize("subsystem, header, compiles", INCLUDES)
+def test_an_include_compiles_if_and_only_if_it_leads_downwards(commands, tmp_path, subsystem, header, compiles):
+    source = tmp_path / "include.cpp"
+    source.write_text(f'#include "{header}"\n')
+    result = compile_like(commands[subsystem], source)
+    if compiles:
+        assert result.returncode == 0, result.stderr
+    else:
+        assert result.returncode != 0
+        assert re.search(rf"{re.escape(header)}.*(No such file|not found)", result.stderr), result.stderr
+
+
+def test_every_header_named_here_exists(checkout):
+    for _, header, _ in INCLUDES:
+        assert any((checkout / subsystem / header).is_file() for subsystem in SUBSYSTEMS), header
+
+
+def sources(checkout, *folders):
+    result = [path for folder in folders for path in (checkout / folder).rglob("*") if path.suffix in (".h", ".cpp")]
+    assert result
+    return result
+
+
+def includes(path):
+    return re.findall(r'^[ \t]*#[ \t]*include[ \t]*[<"]([^>"]*)[>"]', path.read_text(), re.MULTILINE)
+
+
+def test_no_include_climbs_out_of_its_folder(checkout):
+    assert [
+        (path, name)
+        for path in sources(checkout, *SUBSYSTEMS, "tests", "examples", "bench")
+        for name in includes(path)
+        if ".." in Path(name).parts
+    ] == []
+
+
+def test_above_the_platform_there_are_no_system_headers_and_no_conditions(checkout):
+    for path in sources(checkout, "updater", "semaphore", "errors", "version"):
+        text = path.read_text()
+        # The headers of the language's own library are one word; those of systems have folders or endings.
+        headers = re.findall(r"^[ \t]*#[ \t]*include[ \t]*<([^>]*)>", text, re.MULTILINE)
+        assert [header for header in headers if not re.fullmatch(r"[a-z_]+", header)] == [], path
+        assert not re.search(r"^[ \t]*#[ \t]*(if|ifdef|ifndef|elif|else)\b", text, re.MULTILINE), path
+
+
+SYSTEM_LIBRARIES = re.compile(
+    r"(libstdc\+\+|libc\+\+|libc\+\+abi|libgcc_s|libunwind|libm|libc|libpthread|librt|libdl|ld-linux[-\w]*)\.so[.\d]*"
+)
+SANITIZERS = re.compile(r"(lib[altu]b?san|libubsan|libresolv)\.so[.\d]*")
+
+
+def test_nothing_but_the_language_and_the_system_is_linked(installer, build):
+    text = subprocess.run(["readelf", "-d", installer], check=True, capture_output=True, text=True).stdout
+    libraries = re.findall(r"\(NEEDED\).*\[(.*)\]", text)
+    sanitized = re.search(r"^ZK_SANITIZE:\w+=.+", (build / "CMakeCache.txt").read_text(), re.MULTILINE)
+    assert "libc.so.6" in libraries
+    for library in libraries:
+        assert SYSTEM_LIBRARIES.fullmatch(library) or (sanitized and SANITIZERS.fullmatch(library)), library

@@ -1,0 +1,93 @@
+"""Waiting with a limit, and knowing every process that a test has brought about."""
+
+import ctypes
+import os
+import signal
+import time
+from pathlib import Path
+
+LIMIT = 30.0  # seconds; what happens at all happens long before
+PR_SET_CHILD_SUBREAPER = 36
+KERNEL_THREAD = 0x00200000  # a flag of the ninth field of /proc/<pid>/stat
+
+
+def eventually(condition, what, limit=LIMIT):
+    """Waits until the condition gives something true, and hands that back."""
+    end = time.monotonic() + limit
+    while not (result := condition()):
+        assert time.monotonic() < end, f"not within {limit:g} seconds: {what}"
+        time.sleep(0.005)
+    return result
+
+
+def stays(condition, what, seconds=0.5):
+    """Makes sure that the condition keeps being true for a while."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        assert condition(), f"no longer so: {what}"
+        time.sleep(0.02)
+
+
+def adopt_orphans():
+    """Makes this process the parent of all that its children leave behind, so that none of it outlives its test."""
+    if ctypes.CDLL(None, use_errno=True).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0:
+        raise OSError(ctypes.get_errno(), "no orphan can be adopted")
+
+
+def stat_fields(pid):
+    """The fields of /proc/<pid>/stat from the third on, or nothing when there is no such process."""
+    try:
+        return Path(f"/proc/{pid}/stat").read_text(errors="replace").rpartition(")")[2].split()
+    except (FileNotFoundError, ProcessLookupError):
+        return None
+
+
+def all_processes():
+    return [int(name) for name in os.listdir("/proc") if name.isdigit()]
+
+
+def children():
+    """The processes whose parent this one is, zombies too."""
+    result = set()
+    for pid in all_processes():
+        fields = stat_fields(pid)
+        if fields and int(fields[1]) == os.getpid():
+            result.add(pid)
+    return result
+
+
+def is_asleep(pid):
+    fields = stat_fields(pid)
+    return bool(fields) and fields[0] == "S"
+
+
+def a_kernel_thread():
+    for pid in sorted(all_processes()):
+        fields = stat_fields(pid)
+        if fields and int(fields[6]) & KERNEL_THREAD:
+            return pid
+    return None
+
+
+def an_unused_pid():
+    """An id that no process has and that none will soon: the last that there can be."""
+    pid = int(Path("/proc/sys/kernel/pid_max").read_text()) - 1
+    while os.path.exists(f"/proc/{pid}"):
+        pid -= 1
+    return pid
+
+
+def wait_for_end(pid):
+    """Waits for the end of a child that no Popen object stands for."""
+    try:
+        eventually(lambda: os.waitpid(pid, os.WNOHANG)[0] == pid, f"process {pid} has ended")
+    except ChildProcessError:
+        pass
+
+
+def end_child(pid):
+    try:
+        os.kill(pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    wait_for_end(pid)

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "FailingAllocation.h"
+#include "FileItems.h"
+#include "support/TreeDescription.h"
+
+namespace zk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class OutOfMemory : public ::testing::TestWithParam<bool> {
+ protected:
+  /// Lets `operation` run out of memory at its first allocation, then at its second, and so on until it needs no more.
+  template <class Operation>
+  void atEveryAllocation(Operation operation) {
+    const std::size_t descriptors = openDescriptors();
+    for (int number = 0; !operation(number); ++number) {
+      ASSERT_LT(number, 10000);
+      ASSERT_EQ(openDescriptors(), descriptors) << number;
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
+  }
+
+  bool isForGood() const { return GetParam(); }
+
+  TemporaryFolder folder;
+  NSFileManager fileManager;
+};
+
+TEST_P(OutOfMemory, MakesACopyFailAndNothingElse) {
+  writeFile(folder / "from/a/b/c/d/e/f/file", "x");
+  fs::create_hard_link(folder / "from/a/b/c/d/e/f/file", folder / "from/z");
+  fs::create_symlink("nothing", folder / "from/link");
+  setAttribute(folder / "from/z", "user.note", "v");
+  const Ref<NSURL> from = folder.url("from");
+  const Ref<NSURL> to = folder.url("to");
+  atEveryAllocation([&](int number) {
+    Ref<NSError> error;
+    bool succeeded = false;
+    bool failed = false;
+    {
+      const FailingAllocation allocation(number, isForGood());
+      succeeded = fileManager.copyItemAtURL(from, to, &error);
+      failed = allocation.hasFailed();
+    }
+    EXPECT_NE(succeeded, failed) << number;
+    if (failed && !isForGood()) EXPECT_EQ(error ? error->code() : 0, 12) << number;
+    if (succeeded) EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"));
+    fs::remove_all(folder / "to");
+    return !failed;
+  });
+}
+
+TEST_P(OutOfMemory, MakesARemovalFailAndNothingElse) {
+  const Ref<NSURL> tree = folder.url("tree");
+  atEveryAllocation([&](int number) {
+    writeFile(folder / "tree/a/b/c/d/e/f/file", "x");
+    Ref<NSError> error;
+    bool succeeded = false;
+    bool failed = false;
+    {
+      const FailingAllocation allocation(number, isForGood());
+      succeeded = fileManager.removeItemAtURL(tree, &error);
+      failed = allocation.hasFailed();
+    }
+    EXPECT_NE(succeeded, failed) << number;
+    if (failed && !isForGood()) EXPECT_EQ(error ? error->code() : 0, 12) << number;
+    EXPECT_NE(succeeded, isThere(folder / "tree")) << number;
+    return !failed;
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Memory, OutOfMemory, ::testing::Bool(),
+                         [](const auto& parameter) { return parameter.param ? "FromThenOn" : "Once"; });
+
+}  // namespace
+}  // namespace zk::test

@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "FileItems.h"
+#include "support/TreeDescription.h"
+
+namespace zk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What is done to source or destination while a copy is under way, by someone who wants to lead it elsewhere.
+class CopySwap : public ::testing::Test {
+ protected:
+  CopySwap() {
+    writeFile(folder / "outside/file", "untouched");
+    writeFile(folder / "outside/a/file", "untouched");
+    outside = describeTree(folder / "outside");
+  }
+
+  /// Does `swap` once, while the delegate is asked about the source `name`, then removes what is at the destination.
+  template <class Swap>
+  void during(const std::string& name, Swap swap) {
+    delegate.shouldCopy = [this, name, swap](NSFileManager& fileManager, const std::string& source,
+                                             const Ref<NSURL>& destination) {
+      if (source == (folder / name).string()) swap();
+      fileManager.removeItemAtURL(destination);
+      return true;
+    };
+  }
+
+  Outcome copy() { return copyItem(folder / "from", folder / "to", &delegate); }
+  void expectOutsideUntouched() { EXPECT_EQ(describeTree(folder / "outside"), outside); }
+
+  TemporaryFolder folder;
+  RecordingDelegate delegate;
+  TreeDescription outside;
+};
+
+TEST_F(CopySwap, OfADestinationFolderForALinkLeadsNowhere) {
+  writeFile(folder / "from/a/file", "x");
+  during("from/a/file", [this] {
+    fs::rename(folder / "to/a", folder / "moved");
+    fs::create_directory_symlink(folder / "outside", folder / "to/a");
+  });
+  const Outcome outcome = copy();
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "moved/file"), "x");
+  EXPECT_FALSE(outcome.succeeded);
+  EXPECT_EQ(outcome.code(), 70);
+}
+
+TEST_F(CopySwap, OfTheTopOfTheDestinationForALinkLeadsNowhere) {
+  writeFile(folder / "from/a/file", "x");
+  during("from/a", [this] {
+    fs::rename(folder / "to", folder / "moved");
+    fs::create_directory_symlink(folder / "outside", folder / "to");
+  });
+  EXPECT_FALSE(copy().succeeded);
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "moved/a/file"), "x");
+}
+
+TEST_F(CopySwap, OfTheFolderAroundTheDestinationForALinkLeadsNowhere) {
+  writeFile(folder / "from/file", "x");
+  fs::create_directory(folder / "parent");
+  during("from", [this] {
+    fs::rename(folder / "parent", folder / "moved");
+    fs::create_directory_symlink("outside", folder / "parent");
+  });
+  copyItem(folder / "from", folder / "parent/file", &delegate);
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
+}
+
+TEST_F(CopySwap, LeavesTheRemovalItAsksForInTheFolderThatItHolds) {
+  writeFile(folder / "from/file", "x");
+  fs::create_directory(folder / "parent");
+  writeFile(folder / "parent/file", "old");
+  during("from", [this] {
+    fs::rename(folder / "parent", folder / "moved");
+    fs::create_directory_symlink("outside", folder / "parent");
+  });
+  copyItem(folder / "from/file", folder / "parent/file", nullptr);
+  copyItem(folder / "from", folder / "parent/file", &delegate);
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
+}
+
+TEST_F(CopySwap, OfASourceFolderForALinkLeadsNowhere) {
+  writeFile(folder / "from/a/file", "x");
+  during("from/a", [this] {
+    fs::rename(folder / "from/a", folder / "moved");
+    fs::create_directory_symlink(folder / "outside", folder / "from/a");
+  });
+  EXPECT_TRUE(copy().succeeded);
+  EXPECT_TRUE(fs::is_symlink(folder / "to/a"));
+}
+
+TEST_F(CopySwap, OfASourceFolderThatIsBeingCopiedLeadsNowhere) {
+  writeFile(folder / "from/a/file", "x");
+  during("from/a/file", [this] {
+    fs::rename(folder / "from/a", folder / "moved");
+    fs::create_directory_symlink(folder / "outside", folder / "from/a");
+  });
+  copy();
+  EXPECT_EQ(readFile(folder / "to/a/file"), "x");
+}
+
+TEST_F(CopySwap, OfADeepFolderToAnotherPlaceEndsTheCopy) {
+  for (const char* side : {"from", "to"}) {
+    writeFile(folder / "from/1/2/3/4/5/6/7/8/9/file", "x");
+    writeFile(folder / "from/2", "x");
+    // So deep that the outer folders are no longer open: the way up would lead to another folder.
+    during("from/1/2/3/4/5/6/7/8/9/file", [this, side] { fs::rename(folder / side / "1/2/3", folder / "outside/3"); });
+    delegate.proceeds = true;
+    const Outcome outcome = copy();
+    EXPECT_FALSE(outcome.succeeded) << side;
+    EXPECT_EQ(outcome.code(), 70) << side;
+    EXPECT_FALSE(isThere(folder / "to/2")) << side;
+    fs::remove_all(folder / "outside/3");
+    fs::remove_all(folder / "from");
+    fs::remove_all(folder / "to");
+  }
+}
+
+TEST_F(CopySwap, OfTheFirstOfSeveralHardLinksIsNotTakenForIt) {
+  writeFile(folder / "from/a/first", "x");
+  fs::create_hard_link(folder / "from/a/first", folder / "from/second");
+  during("from/second", [this] {
+    fs::rename(folder / "to/a/first", folder / "moved");
+    fs::create_hard_link(folder / "outside/file", folder / "to/a/first");
+  });
+  EXPECT_EQ(copy().code(), 70);
+  EXPECT_FALSE(isThere(folder / "to/second"));
+  EXPECT_EQ(readFile(folder / "outside/file"), "untouched");
+}
+
+TEST_F(CopySwap, OfTheFolderAroundTheFirstHardLinkForALinkIsNotFollowed) {
+  writeFile(folder / "from/a/file", "x");
+  fs::create_hard_link(folder / "from/a/file", folder / "from/second");
+  during("from/second", [this] {
+    fs::rename(folder / "to/a", folder / "moved");
+    fs::create_directory_symlink(folder / "moved", folder / "to/a");
+  });
+  EXPECT_FALSE(copy().succeeded);
+  EXPECT_FALSE(isThere(folder / "to/second"));
+}
+
+TEST_F(CopySwap, OfATreeThatIsBeingRemovedIsNotFollowed) {
+  // The item is a link by the time it is removed: it goes, and nothing else.
+  writeFile(folder / "from/a", "x");
+  during("from/a", [this] { fs::create_directory_symlink(folder / "outside", folder / "to/a"); });
+  EXPECT_TRUE(copy().succeeded);
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "to/a"), "x");
+}
+
+}  // namespace
+}  // namespace zk::test

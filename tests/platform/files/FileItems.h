@@ -1,0 +1,75 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "files/NSFileManager.h"
+#include "support/TemporaryFolder.h"
+
+namespace zk::test {
+
+/// A delegate that writes down what it is asked.
+class RecordingDelegate : public NSFileManagerDelegate {
+ public:
+  using Question = std::pair<std::string, std::string>;  ///< the paths of source and destination
+
+  bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL, const Ref<NSURL>& toURL) override;
+  bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
+                   const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
+
+  /// Answers whether an item is to be copied; always, unless a test sets something else.
+  std::function<bool(NSFileManager&, const std::string& source, const Ref<NSURL>& destination)> shouldCopy;
+  bool proceeds = false;
+
+  std::vector<Question> questions;
+  std::vector<Question> failures;
+  std::vector<long> codes;  ///< of the failures
+};
+
+/// What a copy or a removal came to.
+struct Outcome {
+  bool succeeded = false;
+  Ref<NSError> error;
+
+  /// The error's code, 0 without one.
+  long code() const { return error ? error->code() : 0; }
+  /// The path that the error tells, "" without one.
+  std::string path() const;
+};
+
+Outcome copyItem(const std::filesystem::path& from, const std::filesystem::path& to,
+                 NSFileManagerDelegate* delegate = nullptr);
+Outcome removeItem(const std::filesystem::path& path);
+
+/// The status of the item itself, links not followed; all zero, and a failed expectation, when there is none.
+struct stat statusOf(const std::filesystem::path& path);
+/// The mode of the item without its kind.
+mode_t modeOf(const std::filesystem::path& path);
+void setMode(const std::filesystem::path& path, mode_t mode);
+/// Sets the times of the item itself.
+void setTimes(const std::filesystem::path& path, struct timespec accessed, struct timespec modified);
+bool isThere(const std::filesystem::path& path);
+
+/// An extended attribute of the item itself, or nothing.
+std::optional<std::string> attributeOf(const std::filesystem::path& path, const char* name);
+/// @return whether the file system takes it
+bool setAttribute(const std::filesystem::path& path, const char* name, const std::string& value);
+
+/// The bytes of an ACL that gives user 1234 `permissions` (a digit 0 to 7) besides the mode rwxr-x---, as the
+/// attributes system.posix_acl_... hold them.
+std::string accessListBytes(unsigned permissions);
+
+/// How many descriptors this process has open.
+std::size_t openDescriptors();
+
+/// Runs `body` in a child process that has no privileges: as root, as another user, who is first given `folder`.
+/// @return the child's exit status
+int statusUnprivileged(const TemporaryFolder& folder, const std::function<void()>& body);
+
+}  // namespace zk::test

@@ -1,0 +1,370 @@
+#include "files/NSBundle.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "LanguageEnvironment.h"
+#include "objects/NSData.h"
+#include "plist/NSPropertyListSerialization.h"
+#include "support/ChildProcess.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
+
+namespace zk::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kIdentified[] =
+    "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></plist>";
+constexpr char kEmpty[] = "<plist><dict></dict></plist>";
+
+std::string bytes(const Ref<NSString>& text) { return text ? text->bytes() : "(absent)"; }
+
+// Before any other test, so that it is the first use.
+TEST(MainBundle, KeepsTheErrorNumberAtItsFirstUse) {
+  EXPECT_EQ(statusInChild([] {
+              const LanguageEnvironment environment({{"LANGUAGE", "de:fr"}, {"LANG", "it"}});
+              errno = EAGAIN;
+              const Ref<NSBundle> bundle = NSBundle::mainBundle();
+              EXPECT_EQ(errno, EAGAIN);
+              bundle->localizedStringForKey("greeting"_ns, nullptr, nullptr);
+              EXPECT_EQ(errno, EAGAIN);
+            }),
+            0);
+}
+
+class NSBundleTest : public ::testing::Test {
+ protected:
+  Ref<NSBundle> bundle(std::string_view name) const { return NSBundle::bundleWithURL(folder.url(name)); }
+  std::string identifier(std::string_view name) const {
+    const Ref<NSBundle> found = bundle(name);
+    return found ? bytes(found->bundleIdentifier()) : "(no bundle)";
+  }
+  /// The executable's path inside the test's folder.
+  std::string executable(std::string_view name) const {
+    const std::string path = bytes(bundle(name)->executablePath());
+    return path.starts_with(folder.path().string()) ? path.substr(folder.path().string().size() + 1) : path;
+  }
+  /// The bundle around an executable, as a path inside the test's folder.
+  std::string around(std::string_view path) const {
+    const Ref<NSBundle> found = NSBundle::bundleAroundExecutable(NSString::stringWithBytes((folder / path).string()));
+    return found ? fs::path(found->bundleURL()->path()->bytes()).lexically_relative(folder.path()).string() : "(none)";
+  }
+  void write(std::string_view name, std::string_view content) const { writeFile(folder / name, content); }
+
+  const TemporaryFolder folder;
+};
+
+TEST_F(NSBundleTest, IsAFolderInAnyOfThreeLayouts) {
+  write("A.app/Contents/Info.plist", kIdentified);
+  write("B.framework/Resources/Info.plist", kIdentified);
+  write("C.bundle/Info.plist", kIdentified);
+  for (const char* name : {"A.app", "B.framework", "C.bundle"}) EXPECT_EQ(identifier(name), "com.example.x") << name;
+}
+
+TEST_F(NSBundleTest, IsReadFromTheFirstLayoutThatItHas) {
+  write("X/Contents/Info.plist", "<plist><dict><key>CFBundleIdentifier</key><string>contents</string></dict></plist>");
+  write("X/Resources/Info.plist",
+        "<plist><dict><key>CFBundleIdentifier</key><string>resources</string></dict></plist>");
+  write("X/Info.plist", "<plist><dict><key>CFBundleIdentifier</key><string>flat</string></dict></plist>");
+  EXPECT_EQ(identifier("X"), "contents");
+  fs::remove(folder / "X/Contents/Info.plist");
+  EXPECT_EQ(identifier("X"), "resources");
+  fs::remove(folder / "X/Resources/Info.plist");
+  EXPECT_EQ(identifier("X"), "flat");
+}
+
+TEST_F(NSBundleTest, KeepsToItsLayoutThoughTheInfoThereIsWorthless) {
+  write("X/Contents/Info.plist", "worthless: {");
+  write("X/Info.plist", kIdentified);
+  EXPECT_EQ(identifier("X"), "(absent)");
+}
+
+TEST_F(NSBundleTest, IsAnyOtherFolderWithoutAnIdentifier) {
+  fs::create_directory(folder / "plain");
+  EXPECT_EQ(identifier("plain"), "(absent)");
+}
+
+TEST_F(NSBundleTest, IsNotTheInsideOfOne) {
+  write("X.app/Contents/Info.plist", kIdentified);
+  write("Y/Resources/Info.plist", kIdentified);
+  EXPECT_EQ(identifier("X.app/Contents"), "(absent)");
+  EXPECT_EQ(identifier("Y/Resources"), "(absent)");
+  write("Contents/Contents/Info.plist", kIdentified);
+  EXPECT_EQ(identifier("Contents"), "(absent)");
+}
+
+TEST_F(NSBundleTest, IsNothingButAFolder) {
+  write("file", kIdentified);
+  EXPECT_FALSE(bundle("file"));
+  EXPECT_FALSE(bundle("missing"));
+  EXPECT_FALSE(NSBundle::bundleWithURL(nullptr));
+}
+
+TEST_F(NSBundleTest, IsReadThroughLinks) {
+  write("X.app/Contents/Info.plist", kIdentified);
+  fs::create_directory_symlink("X.app", folder / "link");
+  EXPECT_EQ(identifier("link"), "com.example.x");
+  EXPECT_EQ(bundle("link")->bundleURL()->path()->bytes(), folder / "link");
+
+  write("elsewhere.plist", kIdentified);
+  fs::create_directories(folder / "Y.app/Contents");
+  fs::create_symlink(folder / "elsewhere.plist", folder / "Y.app/Contents/Info.plist");
+  EXPECT_EQ(identifier("Y.app"), "com.example.x");
+}
+
+TEST_F(NSBundleTest, HasAnIdentifierInAnyFormOfPropertyList) {
+  const Ref<NSData> binary = NSPropertyListSerialization::dataFromPropertyList(
+      NSDictionary::dictionaryWithEntries({{"CFBundleIdentifier"_ns, "com.example.x"_ns}}),
+      NSPropertyListBinaryFormat_v1_0);
+  ASSERT_TRUE(binary);
+  write("binary/Info.plist", binary->bytes());
+  write("xml/Info.plist", kIdentified);
+  write("text/Info.plist", "{ CFBundleIdentifier = \"com.example.x\"; }");
+  for (const char* name : {"binary", "xml", "text"}) EXPECT_EQ(identifier(name), "com.example.x") << name;
+}
+
+TEST_F(NSBundleTest, HasNoIdentifierThatIsNoText) {
+  write("X/Info.plist", "<plist><dict><key>CFBundleIdentifier</key><integer>1</integer></dict></plist>");
+  EXPECT_EQ(identifier("X"), "(absent)");
+  write("Y/Info.plist", "<plist><array><string>CFBundleIdentifier</string></array></plist>");
+  EXPECT_EQ(identifier("Y"), "(absent)");
+}
+
+TEST_F(NSBundleTest, DoesNotWaitForAPipeInThePlaceOfItsInfo) {
+  fs::create_directories(folder / "X/Contents");
+  ASSERT_EQ(::mkfifo((folder / "X/Contents/Info.plist").c_str(), 0666), 0);
+  fs::create_directories(folder / "Y/Contents/Info.plist");
+  fs::create_directories(folder / "Z/Contents");
+  fs::create_symlink("/dev/zero", folder / "Z/Contents/Info.plist");
+  for (const char* name : {"X", "Y", "Z"}) {
+    EXPECT_EQ(identifier(name), "(absent)") << name;
+    write(std::string(name) + "/Info.plist", kIdentified);
+    EXPECT_EQ(identifier(name), "com.example.x") << name << ": what is no file is as good as not there";
+  }
+}
+
+TEST_F(NSBundleTest, HasItsExecutableWhereItsLayoutPutsIt) {
+  constexpr char kInfo[] = "<plist><dict><key>CFBundleExecutable</key><string>program</string></dict></plist>";
+  write("A.app/Contents/Info.plist", kInfo);
+  write("B.framework/Resources/Info.plist", kInfo);
+  write("C.bundle/Info.plist", kInfo);
+  EXPECT_EQ(executable("A.app"), "A.app/Contents/MacOS/program");
+  EXPECT_EQ(executable("B.framework"), "B.framework/program");
+  EXPECT_EQ(executable("C.bundle"), "C.bundle/program");
+}
+
+TEST_F(NSBundleTest, HasAnExecutableOfItsOwnNameWhereTheInfoNamesNone) {
+  write("A.app/Contents/Info.plist", kEmpty);
+  write("B/Resources/Info.plist", "<plist><dict><key>CFBundleExecutable</key><string></string></dict></plist>");
+  write("C.v2.app/Info.plist", "<plist><dict><key>CFBundleExecutable</key><integer>1</integer></dict></plist>");
+  fs::create_directory(folder / "plain.d");
+  fs::create_directory(folder / ".hidden");
+  EXPECT_EQ(executable("A.app"), "A.app/Contents/MacOS/A");
+  EXPECT_EQ(executable("B"), "B/B");
+  EXPECT_EQ(executable("C.v2.app"), "C.v2.app/C.v2");
+  EXPECT_EQ(executable("plain.d"), "plain.d/plain");
+  EXPECT_EQ(executable(".hidden"), ".hidden/.hidden");
+}
+
+TEST_F(NSBundleTest, RefusesAnExecutableThatLeadsOutOfIt) {
+  for (const char* name : {"/bin/sh", "..", "../x", "a/../../x", "a/..", "../../../bin/sh"}) {
+    write("X.app/Contents/Info.plist",
+          "<plist><dict><key>CFBundleExecutable</key><string>" + std::string(name) + "</string></dict></plist>");
+    EXPECT_EQ(executable("X.app"), "(absent)") << name;
+  }
+  write("X.app/Contents/Info.plist", "{ CFBundleExecutable = \"program\\000/../../../sh\"; }");
+  EXPECT_EQ(executable("X.app"), "(absent)");
+  EXPECT_FALSE(NSBundle::bundleWithURL(std::make_shared<NSURL>("/"))->executablePath());
+}
+
+TEST_F(NSBundleTest, HasAnExecutableInAFolderFurtherInside) {
+  write("X.app/Contents/Info.plist",
+        "<plist><dict><key>CFBundleExecutable</key><string>bin/..x/program</string></dict></plist>");
+  EXPECT_EQ(executable("X.app"), "X.app/Contents/MacOS/bin/..x/program");
+}
+
+TEST_F(NSBundleTest, LiesAroundItsExecutableInAnyLayout) {
+  write("A.app/Contents/Info.plist", kEmpty);
+  write("B.framework/Resources/Info.plist", kEmpty);
+  write("C.bundle/Info.plist", kEmpty);
+  EXPECT_EQ(around("A.app/Contents/MacOS/A"), "A.app");
+  EXPECT_EQ(around("B.framework/B"), "B.framework");
+  EXPECT_EQ(around("B.framework/Resources/deep/down/x"), "B.framework");
+  EXPECT_EQ(around("C.bundle/C"), "C.bundle");
+  EXPECT_EQ(around("elsewhere/x"), "(none)");
+  EXPECT_EQ(around("x"), "(none)");
+}
+
+TEST_F(NSBundleTest, IsTheNearestAroundAnExecutable) {
+  write("A.app/Contents/Info.plist", kEmpty);
+  write("A.app/Contents/Library/B.app/Contents/Info.plist", kEmpty);
+  EXPECT_EQ(around("A.app/Contents/Library/B.app/Contents/MacOS/B"), "A.app/Contents/Library/B.app");
+  EXPECT_EQ(around("A.app/Contents/Library/x"), "A.app");
+}
+
+TEST_F(NSBundleTest, IsNotTheInsideThatAnExecutableLiesIn) {
+  write("A.app/Contents/Info.plist", kEmpty);
+  write("A.app/Contents/Resources/Info.plist", kEmpty);
+  EXPECT_EQ(around("A.app/Contents/Resources/x"), "A.app");
+  EXPECT_EQ(around("A.app/Contents/x"), "A.app");
+}
+
+TEST_F(NSBundleTest, LiesAroundAnExecutableThatIsGone) {
+  write("A.app/Contents/Info.plist", kEmpty);
+  EXPECT_EQ(around("A.app/Contents/missing/folders/x"), "A.app");
+}
+
+TEST(NSBundleAroundExecutable, EndsAtTheRootFolder) {
+  for (const char* path : {"", "/", "/x", "relative", "//x"}) {
+    EXPECT_FALSE(NSBundle::bundleAroundExecutable(NSString::stringWithUTF8String(path))) << path;
+  }
+}
+
+/// What the program at `path`, a copy of the one for this test, tells of its main bundle.
+std::string mainBundleOf(const fs::path& path) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  copyProgram(ZK_MAIN_BUNDLE_PROGRAM, path);
+  FILE* output = ::popen(("'" + path.string() + "' greeting").c_str(), "r");
+  std::string text;
+  for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
+  EXPECT_EQ(::pclose(output), 0);
+  return text;
+}
+
+TEST_F(NSBundleTest, OfTheProgramIsTheOneAroundIt) {
+  write("X.app/Contents/Info.plist", kEmpty);
+  write("X.app/Contents/Resources/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
+  EXPECT_EQ(mainBundleOf(folder / "X.app/Contents/MacOS/tool"), (folder / "X.app").string() + "\nHallo\n");
+}
+
+TEST_F(NSBundleTest, OfAProgramOutsideAnyIsTheProgramsFolder) {
+  write("bin/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
+  EXPECT_EQ(mainBundleOf(folder / "bin/tool"), (folder / "bin").string() + "\nHallo\n");
+  EXPECT_EQ(mainBundleOf(folder / "empty/tool"), (folder / "empty").string() + "\ngreeting\n");
+}
+
+TEST(MainBundle, IsMadeOnce) { EXPECT_EQ(NSBundle::mainBundle(), NSBundle::mainBundle()); }
+
+class TranslationTest : public NSBundleTest {
+ protected:
+  TranslationTest() { write("X.app/Contents/Info.plist", kEmpty); }
+
+  void translate(const std::string& language, const std::string& key, const std::string& text) const {
+    write("X.app/Contents/Resources/" + language + ".lproj/Localizable.strings", "\"" + key + "\" = \"" + text + "\";");
+  }
+  /// The translation by a bundle made afresh.
+  std::string translation(const Ref<NSString>& key, const Ref<NSString>& value = nullptr,
+                          const Ref<NSString>& table = nullptr) const {
+    return bytes(bundle("X.app")->localizedStringForKey(key, value, table));
+  }
+};
+
+TEST_F(TranslationTest, IsTheKeyWhereNothingIsFound) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  EXPECT_EQ(translation("greeting"_ns), "greeting");
+  EXPECT_EQ(translation("greeting"_ns, ""_ns), "greeting");
+  EXPECT_EQ(translation("greeting"_ns, "value"_ns), "value");
+  translate("fr", "greeting", "salut");
+  EXPECT_EQ(translation("greeting"_ns), "greeting");
+}
+
+TEST_F(TranslationTest, ComesFromTheLanguagesFolder) {
+  const LanguageEnvironment environment({{"LANG", "de_AT.UTF-8"}});
+  translate("de", "greeting", "Hallo");
+  EXPECT_EQ(translation("greeting"_ns, "value"_ns), "Hallo");
+  EXPECT_EQ(translation("Greeting"_ns), "Greeting");
+  translate("de-AT", "greeting", "Servus");
+  EXPECT_EQ(translation("greeting"_ns), "Servus");
+  translate("de_AT", "greeting", "Grüß Gott");
+  EXPECT_EQ(translation("greeting"_ns), "Grüß Gott");
+}
+
+TEST_F(TranslationTest, ComesFromTheMostWantedLanguageThatHasIt) {
+  const LanguageEnvironment environment({{"LANGUAGE", "fr:de"}, {"LANG", "it"}});
+  translate("it", "greeting", "ciao");
+  EXPECT_EQ(translation("greeting"_ns), "ciao");
+  translate("de", "greeting", "Hallo");
+  EXPECT_EQ(translation("greeting"_ns), "Hallo");
+  translate("fr", "another", "autre");
+  EXPECT_EQ(translation("greeting"_ns), "Hallo");
+  translate("fr", "greeting", "salut");
+  EXPECT_EQ(translation("greeting"_ns), "salut");
+}
+
+TEST_F(TranslationTest, ComesFromTheTableAskedFor) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  write("X.app/Contents/Resources/de.lproj/Other.strings", "greeting = \"Tag\";");
+  EXPECT_EQ(translation("greeting"_ns, nullptr, "Other"_ns), "Tag");
+  EXPECT_EQ(translation("greeting"_ns, nullptr, ""_ns), "greeting");
+  translate("de", "greeting", "Hallo");
+  EXPECT_EQ(translation("greeting"_ns, nullptr, ""_ns), "Hallo");
+  EXPECT_EQ(translation("greeting"_ns, nullptr, "Missing"_ns), "greeting");
+}
+
+TEST_F(TranslationTest, LiesWhereTheBundlesLayoutPutsIt) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  write("Y/Resources/Info.plist", kEmpty);
+  write("Y/Resources/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
+  EXPECT_EQ(bytes(bundle("Y")->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "Hallo");
+  write("plain/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
+  EXPECT_EQ(bytes(bundle("plain")->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "Hallo");
+}
+
+TEST_F(TranslationTest, ThatIsNoTextIsNone) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  write("X.app/Contents/Resources/de.lproj/Localizable.strings", "{ greeting = (Hallo); }");
+  EXPECT_EQ(translation("greeting"_ns), "greeting");
+  write("X.app/Contents/Resources/de.lproj/Localizable.strings", "worthless {");
+  EXPECT_EQ(translation("greeting"_ns), "greeting");
+}
+
+TEST_F(TranslationTest, DoesNotWaitForAPipeInThePlaceOfItsFile) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  fs::create_directories(folder / "X.app/Contents/Resources/de.lproj");
+  ASSERT_EQ(::mkfifo((folder / "X.app/Contents/Resources/de.lproj/Localizable.strings").c_str(), 0666), 0);
+  EXPECT_EQ(translation("greeting"_ns), "greeting");
+}
+
+TEST_F(TranslationTest, IsReadOnce) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  translate("de", "greeting", "Hallo");
+  const Ref<NSBundle> app = bundle("X.app");
+  const auto greeting = [&app] { return bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)); };
+  EXPECT_EQ(greeting(), "Hallo");
+  translate("de", "greeting", "Tag");
+  EXPECT_EQ(greeting(), "Hallo");
+  fs::remove_all(folder / "X.app");
+  EXPECT_EQ(greeting(), "Hallo");
+}
+
+TEST_F(TranslationTest, ThatIsMissingIsLookedForOnce) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  const Ref<NSBundle> app = bundle("X.app");
+  EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
+  translate("de", "greeting", "Hallo");
+  EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
+}
+
+TEST_F(TranslationTest, KeepsTheErrorNumber) {
+  const LanguageEnvironment environment({{"LANGUAGE", "de:fr"}, {"LANG", "it"}});
+  translate("fr", "greeting", "salut");
+  const Ref<NSBundle> app = bundle("X.app");
+  for (int count = 0; count < 2; ++count) {
+    errno = EAGAIN;
+    app->localizedStringForKey("greeting"_ns, nullptr, nullptr);
+    EXPECT_EQ(errno, EAGAIN);
+    errno = EAGAIN;
+    app->localizedStringForKey("missing"_ns, nullptr, nullptr);
+    EXPECT_EQ(errno, EAGAIN);
+  }
+}
+
+}  // namespace
+
+}  // namespace zk::test

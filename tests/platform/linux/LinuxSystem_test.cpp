@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "TestProcesses.h"
+#include "linux/ProcFile.h"
+#include "linux/ProcessFacts.h"
+#include "process/System.h"
+#include "process/ThreadId.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
+
+namespace zk::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kCat[] = "/bin/cat";
+
+OSStatusCode statusOf(std::int32_t pid) {
+  ProcessSerialNumber process;
+  return System::current().GetProcessForPID(pid, process);
+}
+
+Ref<NSDictionary> informationOf(std::int32_t pid) {
+  return System::current().ProcessInformationCopyDictionary({pid}, kProcessDictionaryIncludeAllInformationMask);
+}
+
+std::string textIn(const Ref<NSDictionary>& information, const Ref<NSString>& key) {
+  const Ref<NSString> text = asString(information->objectForKey(key));
+  return text ? text->bytes() : "(none)";
+}
+
+void writeApplication(const fs::path& app) {
+  writeFile(app / "Contents/Info.plist",
+            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></plist>");
+  copyProgram(kCat, app / "Contents/MacOS/X");
+}
+
+TEST(ProcessManager, GivesTheSerialNumberOfARunningProcess) {
+  ProcessSerialNumber process;
+  EXPECT_EQ(System::current().GetProcessForPID(::getpid(), process), noErr);
+  EXPECT_EQ(process.pid, ::getpid());
+}
+
+TEST(ProcessManager, KnowsNoProcessThatHasEnded) {
+  EXPECT_EQ(statusOf(idOfEndedProcess()), procNotFound);
+  EXPECT_EQ(statusOf(makeZombie()->pid()), procNotFound);
+  EXPECT_EQ(statusOf(0), procNotFound);
+  EXPECT_EQ(statusOf(-1), procNotFound);
+}
+
+TEST(ProcessManager, TellsThatItCannotFindOut) {
+  EXPECT_EQ(statusInChild([] {
+              const rlimit none{0, 0};
+              ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+              const OSStatusCode status = statusOf(::getppid());
+              EXPECT_NE(status, noErr);
+              EXPECT_NE(status, procNotFound);
+            }),
+            0);
+}
+
+TEST(ProcessManager, TellsAllThatItKnowsOfAProcess) {
+  const TemporaryFolder folder;
+  writeApplication(folder / "X.app");
+  const RunningProgram process(folder / "X.app/Contents/MacOS/X");
+  const Ref<NSDictionary> information = informationOf(process.pid());
+  ASSERT_TRUE(information);
+  EXPECT_EQ(textIn(information, ZKBundlePathKey), folder / "X.app");
+  EXPECT_EQ(textIn(information, kCFBundleIdentifierKey), "com.example.x");
+  EXPECT_EQ(textIn(information, kCFBundleExecutableKey), folder / "X.app/Contents/MacOS/X");
+  EXPECT_EQ(information->count(), 3U);
+}
+
+TEST(ProcessManager, NotesThatTheExecutableWasReplaced) {
+  const TemporaryFolder folder;
+  writeApplication(folder / "X.app");
+  const RunningProgram process(folder / "X.app/Contents/MacOS/X");
+  fs::remove(folder / "X.app/Contents/MacOS/X");
+  const Ref<NSDictionary> information = informationOf(process.pid());
+  ASSERT_TRUE(information);
+  EXPECT_EQ(textIn(information, ZKBundlePathKey), folder / "X.app");
+  EXPECT_EQ(textIn(information, kCFBundleIdentifierKey), "com.example.x");
+  EXPECT_EQ(textIn(information, kCFBundleExecutableKey), folder / "X.app/Contents/MacOS/X");
+  EXPECT_TRUE(information->objectForKey(ZKBundleMayChangeKey));
+}
+
+TEST(ProcessManager, NotesThatTheBundleIsToldFromArguments) {
+  const TemporaryFolder folder;
+  writeApplication(folder / "X.app");
+  writeScript(folder / "X.app/Contents/MacOS/X", "#!/bin/sh\nread line\n");
+  const RunningProgram process(folder / "X.app/Contents/MacOS/X");
+  const Ref<NSDictionary> information = informationOf(process.pid());
+  ASSERT_TRUE(information);
+  EXPECT_EQ(textIn(information, ZKBundlePathKey), folder / "X.app");
+  EXPECT_EQ(textIn(information, kCFBundleIdentifierKey), "com.example.x");
+  EXPECT_EQ(textIn(information, kCFBundleExecutableKey), fs::canonical("/bin/sh"));
+  EXPECT_TRUE(information->objectForKey(ZKBundleMayChangeKey));
+}
+
+TEST(ProcessManager, KnowsTheExecutableAloneOfAProcessOutsideAnyBundle) {
+  const TemporaryFolder folder;
+  copyProgram(kCat, folder / "program");
+  const RunningProgram process(folder / "program");
+  const Ref<NSDictionary> information = informationOf(process.pid());
+  ASSERT_TRUE(information);
+  EXPECT_EQ(textIn(information, kCFBundleExecutableKey), folder / "program");
+  EXPECT_EQ(information->count(), 1U);
+}
+
+TEST(ProcessManager, KnowsNoIdentifierWhereTheBundleHasNone) {
+  const TemporaryFolder folder;
+  writeApplication(folder / "X.app");
+  writeFile(folder / "X.app/Contents/Info.plist", "no property list at all: {");
+  const RunningProgram process(folder / "X.app/Contents/MacOS/X");
+  const Ref<NSDictionary> information = informationOf(process.pid());
+  ASSERT_TRUE(information);
+  EXPECT_EQ(textIn(information, ZKBundlePathKey), folder / "X.app");
+  EXPECT_FALSE(information->objectForKey(kCFBundleIdentifierKey));
+}
+
+TEST(ProcessManager, KnowsNothingOfAKernelThreadButThatItIs) {
+  if (readProcFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "No kernel thread can be seen here.";
+  const Ref<NSDictionary> information = informationOf(2);
+  ASSERT_TRUE(information);
+  EXPECT_EQ(information->count(), 0U);
+}
+
+TEST(ProcessManager, HasNothingToTellOfAProcessThatHasEnded) {
+  EXPECT_FALSE(informationOf(idOfEndedProcess()));
+  EXPECT_FALSE(informationOf(makeZombie()->pid()));
+}
+
+TEST(ProcessManager, GivesTheLaunchStamp) {
+  const auto process = makeWaitingProcess();
+  ProcessInfoRec info;
+  info.processInfoLength = sizeof info;
+  ASSERT_EQ(System::current().GetProcessInformation({process->pid()}, info), noErr);
+  EXPECT_EQ(info.processLaunchDate, launchStampOf(process->pid()));
+  EXPECT_EQ(info.processInfoLength, sizeof info);
+}
+
+TEST(ProcessManager, HasNoLaunchStampOfAProcessThatHasEnded) {
+  ProcessInfoRec info;
+  info.processInfoLength = sizeof info;
+  EXPECT_NE(System::current().GetProcessInformation({idOfEndedProcess()}, info), noErr);
+  EXPECT_EQ(info.processLaunchDate, 0U);
+}
+
+TEST(ProcessManager, NamesTheCallingProcess) { EXPECT_EQ(System::current().getpid(), ::getpid()); }
+
+TEST(ThreadId, IsTheProcessIdInTheFirstThreadAndAnotherInOthers) {
+  EXPECT_EQ(currentThreadId(), ::getpid());
+  long other = 0;
+  std::thread([&other] { other = currentThreadId(); }).join();
+  EXPECT_NE(other, ::getpid());
+  EXPECT_GT(other, 0);
+}
+
+}  // namespace
+
+}  // namespace zk::test

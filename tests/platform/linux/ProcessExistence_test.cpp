@@ -1,0 +1,238 @@
+#include "linux/ProcessExistence.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <limits>
+#include <ostream>
+
+#include "TestProcesses.h"
+#include "linux/ProcFile.h"
+#include "support/OwnMounts.h"
+#include "support/RefuseSystemCall.h"
+
+namespace zk {
+
+/// For test output.
+std::ostream& operator<<(std::ostream& out, Existence existence) {
+  constexpr const char* kNames[] = {"exists", "gone", "unknown"};
+  return out << kNames[static_cast<int>(existence)];
+}
+
+}  // namespace zk
+
+namespace zk::test {
+
+namespace {
+
+/// A way in which the answer is come by.
+struct Way {
+  const char* name;
+  Existence (*ask)(std::int32_t pid);
+  long refusedCall;  ///< 0: none
+  int error;
+};
+
+std::ostream& operator<<(std::ostream& out, const Way& way) { return out << way.name; }
+
+constexpr Way kWays[] = {
+    {"ByProcessDescriptor", existenceOf, 0, 0},
+    {"ByProc", existenceByProc, 0, 0},
+    {"WhereTheKernelHasNoProcessDescriptors", existenceOf, SYS_pidfd_open, ENOSYS},
+    {"WhereAFilterRefusesProcessDescriptors", existenceOf, SYS_pidfd_open, EPERM},
+#ifdef SYS_poll
+    {"WhereAFilterRefusesToPoll", existenceOf, SYS_poll, EPERM},
+#endif
+};
+
+/// Every answer has to be the same in every way.
+class ProcessExistence : public ::testing::TestWithParam<Way> {
+ protected:
+  static Existence ask(std::int32_t pid) { return GetParam().ask(pid); }
+
+  static void inThisWay(const std::function<void()>& body) {
+    if (GetParam().refusedCall == 0) return body();
+    EXPECT_EQ(statusInChild([&body] {
+                ASSERT_TRUE(refuseSystemCall(GetParam().refusedCall, GetParam().error));
+                body();
+              }),
+              0);
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Ways, ProcessExistence, ::testing::ValuesIn(kWays),
+                         [](const ::testing::TestParamInfo<Way>& way) { return std::string(way.param.name); });
+
+void becomeNobody() {
+  if (::geteuid() != 0) return;
+  ASSERT_EQ(::setresgid(kNobody, kNobody, kNobody), 0);
+  ASSERT_EQ(::setresuid(kNobody, kNobody, kNobody), 0);
+}
+
+TEST_P(ProcessExistence, OfTheCallingProcess) {
+  inThisWay([] { EXPECT_EQ(ask(::getpid()), Existence::exists); });
+}
+
+TEST_P(ProcessExistence, OfARunningProcess) {
+  inThisWay([] {
+    const auto process = makeWaitingProcess();
+    EXPECT_EQ(ask(process->pid()), Existence::exists);
+  });
+}
+
+TEST_P(ProcessExistence, OfAStoppedProcess) {
+  inThisWay([] {
+    const auto process = makeWaitingProcess();
+    process->signal(SIGSTOP);
+    EXPECT_EQ(ask(process->pid()), Existence::exists);
+  });
+}
+
+TEST_P(ProcessExistence, OfAProcessThatHasBeenReaped) {
+  inThisWay([] { EXPECT_EQ(ask(idOfEndedProcess()), Existence::gone); });
+}
+
+TEST_P(ProcessExistence, OfAZombieIsOver) {
+  inThisWay([] {
+    const auto process = makeZombie();
+    EXPECT_EQ(ask(process->pid()), Existence::gone);
+  });
+}
+
+TEST_P(ProcessExistence, GoesOnWhenTheFirstThreadAloneHasEnded) {
+  inThisWay([] {
+    const auto process = makeProcessWithoutFirstThread();
+    EXPECT_EQ(ask(process->pid()), Existence::exists);
+    process->signal(SIGKILL);
+    process->waitUntilZombie();
+    EXPECT_EQ(ask(process->pid()), Existence::gone);
+  });
+}
+
+TEST_P(ProcessExistence, IsNotAThreads) {
+  inThisWay([] {
+    const auto process = makeProcessWithoutFirstThread();
+    const int thread = idOfOtherThread(process->pid());
+    ASSERT_NE(thread, 0);
+    EXPECT_EQ(ask(thread), Existence::gone);
+  });
+}
+
+TEST_P(ProcessExistence, OfAnotherUsersProcess) {
+  inThisWay([] {
+    EXPECT_EQ(statusInChild([] {
+                becomeNobody();
+                EXPECT_EQ(ask(1), Existence::exists);
+              }),
+              0);
+  });
+}
+
+TEST_P(ProcessExistence, OfAKernelThread) {
+  if (readProcFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "No kernel thread can be seen here.";
+  inThisWay([] { EXPECT_EQ(ask(2), Existence::exists); });
+}
+
+TEST_P(ProcessExistence, IsNeverThatOfAGroupOrOfTheCallerItself) {
+  inThisWay([] {
+    for (const std::int32_t pid : {0, -1, -::getpid(), -::getpgrp(), std::numeric_limits<std::int32_t>::min()}) {
+      EXPECT_EQ(ask(pid), Existence::gone) << pid;
+    }
+  });
+}
+
+TEST_P(ProcessExistence, OfAnIdThatNoProcessCanHave) {
+  inThisWay([] { EXPECT_EQ(ask(std::numeric_limits<std::int32_t>::max()), Existence::gone); });
+}
+
+TEST_P(ProcessExistence, IsAskedAfreshEachTime) {
+  inThisWay([] {
+    ChildProcess process([](const ChildProcess::TellReady& tellReady) {
+      tellReady();
+      ::pause();
+    });
+    EXPECT_EQ(ask(process.pid()), Existence::exists);
+    process.signal(SIGKILL);
+    process.wait();
+    EXPECT_EQ(ask(process.pid()), Existence::gone);
+  });
+}
+
+TEST_P(ProcessExistence, IsNotKnownWithoutADescriptorToAskWith) {
+  EXPECT_EQ(statusInChild([] {
+              const pid_t parent = ::getppid();
+              const rlimit none{0, 0};
+              ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+              EXPECT_EQ(ask(parent), Existence::unknown);
+            }),
+            0);
+}
+
+TEST_P(ProcessExistence, LeavesNoDescriptorOpen) {
+  inThisWay([] {
+    const auto openDescriptors = [] {
+      return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+    };
+    const auto process = makeWaitingProcess();
+    const auto before = openDescriptors();
+    ask(process->pid());
+    ask(idOfEndedProcess());
+    EXPECT_EQ(openDescriptors(), before);
+  });
+}
+
+TEST_P(ProcessExistence, OfAHiddenProcess) {
+  const auto hidden = makeProcessWithoutFirstThread();
+  const int hiddenThread = idOfOtherThread(hidden->pid());
+  const int ended = idOfEndedProcess();
+  const auto body = [&] {
+    if (!enterOwnMounts() || ::mount("proc", "/proc", "proc", 0, "hidepid=2") != 0) ::_exit(kNotPermitted);
+    becomeNobody();
+    ASSERT_FALSE(std::filesystem::exists(procFolder(hidden->pid())));
+    inThisWay([&] {
+      EXPECT_EQ(ask(hidden->pid()), Existence::exists);
+      EXPECT_EQ(ask(hiddenThread), Existence::gone);
+      EXPECT_EQ(ask(ended), Existence::gone);
+    });
+  };
+  const int status = statusInChild(body);
+  if (status == kNotPermitted) GTEST_SKIP() << "Nothing can be mounted here.";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_P(ProcessExistence, WithoutAnyProcFileSystem) {
+  const auto process = makeWaitingProcess();
+  const int ended = idOfEndedProcess();
+  const int status = statusInChild([&] {
+    if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
+    inThisWay([&] {
+      EXPECT_EQ(ask(process->pid()), Existence::exists);
+      EXPECT_EQ(ask(ended), Existence::gone);
+    });
+  });
+  if (status == kNotPermitted) GTEST_SKIP() << "Nothing can be mounted here.";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_P(ProcessExistence, IsToldWhileSignalsComeIn) {
+  inThisWay([] {
+    ::signal(SIGALRM, [](int) {});
+    const itimerval often{{0, 20}, {0, 20}};
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
+    for (int count = 0; count < 1'000; ++count) ASSERT_EQ(ask(::getpid()), Existence::exists);
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::signal(SIGALRM, SIG_DFL);
+  });
+}
+
+}  // namespace
+
+}  // namespace zk::test

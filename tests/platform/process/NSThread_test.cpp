@@ -1,0 +1,74 @@
+#include "process/NSThread.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/time.h>
+
+#include <chrono>
+#include <limits>
+
+#include "support/ChildProcess.h"
+#include "support/ForwardingSystem.h"
+
+namespace zk::test {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
+
+Clock::duration timeOfSleep(double seconds) {
+  const Clock::time_point begin = Clock::now();
+  NSThread::sleepForTimeInterval(seconds);
+  return Clock::now() - begin;
+}
+
+TEST(Sleep, LastsAsLongAsAsked) {
+  EXPECT_GE(timeOfSleep(0.05), Milliseconds(50));
+  EXPECT_GE(timeOfSleep(1.05), Milliseconds(1050));
+}
+
+TEST(Sleep, DoesNotHappenForNoTimeAtAll) {
+  for (const double seconds : {0.0, -0.0, -1.0, -std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::denorm_min()}) {
+    EXPECT_LT(timeOfSleep(seconds), Milliseconds(500)) << seconds;
+  }
+}
+
+TEST(Sleep, LastsForEverWhenAskedTo) {
+  for (const double seconds : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::max(), 1e13}) {
+    ChildProcess process([seconds](const ChildProcess::TellReady& tellReady) {
+      tellReady();
+      NSThread::sleepForTimeInterval(seconds);
+    });
+    NSThread::sleepForTimeInterval(0.05);
+    process.signal(SIGKILL);
+    EXPECT_EQ(process.wait(), 128 + SIGKILL) << seconds << ": it has not slept";
+  }
+}
+
+TEST(Sleep, IsNotCutShortBySignals) {
+  EXPECT_EQ(statusInChild([] {
+              ::signal(SIGALRM, [](int) {});
+              const itimerval often{{0, 1000}, {0, 1000}};
+              ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
+              EXPECT_GE(timeOfSleep(0.1), Milliseconds(100));
+            }),
+            0);
+}
+
+TEST(Sleep, GoesThroughTheSystemInPlace) {
+  class SleepingSystem final : public ForwardingSystem {
+   public:
+    void sleepForTimeInterval(double seconds) override { slept += seconds; }
+    double slept = 0;
+  };
+  SleepingSystem system;
+  const System::Scope scope(system);
+  NSThread::sleepForTimeInterval(1000);
+  EXPECT_EQ(system.slept, 1000);
+}
+
+}  // namespace
+
+}  // namespace zk::test

@@ -1,0 +1,83 @@
+#include "support/ChildProcess.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+
+#include "posix/FileDescriptor.h"
+
+// There in a build with coverage only: what the child has covered is written by no one else.
+extern "C" int __llvm_profile_write_file() __attribute__((weak));
+
+namespace zk::test {
+
+namespace {
+
+constexpr int kSignalled = 128;
+
+/// Ends without running what the parent has registered for its own end.
+[[noreturn]] void endChild() {
+  std::fflush(nullptr);
+  if (__llvm_profile_write_file != nullptr) __llvm_profile_write_file();
+  ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+
+  std::fflush(nullptr);
+  pid_ = ::fork();
+  if (pid_ < 0) throw std::runtime_error("no child process");
+  if (pid_ == 0) {
+    reading.reset();
+    body([&writing] { writing.reset(); });
+    endChild();
+  }
+  writing.reset();
+  char word;
+  while (::read(reading.get(), &word, sizeof word) < 0 && errno == EINTR) {
+  }
+}
+
+ChildProcess::ChildProcess(const std::function<void()>& body)
+    : ChildProcess([&body](const TellReady& tellReady) {
+        tellReady();
+        body();
+      }) {}
+
+ChildProcess::~ChildProcess() {
+  if (isReaped_) return;
+  ::kill(pid_, SIGKILL);
+  wait();
+}
+
+void ChildProcess::signal(int number) const { ::kill(pid_, number); }
+
+void ChildProcess::waitUntilZombie() const {
+  siginfo_t info;
+  while (::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+  }
+}
+
+int ChildProcess::wait() {
+  while (!isReaped_) {
+    isReaped_ = ::waitpid(pid_, &status_, 0) == pid_;
+    if (!isReaped_ && errno != EINTR) throw std::runtime_error("the child process cannot be waited for");
+  }
+  return WIFSIGNALED(status_) ? kSignalled + WTERMSIG(status_) : WEXITSTATUS(status_);
+}
+
+int statusInChild(const std::function<void()>& body) { return ChildProcess(body).wait(); }
+
+}  // namespace zk::test

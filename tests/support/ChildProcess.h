@@ -1,0 +1,43 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+
+namespace zk::test {
+
+/// A child process that runs a function of the test. It is ended and reaped with the object, at the latest.
+class ChildProcess {
+ public:
+  /// Called in the child to let its parent go on.
+  using TellReady = std::function<void()>;
+
+  /// Starts the child and waits until it has told that it is ready, or ended. It ends when `body` returns; it fails
+  /// when an expectation in it did.
+  explicit ChildProcess(const std::function<void(const TellReady&)>& body);
+  /// The same for a child that need not be waited for.
+  explicit ChildProcess(const std::function<void()>& body);
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  pid_t pid() const { return pid_; }
+  void signal(int number) const;
+
+  /// Waits for its end without taking notice of it: it stays a zombie.
+  void waitUntilZombie() const;
+  /// Waits for its end. @return its exit status, 0 when it ended well; 128 and the signal's number when a signal ended
+  /// it
+  int wait();
+
+ private:
+  pid_t pid_;
+  bool isReaped_ = false;
+  int status_ = 0;
+};
+
+/// Runs `body` in a child process, for what cannot be undone in a process. @return its exit status as of
+/// ChildProcess::wait
+int statusInChild(const std::function<void()>& body);
+
+}  // namespace zk::test

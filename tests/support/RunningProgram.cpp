@@ -1,0 +1,47 @@
+#include "support/RunningProgram.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "support/TemporaryFolder.h"
+
+namespace zk::test {
+
+namespace fs = std::filesystem;
+
+RunningProgram::Pipe::Pipe() {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  reading = FileDescriptor(ends[0]);
+  writing = FileDescriptor(ends[1]);
+}
+
+// The parent goes on when the child's end of the pipe for that is closed: by the program's start, which closes it.
+RunningProgram::RunningProgram(const fs::path& path, const std::vector<std::string>& arguments, const fs::path& folder)
+    : process_([&](const ChildProcess::TellReady&) {
+        std::vector<char*> list{const_cast<char*>(path.c_str())};
+        for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
+        list.push_back(nullptr);
+        ::dup2(input_.reading.get(), STDIN_FILENO);
+        if (::chdir(folder.c_str()) == 0) ::execv(path.c_str(), list.data());
+        ::_exit(127);
+      }) {}
+
+int RunningProgram::end() {
+  input_.writing.reset();
+  return process_.wait();
+}
+
+void copyProgram(const fs::path& program, const fs::path& path) {
+  fs::create_directories(path.parent_path());
+  fs::copy_file(fs::canonical(program), path, fs::copy_options::overwrite_existing);
+}
+
+void writeScript(const fs::path& path, std::string_view content) {
+  writeFile(path, content);
+  fs::permissions(path, fs::perms::owner_all, fs::perm_options::add);
+}
+
+}  // namespace zk::test

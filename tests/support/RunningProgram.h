@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "posix/FileDescriptor.h"
+#include "support/ChildProcess.h"
+
+namespace zk::test {
+
+/// A program that runs as a child process, with a pipe as its standard input that stays open and empty for as long as
+/// the object lives: `cat`, or a script that reads a line, waits for nothing else.
+class RunningProgram {
+ public:
+  /// Starts the program `path` in `folder` with `arguments` behind its own path, and waits until it runs.
+  explicit RunningProgram(const std::filesystem::path& path, const std::vector<std::string>& arguments = {},
+                          const std::filesystem::path& folder = "/");
+
+  pid_t pid() const { return process_.pid(); }
+  /// Closes its standard input and waits for its end. @return its exit status as of ChildProcess::wait
+  int end();
+
+ private:
+  struct Pipe {
+    Pipe();
+    FileDescriptor reading;
+    FileDescriptor writing;
+  };
+
+  Pipe input_;
+  ChildProcess process_;
+};
+
+/// Copies an executable of the system to `path`, making the folders above it.
+void copyProgram(const std::filesystem::path& program, const std::filesystem::path& path);
+
+/// Writes an executable script, making the folders above it.
+void writeScript(const std::filesystem::path& path, std::string_view content);
+
+}  // namespace zk::test

@@ -1,0 +1,102 @@
+#include "support/TreeDescription.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iomanip>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "posix/FileDescriptor.h"
+
+namespace zk::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void fail(const fs::path& path) { throw std::runtime_error("cannot describe " + path.string()); }
+
+std::string hexOf(const std::string& bytes) {
+  std::ostringstream hex;
+  hex << std::hex << std::setfill('0');
+  for (const char byte : bytes) hex << std::setw(2) << static_cast<unsigned>(static_cast<unsigned char>(byte));
+  return hex.str();
+}
+
+std::string attributesOf(const fs::path& path) {
+  std::vector<char> names(65536);
+  const ssize_t size = ::llistxattr(path.c_str(), names.data(), names.size());
+  if (size < 0) return errno == ENOTSUP ? "" : throw std::runtime_error("cannot list " + path.string());
+  std::set<std::string> attributes;
+  for (const char* name = names.data(); name < names.data() + size; name += std::string(name).size() + 1) {
+    std::string value(65536, '\0');
+    const ssize_t length = ::lgetxattr(path.c_str(), name, value.data(), value.size());
+    if (length < 0) fail(path);
+    attributes.insert(std::string(name) + "=" + hexOf(value.substr(0, static_cast<std::size_t>(length))));
+  }
+  std::string text;
+  for (const std::string& attribute : attributes) text += " " + attribute;
+  return text;
+}
+
+/// The bytes of a file, each stretch that is no hole behind its place in the file.
+std::string contentsOf(const fs::path& path, off_t size) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen()) fail(path);
+  std::string text = std::to_string(size) + " bytes";
+  for (off_t end = 0, begin; (begin = ::lseek(file.get(), end, SEEK_DATA)) >= 0;) {
+    end = ::lseek(file.get(), begin, SEEK_HOLE);
+    std::string bytes(static_cast<std::size_t>(end - begin), '\0');
+    if (::pread(file.get(), bytes.data(), bytes.size(), begin) != end - begin) fail(path);
+    text += " at " + std::to_string(begin) + ": " + bytes;
+  }
+  return text;
+}
+
+std::string describeItem(const fs::path& path, const struct stat& item) {
+  std::ostringstream text;
+  text << std::oct << item.st_mode << std::dec << " " << item.st_uid << ":" << item.st_gid << " " << item.st_mtim.tv_sec
+       << "." << std::setw(9) << std::setfill('0') << item.st_mtim.tv_nsec << attributesOf(path) << " ";
+  if (S_ISLNK(item.st_mode)) text << fs::read_symlink(path).string();
+  if (S_ISREG(item.st_mode)) text << contentsOf(path, item.st_size);
+  return text.str();
+}
+
+class Describer {
+ public:
+  explicit Describer(const fs::path& top) : top_(top) { describe(""); }
+
+  TreeDescription description;
+
+ private:
+  void describe(const std::string& name) {
+    const fs::path path = name.empty() ? top_ : top_ / name;
+    struct stat item;
+    if (::lstat(path.c_str(), &item) != 0) fail(path);
+    std::string text = describeItem(path, item);
+    if (!S_ISDIR(item.st_mode) && item.st_nlink > 1) {
+      text += " same as " + firstNames_.emplace(std::pair(item.st_dev, item.st_ino), name).first->second;
+    }
+    description.emplace(name, std::move(text));
+    if (!S_ISDIR(item.st_mode)) return;
+
+    std::set<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(path)) names.insert(entry.path().filename());
+    for (const std::string& below : names) describe(name.empty() ? below : name + "/" + below);
+  }
+
+  const fs::path top_;
+  std::map<std::pair<dev_t, ino_t>, std::string> firstNames_;
+};
+
+}  // namespace
+
+TreeDescription describeTree(const fs::path& top) { return Describer(top).description; }
+
+}  // namespace zk::test

@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include "ZKUpdater.h"
+#include "support/TemporaryFolder.h"
+#include "updater/ScriptedRun.h"
+
+namespace zk {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class Discovery : public testing::Test {
+ protected:
+  /// The line that a failed creation logs about its reason.
+  std::string failureOfCreation() {
+    run.rawLog.clear();
+    const auto updater = ZKUpdater::init();
+    EXPECT_EQ(updater, nullptr);
+    const Lines lines = run.logLines();
+    EXPECT_EQ(lines.size(), 4U);
+    if (lines.size() != 4) return {};
+    EXPECT_EQ(lines[0], "Begin installation");
+    EXPECT_EQ(lines[2], "Error: Initialization failed.");
+    EXPECT_EQ(lines[3], "End installation");
+    return lines[1];
+  }
+  void setPid(const std::string& pid) { run.settings[2] = pid; }
+  void setUpdatePath(const std::string& path) { run.settings[4] = path; }
+  void setInformation(const Ref<NSObject>& path, const Ref<NSObject>& identifier) {
+    std::vector<NSDictionary::Entry> entries;
+    if (path) entries.push_back({ZKBundlePathKey, path});
+    if (identifier) entries.push_back({kCFBundleIdentifierKey, identifier});
+    run.information = NSDictionary::dictionaryWithEntries(entries);
+  }
+
+  test::ScriptedRun run;
+  System::Scope scope{run};
+};
+
+TEST_F(Discovery, FailsWithoutAPid) {
+  for (const char* pid : {"0", "", "none", "4294967296", "-4294967296", "18446744073709551616000"}) {
+    // The last one saturates at 2^63 - 1, whose low 32 bits are not 0, and is looked up.
+    const bool isLookedUp = std::string(pid).size() > 15;
+    setPid(pid);
+    run.checkedPids.clear();
+    run.existence = [](int) { return procNotFound; };
+    EXPECT_EQ(failureOfCreation(),
+              isLookedUp ? "Error: Unable to get target process serial number." : "Error: Target PID not specified.")
+        << pid;
+    EXPECT_EQ(run.checkedPids.size(), isLookedUp ? 1U : 0U) << pid;
+  }
+}
+
+TEST_F(Discovery, UsesTheLow32BitsOfThePidAlsoWhenTheyAreNegative) {
+  run.existence = [](int) { return procNotFound; };
+  for (const char* pid : {"4294967297", "-5", "4294967295"}) {
+    setPid(pid);
+    failureOfCreation();
+  }
+  EXPECT_EQ(run.checkedPids, (std::vector<std::int32_t>{1, -5, -1}));
+}
+
+TEST_F(Discovery, FailsWhenTheProcessDoesNotExistOrCannotBeLookedUp) {
+  for (const OSStatusCode status : {procNotFound, -50, 1}) {
+    run.existence = [status](int) { return status; };
+    EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process serial number.");
+  }
+}
+
+TEST_F(Discovery, FailsWithoutInformationOnTheProcess) {
+  run.existence = [](int) { return noErr; };
+  run.information = nullptr;
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process info.");
+}
+
+TEST_F(Discovery, FailsForAProcessThatRunsFromNoBundle) {
+  run.existence = [](int) { return noErr; };
+  setInformation(nullptr, "com.example.a"_ns);
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle path.");
+  setInformation(""_ns, "com.example.a"_ns);
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle path.");
+  setInformation(NSString::stringWithBytes("/" + std::string(5000, 'x')), "com.example.a"_ns);
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle path.");
+}
+
+TEST_F(Discovery, FailsForABundleWithoutAnIdentifier) {
+  run.existence = [](int) { return noErr; };
+  setInformation("/volume/A.app"_ns, nullptr);
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle id.");
+  setInformation("/volume/A.app"_ns, ""_ns);
+  EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle id.");
+}
+
+TEST_F(Discovery, FailsWithoutAnUpdatePath) {
+  run.existence = [](int) { return noErr; };
+  setUpdatePath("");
+  EXPECT_EQ(failureOfCreation(), "Error: Invalid update path.");
+  run.settings.erase(run.settings.begin() + 3, run.settings.begin() + 5);
+  EXPECT_EQ(failureOfCreation(), "Error: Invalid update path.");
+}
+
+TEST_F(Discovery, FailsWhenNoURLCanBeMadeOfTheUpdatePath) {
+  run.existence = [](int) { return noErr; };
+  setUpdatePath("/" + std::string(5000, 'x'));
+  EXPECT_EQ(failureOfCreation(), "Error: Invalid update directory.");
+}
+
+TEST_F(Discovery, SucceedsWithAnUpdateDirectoryThatDoesNotExist) {
+  setUpdatePath("/no-such-folder");
+  EXPECT_NE(ZKUpdater::init(), nullptr);
+}
+
+/// Which bundle an installation copies.
+class UpdateBundle : public Discovery {
+ protected:
+  UpdateBundle() { setUpdatePath(folder.path().string()); }
+
+  void makeBundle(const std::string& place, const std::string& identifier = "com.example.a") {
+    test::writeFile(folder / (place + "/Contents/Info.plist"), "{CFBundleIdentifier = \"" + identifier + "\";}");
+  }
+  /// The bundle found, as a path below the update directory; "none" when there is none.
+  std::string found() {
+    run.events.clear();
+    run.rawLog.clear();
+    run.checks = 0;
+    const auto updater = ZKUpdater::init();
+    run.fileManager->failingCopy = 0;
+    const bool isInstalled = updater->install();
+    if (!isInstalled) {
+      EXPECT_EQ(run.logLines().back(), "Error: Unable to locate update bundle.");
+      return "none";
+    }
+    const std::string start = "copy " + folder.path().string() + "/";
+    for (const std::string& event : run.events) {
+      if (event.starts_with(start)) return event.substr(start.size(), event.find(" to ") - start.size());
+    }
+    return "nothing copied";
+  }
+
+  test::TemporaryFolder folder;
+};
+
+TEST_F(UpdateBundle, IsTheFolderNamedLikeTheTargetWhateverItsIdentifier) {
+  makeBundle("A.app", "com.example.other");
+  makeBundle("0.app");
+  EXPECT_EQ(found(), "A.app");
+}
+
+TEST_F(UpdateBundle, IsFoundByIdentifierBesideAPlainFileNamedLikeTheTarget) {
+  test::writeFile(folder / "A.app", "a file");
+  makeBundle("deep/er/B.app");
+  EXPECT_EQ(found(), "deep/er/B.app");
+}
+
+TEST_F(UpdateBundle, IsTheFirstMatchInTheOrderOfTheEnumeration) {
+  makeBundle("c/Z.app");
+  makeBundle("b/Y.app");
+  makeBundle("X.app", "com.example.other");
+  EXPECT_EQ(found(), "b/Y.app");
+  makeBundle("a.app");
+  EXPECT_EQ(found(), "a.app");
+}
+
+TEST_F(UpdateBundle, MayBeAnOrdinaryFolderOrAHiddenOne) {
+  makeBundle(".hidden/folder");
+  EXPECT_EQ(found(), ".hidden/folder");
+}
+
+TEST_F(UpdateBundle, IsNeverFoundInsideAnotherPackage) {
+  makeBundle("Other.app", "com.example.other");
+  makeBundle("Other.app/Contents/Resources/A2.app");
+  EXPECT_EQ(found(), "none");
+}
+
+TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
+  makeBundle("B.app", "com.example.A");
+  makeBundle("C.app", "com.example.a2");
+  makeBundle("D.app", "com.example.");
+  EXPECT_EQ(found(), "none");
+}
+
+TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
+  setUpdatePath((folder / "missing").string());
+  EXPECT_EQ(found(), "none");
+}
+
+TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
+  setInformation("/"_ns, "com.example.a"_ns);
+  makeBundle("A.app");
+  run.existence = [](int) { return noErr; };
+  const auto updater = ZKUpdater::init();
+  EXPECT_FALSE(updater->install());
+  EXPECT_EQ(run.logLines().back(), "Error: Bad target bundle backup url.") << "the bundle was found, and more";
+}
+
+TEST_F(UpdateBundle, IsAbsentWhereAPathWouldGetTooLongForTheDirectCandidate) {
+  setUpdatePath("/" + std::string(4093, 'x'));
+  EXPECT_EQ(found(), "none");
+}
+
+}  // namespace
+}  // namespace zk

@@ -1,0 +1,73 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "ZKUpdater.h"
+#include "ZKUpdaterLog.h"
+#include "updater/ScriptedRun.h"
+
+namespace zk {
+namespace {
+
+class Log : public testing::Test {
+ protected:
+  std::string line() const { return run.rawLog.empty() ? "(nothing)" : run.rawLog.back(); }
+
+  test::ScriptedRun run;
+  System::Scope scope{run};
+  const Class aClass = ZKUpdater::classObject();
+};
+
+TEST_F(Log, WritesTheClassTheCategoryAndTheMessage) {
+  ZKUpdaterLog(aClass, nullptr, "Error"_ns, "Unable to locate update bundle."_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] Error: Unable to locate update bundle.");
+}
+
+TEST_F(Log, WritesTheObjectsAddress) {
+  const Ref<NSString> object = "an object"_ns;
+  ZKUpdaterLog(aClass, object.get(), nullptr, "Begin installation"_ns);
+  char address[32];
+  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(object.get()));
+  EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
+}
+
+TEST_F(Log, WritesNoCategoryPieceForAnEmptyOrAbsentCategory) {
+  ZKUpdaterLog(aClass, nullptr, ""_ns, "message"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] message");
+  ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] message");
+}
+
+TEST_F(Log, WritesThePrefixAloneWithoutATrailingBlankForAnEmptyOrAbsentFormat) {
+  ZKUpdaterLog(aClass, nullptr, "Error"_ns, ""_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] Error:");
+  ZKUpdaterLog(aClass, nullptr, nullptr, nullptr);
+  EXPECT_EQ(line(), "[ZKUpdater]");
+}
+
+TEST_F(Log, FillsTheFormat) {
+  ZKUpdaterLog(aClass, nullptr, nullptr, "%@ has %d of %s"_ns, "x"_ns, 3, "y");
+  EXPECT_EQ(line(), "[ZKUpdater] x has 3 of y");
+}
+
+TEST_F(Log, LeavesPercentSignsInTheArgumentsAlone) {
+  ZKUpdaterLog(aClass, nullptr, "50%@"_ns, "%@"_ns, "100%d"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%@: 100%d");
+}
+
+TEST_F(Log, IsWrittenByTheFunctionWhateverTheSwitchSays) {
+  run.settings = {"zkupdater", "-enableLog", "NO"};
+  ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
+  EXPECT_EQ(run.rawLog.size(), 1U);
+}
+
+TEST_F(Log, LinesOfARunCarryTheUpdatersAddress) {
+  const auto updater = ZKUpdater::init();
+  ASSERT_NE(updater, nullptr);
+  char address[32];
+  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(static_cast<const NSObject*>(updater.get())));
+  EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
+}
+
+}  // namespace
+}  // namespace zk

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "files/NSFileManager.h"
+#include "support/ForwardingSystem.h"
+
+namespace zk::test {
+
+/// A file manager whose copies and temporary folder a test scripts; what it is asked for is noted in `events`.
+class ScriptedFileManager : public NSFileManager {
+ public:
+  explicit ScriptedFileManager(std::vector<std::string>& events) : events_(events) {}
+
+  Ref<NSURL> URLForDirectory(unsigned long directory, unsigned long inDomain, const Ref<NSURL>& appropriateForURL,
+                             bool create, Ref<NSError>* error) override;
+  bool copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error) override;
+  bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error) override;
+
+  Ref<NSURL> temporaryDirectory = NSURL::fileURLWithPath("/volume/.temporary"_ns);
+  int failingCopy = 0;  ///< 1 for the first copy, 2 for the second; 0 for none
+
+ private:
+  std::vector<std::string>& events_;
+  int copies_ = 0;
+};
+
+/// Everything that the operating system would do for a run, scripted: one process with id 4711 in /volume/A.app, two
+/// semaphores that are free, a file manager whose copies succeed. A test changes what it wants to see fail; what the
+/// run does is noted in `events`, what it logs in `log`.
+class ScriptedRun : public ForwardingSystem {
+ public:
+  ScriptedRun();
+
+  /// The settings of a whole run: all five.
+  static std::vector<std::string> allSettings();
+  /// The category and the message of each line logged: "Error: …" or "Begin installation".
+  std::vector<std::string> logLines() const;
+
+  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) override;
+  int sem_close(SemaphoreHandle semaphore) override;
+  int sem_wait(SemaphoreHandle semaphore) override;
+  int sem_trywait(SemaphoreHandle semaphore) override;
+  int sem_post(SemaphoreHandle semaphore) override;
+  int sem_unlink(const char* name) override;
+
+  std::int32_t getpid() override { return 4712; }
+  OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override;
+  Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override;
+  OSStatusCode GetProcessInformation(const ProcessSerialNumber&, ProcessInfoRec&) override { return -50; }
+  void sleepForTimeInterval(double seconds) override;
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override;
+  std::vector<std::string> arguments() override { return settings; }
+  void log(const std::string& message) override { rawLog.push_back(message); }
+  Ref<NSFileManager> makeFileManager() override;
+
+  std::vector<std::string> settings = allSettings();
+  std::vector<std::string> events;
+  std::vector<std::string> rawLog;
+  std::vector<double> sleeps;
+
+  /// What each look-up of the target's id answers; the target exists once, at creation, and is gone afterwards.
+  std::function<OSStatusCode(int check)> existence;
+  int checks = 0;
+  std::vector<std::int32_t> checkedPids;
+  Ref<NSDictionary> information;
+  std::map<std::string, int> failing;  ///< calls that fail, e.g. {"open update", EACCES}
+  bool launchSucceeds = true;
+  std::vector<std::string> launched;  ///< executable, then arguments
+  Ref<ScriptedFileManager> fileManager;
+
+ private:
+  /// Notes a call on a semaphore, and answers whether it is to fail.
+  bool fails(const std::string& call);
+  static std::string nameOf(SemaphoreHandle semaphore);
+};
+
+}  // namespace zk::test

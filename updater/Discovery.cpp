@@ -1,0 +1,85 @@
+#include "ZKUpdater.h"
+#include "files/NSBundle.h"
+#include "objects/NSAutoreleasePool.h"
+#include "process/NSUserDefaults.h"
+
+namespace zk {
+
+bool ZKUpdater::initTargetInfo() {
+  // Only the low 32 bits count; a negative id goes on, to be found not to exist.
+  const auto pid = static_cast<std::int32_t>(NSUserDefaults::standardUserDefaults().integerForKey("pid"_ns));
+  if (pid == 0) {
+    logError("Target PID not specified.");
+    return false;
+  }
+
+  ProcessSerialNumber process;
+  if (System::current().GetProcessForPID(pid, process) != noErr) {
+    logError("Unable to get target process serial number.");
+    return false;
+  }
+
+  const Ref<NSDictionary> information = autorelease(
+      System::current().ProcessInformationCopyDictionary(process, kProcessDictionaryIncludeAllInformationMask));
+  if (!information) {
+    logError("Unable to get target process info.");
+    return false;
+  }
+  const Ref<NSURL> bundleURL = NSURL::fileURLWithPath(asString(information->objectForKey(ZKBundlePathKey)));
+  if (!bundleURL) {
+    logError("Unable to get target process bundle path.");
+    return false;
+  }
+  const Ref<NSString> bundleId = asString(information->objectForKey(kCFBundleIdentifierKey));
+  if (length(bundleId) == 0) {
+    logError("Unable to get target process bundle id.");
+    return false;
+  }
+
+  targetPID = pid;
+  targetBundleURL = bundleURL;
+  targetBundleId = bundleId;
+  return true;
+}
+
+bool ZKUpdater::initUpdateInfo() {
+  const Ref<NSString> updatePath = NSUserDefaults::standardUserDefaults().stringForKey("updatePath"_ns);
+  if (length(updatePath) == 0) {
+    logError("Invalid update path.");
+    return false;
+  }
+  // Whether the folder exists shows only when the bundle is looked for.
+  updateDirectory = NSURL::fileURLWithPath(updatePath);
+  if (!updateDirectory) {
+    logError("Invalid update directory.");
+    return false;
+  }
+  return true;
+}
+
+Ref<NSURL> ZKUpdater::updateBundleURL() const {
+  const Ref<NSFileManager> files = NSFileManager::defaultManager();
+
+  // A folder with the target's own name wins, whatever its identifier.
+  const Ref<NSString> targetName = targetBundleURL->lastPathComponent();
+  if (length(targetName) > 0) {
+    const Ref<NSURL> candidate = updateDirectory->URLByAppendingPathComponent(targetName, true);
+    bool isDirectory = false;
+    if (candidate && files->fileExistsAtPath(candidate->path(), &isDirectory) && isDirectory) return candidate;
+  }
+
+  if (length(targetBundleId) == 0) return nullptr;
+  const Ref<NSDirectoryEnumerator> items =
+      files->enumeratorAtURL(updateDirectory, {NSURLIsPackageKey}, NSDirectoryEnumerationSkipsPackageDescendants);
+  if (!items) return nullptr;
+  while (const Ref<NSURL> item = items->nextObject()) {
+    // That the property can be read is what counts, not its value: an ordinary folder qualifies as well as a package.
+    Ref<NSNumber> isPackage;
+    if (!item->getResourceValue(isPackage, NSURLIsPackageKey)) continue;
+    const Ref<NSBundle> bundle = NSBundle::bundleWithURL(item);
+    if (bundle && areEqual(bundle->bundleIdentifier(), targetBundleId)) return item;
+  }
+  return nullptr;
+}
+
+}  // namespace zk

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "ZKPOSIXSemaphore.h"
+#include "files/NSFileManager.h"
+#include "objects/NSURL.h"
+
+namespace zk {
+
+/// One run of the installer: the application that is to be updated (the target), where its update lies, and the two
+/// semaphores. Its steps run once, in the order of runInstaller(); each answers whether it succeeded and logs one line
+/// when it did not.
+class ZKUpdater final : public NSObject, public NSFileManagerDelegate {
+ public:
+  static Class classObject();
+
+  /// Reads the settings "enableLog", "pid" and "updatePath" and finds the target. Absent when any of it fails.
+  static Ref<ZKUpdater> init();
+  /// Gives back what is still held, and logs "End installation".
+  ~ZKUpdater() override;
+
+  // Handshake.cpp
+
+  /// Takes the installer semaphore, which tells the target that the installer is running. Blocks until it is free. True
+  /// at once when no such semaphore was named.
+  bool notifyReady();
+  /// Takes the update lock, so that one installer at a time works on the update. Waits at most about 100 seconds for a
+  /// holder that lives. True at once when no update semaphore was named.
+  bool waitForUpdateLock();
+  /// Waits, at most about 100 seconds, until the target process is gone.
+  bool waitForTargetExit();
+  /// Gives the update lock back, then the installer semaphore. Does nothing for one that is not held.
+  void releaseSemaphores();
+
+  // Installation.cpp
+
+  /// Replaces the target bundle by the update, after a backup. Where that fails once the old bundle has been touched,
+  /// tries to roll back, and answers false whether or not that worked.
+  bool install();
+
+  // Relaunch.cpp
+
+  /// Starts the application at the target bundle's place.
+  bool relaunchTarget();
+
+ private:
+  ZKUpdater() = default;
+
+  // Discovery.cpp
+  bool initTargetInfo();
+  bool initUpdateInfo();
+  /// The update's bundle inside the update directory, or absent.
+  Ref<NSURL> updateBundleURL() const;
+
+  /// Makes each copy replace what stands at its destination.
+  bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL, const Ref<NSURL>& toURL) override;
+  /// Stops each copy at its first error.
+  bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
+                   const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
+
+  /// Logs a line of the category "Error" when logging is on.
+  void logError(const char* message) const;
+
+  std::int32_t targetPID = 0;
+  Ref<NSURL> targetBundleURL;
+  Ref<NSString> targetBundleId;
+  Ref<NSURL> updateDirectory;
+  Ref<ZKPOSIXSemaphore> updateSemaphore;     ///< absent unless the update lock is held
+  Ref<ZKPOSIXSemaphore> installerSemaphore;  ///< absent unless it is held
+  bool isLogEnabled = false;                 ///< tested where a line is logged; ZKUpdaterLog itself does not
+};
+
+}  // namespace zk

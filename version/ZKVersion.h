@@ -1,0 +1,123 @@
+#pragma once
+
+#include "objects/NSNumber.h"
+#include "objects/NSString.h"
+
+// Some C libraries define these as macros that take apart a device number.
+#undef major
+#undef minor
+
+namespace zk {
+
+/// A version number of four parts (major, minor, micro, spin), held as one number whose decimal digits carry them:
+/// major * 100,000,000 + minor * 1,000,000 + micro * 10,000 + spin. So versions order as plain integers. Built from
+/// parts, major, minor and micro are 0 to 99 and spin is 0 to 9999; a packed value that is set directly may be any
+/// number.
+///
+/// Mutable, without locks. An absent version ranks below every version.
+class ZKVersion : public NSObject {
+ public:
+  // Parts of a packed value.
+
+  /// The quotient cut to its low 16 bits; deliberately not reduced modulo 100.
+  static std::uint16_t extractMajor(std::uint64_t packed);
+  static std::uint16_t extractMinor(std::uint64_t packed);
+  static std::uint16_t extractMicro(std::uint64_t packed);
+  static std::uint16_t extractSpin(std::uint64_t packed);
+
+  // Set-up. Nothing is checked: a version made here need not be valid.
+
+  explicit ZKVersion(std::uint64_t packed) : version(packed) {}
+
+  /// The application version.
+  static Ref<ZKVersion> init();
+  static Ref<ZKVersion> initWithUnsignedLongLong(std::uint64_t packed);
+  /// `initWithMajor:minor:micro:spin:`. A part above its largest value becomes that.
+  static Ref<ZKVersion> initWithMajor(std::uint16_t major, std::uint16_t minor, std::uint16_t micro,
+                                      std::uint16_t spin);
+  /// The number that numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); 0 where it makes none.
+  static Ref<ZKVersion> initWithNumber(const Ref<NSObject>& number);
+
+  // Factories. All but versionWithApplication() answer absent where the version would not be valid.
+
+  static Ref<ZKVersion> versionWithUnsignedLongLong(std::uint64_t packed);
+  /// `versionWithMajor:minor:micro:spin:`. A part above its largest value becomes that.
+  static Ref<ZKVersion> versionWithMajor(std::uint16_t major, std::uint16_t minor, std::uint16_t micro,
+                                         std::uint16_t spin);
+  /// Absent also where numberWithUnsignedLongLongFromNSObject() makes no number of `number` (may be absent).
+  static Ref<ZKVersion> versionWithNumber(const Ref<NSObject>& number);
+  /// Reads "1.2.3.4", "1.2.3 (4)", "1.2 (4)", or a packed value. Dots and white space, in any number, separate the
+  /// parts; what follows a fourth part is not looked at. The spin must be given.
+  /// @return absent for an absent text and for any other form.
+  static Ref<ZKVersion> versionWithString(const Ref<NSString>& text);
+  static Ref<ZKVersion> versionWithApplication();
+
+  // The application version, fixed at build time.
+
+  static std::uint64_t applicationVersionUnsignedLongLong();
+  static Ref<NSNumber> applicationVersionNumber();
+
+  // Parts and packed value.
+
+  std::uint16_t major() const { return extractMajor(version); }
+  std::uint16_t minor() const { return extractMinor(version); }
+  std::uint16_t micro() const { return extractMicro(version); }
+  std::uint16_t spin() const { return extractSpin(version); }
+
+  /// The part setters take the bits of the part's largest value off the packed value and add the new part. The packing
+  /// is decimal, so that does not in general clear the old part: setting the major of 1.0.1 (13) to 2 gives 2.31.45
+  /// (9357). It is what setters of this type do; versions are built cleanly by versionWithMajor().
+  void setMajor(std::uint16_t major);
+  void setMinor(std::uint16_t minor);
+  void setMicro(std::uint16_t micro);
+  void setSpin(std::uint16_t spin);
+
+  std::uint64_t unsignedLongLong() const { return version; }
+  void setUnsignedLongLong(std::uint64_t packed) { version = packed; }
+
+  /// The packed value as a new number object.
+  Ref<NSNumber> number() const;
+  /// Sets the packed value to what numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); where it
+  /// makes none, the packed value stays as it is.
+  void setNumber(const Ref<NSObject>& number);
+
+  /// The object (may be absent) as a number: a number object itself; a text by its digits, leading zeros skipped before
+  /// anything else is read; what any other object answers to unsignedLongLongValue. A text is never absent: without
+  /// digits it is 0.
+  /// @return absent for an absent object and for one that does not answer.
+  static Ref<NSNumber> numberWithUnsignedLongLongFromNSObject(const Ref<NSObject>& object);
+
+  // Comparison.
+
+  /// Whether the major or the minor is not 0: the packed value is 1,000,000 at least.
+  bool isValid() const { return version > 999'999; }
+
+  /// Whether the packed values are equal. An absent `other` reads as 0.
+  bool isEqualToVersion(const Ref<ZKVersion>& other) const;
+  bool isEqual(const Ref<NSObject>& object) const override;
+  std::size_t hash() const override;
+
+  /// 1 when this version is greater than `other` or `other` is absent, 0 when they are equal, -1 when it is smaller.
+  int compare(const Ref<ZKVersion>& other) const;
+
+  /// Of an object that is no version these tests answer as of an absent one.
+  bool isGreaterThan(const Ref<NSObject>& other) const;
+  bool isGreaterThanOrEqualTo(const Ref<NSObject>& other) const;
+  bool isLessThan(const Ref<NSObject>& other) const;
+  bool isLessThanOrEqualTo(const Ref<NSObject>& other) const;
+  bool isNotEqualTo(const Ref<NSObject>& other) const;
+
+  // Text forms. A micro of 0 is left out of the first two, whatever the spin is.
+
+  /// "1.2.3 (4)"
+  Ref<NSString> description() const override;
+  /// "1.2.3"
+  Ref<NSString> descriptionShort() const;
+  /// "1.2.3.4"
+  Ref<NSString> descriptionFull() const;
+
+ private:
+  std::uint64_t version;  ///< the packed value
+};
+
+}  // namespace zk
