@@ -1,6 +1,7 @@
 #include "NSErrorPOSIX.h"
 #include "ZKPOSIXSemaphore.h"
 #include "objects/NSNumber.h"
+#include "objects/OutOfMemory.h"
 #include "process/ErrorNumbers.h"
 #include "process/NSThread.h"
 
@@ -57,7 +58,8 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
     // take the new semaphore first and leave no record, it is taken over again, without a pause.
   }
 
-  writeProcessInfoAtURL(directory);
+  // The semaphore is held: whatever keeps the record from being written, the caller must learn that.
+  unlessOutOfMemory([&] { return writeProcessInfoAtURL(directory); });
   return true;
 }
 

@@ -82,8 +82,8 @@ bool ZKPOSIXSemaphore::isProcessInfoValid(const Ref<NSDictionary>& processInfo) 
   if (textsDiffer(processInfo, fresh, executablePathKey)) return false;
   if (textsDiffer(processInfo, fresh, bundleIdKey)) return false;
 
-  const Ref<NSObject> creationDate = processInfo->objectForKey(creationDateKey);
-  const Ref<NSObject> freshCreationDate = fresh->objectForKey(creationDateKey);
+  const Ref<NSDate> creationDate = asDate(processInfo->objectForKey(creationDateKey));
+  const Ref<NSDate> freshCreationDate = asDate(fresh->objectForKey(creationDateKey));
   if (!creationDate || !freshCreationDate) return true;
   return creationDate->isEqual(freshCreationDate);
 }

@@ -25,6 +25,7 @@ bool ZKUpdater::initTargetInfo() {
     logError("Unable to get target process info.");
     return false;
   }
+  // A path that no URL can be made of is as good as none.
   const Ref<NSURL> bundleURL = NSURL::fileURLWithPath(asString(information->objectForKey(ZKBundlePathKey)));
   if (!bundleURL) {
     logError("Unable to get target process bundle path.");

@@ -1,7 +1,7 @@
 #include "ZKUpdater.h"
 
-#include "Attempt.h"
 #include "ZKUpdaterLog.h"
+#include "objects/OutOfMemory.h"
 #include "process/NSUserDefaults.h"
 
 namespace zk {
@@ -23,11 +23,11 @@ Ref<ZKUpdater> ZKUpdater::init() {
 }
 
 ZKUpdater::~ZKUpdater() {
-  attempt([this] { releaseSemaphores(); });
+  unlessOutOfMemory([this] { releaseSemaphores(); });
   targetBundleURL = nullptr;
   targetBundleId = nullptr;
   updateDirectory = nullptr;
-  if (isLogEnabled) attempt([this] { ZKUpdaterLog(classObject(), this, nullptr, "End installation"_ns); });
+  if (isLogEnabled) unlessOutOfMemory([this] { ZKUpdaterLog(classObject(), this, nullptr, "End installation"_ns); });
 }
 
 void ZKUpdater::logError(const char* message) const {

@@ -9,7 +9,7 @@ namespace zk {
 /// One run of the installer: the application that is to be updated (the target), where its update lies, and the two
 /// semaphores. Its steps run once, in the order of runInstaller(); each answers whether it succeeded and logs one line
 /// when it did not.
-class ZKUpdater final : public NSObject, public NSFileManagerDelegate {
+class ZKUpdater : public NSObject, public NSFileManagerDelegate {
  public:
   static Class classObject();
 
@@ -42,7 +42,7 @@ class ZKUpdater final : public NSObject, public NSFileManagerDelegate {
   /// Starts the application at the target bundle's place.
   bool relaunchTarget();
 
- private:
+ protected:
   ZKUpdater() = default;
 
   // Discovery.cpp

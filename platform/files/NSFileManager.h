@@ -35,7 +35,8 @@ inline constexpr unsigned long NSUserDomainMask = 1;
 inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2;
 
 /// Copies, removes and finds items on disk. Errors are reported in NSPOSIXErrorDomain, with codes of the macOS
-/// numbering, into an optional place.
+/// numbering and the path of the item (of a copy, the one that was to be copied) under NSFilePathErrorKey, into an
+/// optional place.
 class NSFileManager : public NSObject {
  public:
   NSFileManager() = default;

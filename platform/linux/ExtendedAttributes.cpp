@@ -4,12 +4,16 @@
 
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 #include "posix/Metadata.h"
 
 namespace zk {
 
 namespace {
+
+/// How often something that grows is measured anew.
+constexpr int kMostAttempts = 10;
 
 constexpr const char* kAccessACL = "system.posix_acl_access";
 constexpr const char* kDefaultACL = "system.posix_acl_default";
@@ -46,7 +50,7 @@ class AttributedItem {
 /// small.
 template <class Call>
 int readWhole(std::string& result, Call call) {
-  while (true) {
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     const ssize_t size = call(nullptr, 0);
     if (size < 0) return errno;
     result.resize(static_cast<std::size_t>(size));
@@ -56,19 +60,23 @@ int readWhole(std::string& result, Call call) {
     result.resize(static_cast<std::size_t>(filled));
     return 0;
   }
+  return ERANGE;
 }
 
-/// Whether an attribute that failed with `error` is left out: it was refused, is too large for this file system, went
-/// away meanwhile (ENODATA), or /proc is not there.
-bool isLeftOut(int error) {
-  return isRefusal(error) || error == ENODATA || error == ENOENT || error == E2BIG || error == ERANGE;
+bool isACL(std::string_view name) { return name == kAccessACL || name == kDefaultACL; }
+
+/// The error of an attribute that could not be copied; 0 when the attribute is just left out: it was refused, is too
+/// large for this file system, went away meanwhile (ENODATA), or /proc is not there.
+int unlessLeftOut(int error) {
+  const bool isLeftOut = isRefusal(error) || error == ENODATA || error == ENOENT || error == E2BIG || error == ERANGE;
+  return isLeftOut ? 0 : error;
 }
 
 int copyAttribute(const AttributedItem& original, const AttributedItem& copy, const char* name) {
   std::string value;
   const int error = readWhole(value, [&](char* room, std::size_t size) { return original.get(name, room, size); });
-  if (error != 0) return error;
-  return copy.set(name, value) == 0 ? 0 : errno;
+  if (error != 0) return unlessLeftOut(error);
+  return copy.set(name, value) == 0 ? 0 : unlessLeftOut(errno);
 }
 
 }  // namespace
@@ -77,13 +85,19 @@ int copyExtendedAttributes(ItemHandle original, ItemHandle copy) {
   const AttributedItem from(original);
   const AttributedItem to(copy);
   std::string names;
-  int error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
-  // Each name ends with a zero byte.
-  for (std::size_t start = 0; error == 0 && start < names.size(); start = names.find('\0', start) + 1) {
-    error = copyAttribute(from, to, names.c_str() + start);
-    if (isLeftOut(error)) error = 0;
+  const int error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
+  if (error != 0) return unlessLeftOut(error);
+
+  // ACLs last: they may take from the owner the permission that setting the others needs.
+  for (const bool areACLs : {false, true}) {
+    // Each name ends with a zero byte.
+    for (std::size_t start = 0; start < names.size(); start = names.find('\0', start) + 1) {
+      const char* name = names.c_str() + start;
+      if (isACL(name) != areACLs) continue;
+      if (const int failure = copyAttribute(from, to, name); failure != 0) return failure;
+    }
   }
-  return isLeftOut(error) ? 0 : error;
+  return 0;
 }
 
 void removeInheritedACLs(ItemHandle item) {

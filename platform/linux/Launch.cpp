@@ -14,44 +14,50 @@ namespace zk {
 
 namespace {
 
-/// The descriptor under which the new process tells that it could not execute its program: the first behind the standard
-/// ones, so that every one above it can be closed.
+/// The descriptor under which the new process tells how far it came: the first behind the standard ones, so that every
+/// one above it can be closed.
 constexpr int kReportDescriptor = STDERR_FILENO + 1;
 
-/// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor then,
-/// and finds one even where the limit leaves no other.
+/// Writes a word: one when nothing but the program is to come, another when that could not be executed. The program's
+/// start closes the report, as any other end of this process does.
+void tell(int report) {
+  const char word = 1;
+  [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
+}
+
+/// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor
+/// then, and finds one even where the limit leaves no other.
 bool openStandardStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) ::close(stream);
   return ::open("/dev/null", O_RDWR) == STDIN_FILENO && ::dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO &&
          ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
 }
 
-[[noreturn]] void tellFailure(int report) {
-  const char word = 1;
-  [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
-  ::_exit(127);
-}
-
 [[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report) {
-  if (report != kReportDescriptor && ::dup2(report, kReportDescriptor) < 0) tellFailure(report);
+  if (report != kReportDescriptor) ::dup2(report, kReportDescriptor);
   ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
 
   ::setsid();
-  if (!openStandardStreams() || ::chdir("/") != 0) tellFailure(kReportDescriptor);
-  resetSignals();
-  ::execv(executable.c_str(), arguments);
-  tellFailure(kReportDescriptor);
+  if (openStandardStreams() && ::chdir("/") == 0) {
+    resetSignals();
+    tell(kReportDescriptor);
+    ::execv(executable.c_str(), arguments);
+    tell(kReportDescriptor);
+  }
+  ::_exit(127);
 }
 
-/// Waits for the word from the new process: none comes, only the end of the pipe, when it has become its program.
-bool hasFailed(int report) {
+/// Reads the report to its end: the program runs when the first word came and not the second.
+bool isRunning(int report) {
+  int words = 0;
   char word;
   ssize_t count;
-  do {
-    count = ::read(report, &word, sizeof word);
-  } while (count < 0 && errno == EINTR);
-  return count != 0;
+  while ((count = ::read(report, &word, sizeof word)) != 0) {
+    if (count > 0) ++words;
+    if (count < 0 && errno != EINTR) return false;
+  }
+  return words == 1;
 }
 
 }  // namespace
@@ -71,7 +77,7 @@ bool launchDetached(const std::string& executable, const std::vector<std::string
   if (child == 0) becomeProgram(executable, argumentList.data(), writing.get());
 
   writing.reset();
-  if (!hasFailed(reading.get())) return true;
+  if (isRunning(reading.get())) return true;
   while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
   }
   return false;

@@ -57,7 +57,8 @@ class LinuxSystem final : public POSIXSystem {
     return noErr;
   }
 
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override {
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long /*options*/) override {
     return launchDetached(executable, arguments);
   }
 };

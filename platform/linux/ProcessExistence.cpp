@@ -20,21 +20,15 @@ bool isProcessNotThread(const std::string& status, std::int32_t pid) {
   return status.find(line) != std::string::npos;
 }
 
-/// What a signal that is not sent tells, also of processes that /proc hides; but a zombie still exists to it. Sent to the
-/// first thread of the process `pid`, it finds none where the id is another thread's.
+/// What a signal that is not sent tells, also of processes that /proc hides; but a zombie still exists to it. Sent to
+/// the first thread of the process `pid`, it finds none where the id is another thread's.
 Existence existenceBySignal(std::int32_t pid) {
   if (::syscall(SYS_tgkill, pid, pid, 0) == 0 || errno == EPERM) return Existence::exists;
   return errno == ESRCH ? Existence::gone : Existence::unknown;
 }
 
-/// Polls without waiting.
-int pollOnce(pollfd& descriptor) {
-  int count;
-  do {
-    count = ::poll(&descriptor, 1, 0);
-  } while (count < 0 && errno == EINTR);
-  return count;
-}
+/// Whether a call failed because this process, or the system, has no more of something: it then tells nothing.
+bool isLackingMeans(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
 
 }  // namespace
 
@@ -44,22 +38,13 @@ Existence existenceOf(std::int32_t pid) {
 
   const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
   if (!process.isOpen()) {
-    switch (errno) {
-      case ESRCH:
-      case EINVAL:  // a thread, to older kernels
-      case ENOENT:  // a thread
-        return Existence::gone;
-      case EMFILE:
-      case ENFILE:
-      case ENOMEM:
-        return Existence::unknown;
-      default:
-        return existenceByProc(pid);
-    }
+    const bool isThreadOrNone = errno == ESRCH || errno == ENOENT || errno == EINVAL;
+    // Where only the means are lacking, they are lacking there, too.
+    return isThreadOrNone ? Existence::gone : existenceByProc(pid);
   }
   // Readable once the last thread has ended, whether or not the parent has asked for the exit status.
   pollfd exit{process.get(), POLLIN, 0};
-  const int count = pollOnce(exit);
+  const int count = ::poll(&exit, 1, 0);
   if (count < 0) return existenceByProc(pid);
   return count == 0 ? Existence::exists : Existence::gone;
 }
@@ -68,10 +53,8 @@ Existence existenceByProc(std::int32_t pid) {
   if (pid <= 0) return Existence::gone;
   const std::optional<std::string> status = readProcFile(procFolder(pid) + "/status");
   const std::optional<std::string> stat = status ? readProcFile(procFolder(pid) + "/stat") : std::nullopt;
-  if (!stat) {
-    if (errno == ESRCH) return Existence::gone;
-    return errno == ENOENT || errno == EACCES || errno == EPERM ? existenceBySignal(pid) : Existence::unknown;
-  }
+  // Hidden, gone since its file was opened, or never there.
+  if (!stat) return isLackingMeans(errno) ? Existence::unknown : existenceBySignal(pid);
   if (!isProcessNotThread(*status, pid)) return Existence::gone;
 
   const std::optional<std::string> state = statField(*stat, kStatState);

@@ -125,18 +125,18 @@ std::string encoded(const NSString& text) {
   return bytes + units;
 }
 
-/// A dictionary of one number under "CF$UID", which is what a UID is read as, as a UID; nothing for any other.
+/// A dictionary of one number under "CF$UID", which is what a UID is read as, as a UID; nothing for any other. Readers
+/// differ over UIDs of more than 32 bits, which nobody makes: such a number stays in a dictionary.
 std::optional<std::string> encodedUID(const NSDictionary& dictionary) {
   if (dictionary.count() != 1 || dictionary.entries().front().key->bytes() != "CF$UID") return std::nullopt;
   const auto* number = dynamic_cast<const NSNumber*>(dictionary.entries().front().object.get());
-  const bool isNegative =
-      number != nullptr && std::holds_alternative<std::int64_t>(number->value()) && number->longLongValue() < 0;
-  if (number == nullptr || !number->isInteger() || isNegative) return std::nullopt;
-  const std::uint64_t value = *number->unsignedLongLongValue();
-  const std::size_t width = narrowestPowerOfTwo(value);
+  if (number == nullptr || !number->isInteger()) return std::nullopt;
+  const std::int64_t value = number->longLongValue();
+  if (value < 0 || value > std::int64_t{std::numeric_limits<std::uint32_t>::max()}) return std::nullopt;
+  const std::size_t width = narrowestPowerOfTwo(static_cast<std::uint64_t>(value));
   std::string bytes;
   appendMarker(bytes, kUID, static_cast<unsigned>(width - 1));
-  appendBigEndian(bytes, value, width);
+  appendBigEndian(bytes, static_cast<std::uint64_t>(value), width);
   return bytes;
 }
 

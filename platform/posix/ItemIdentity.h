@@ -2,17 +2,12 @@
 
 #include <sys/stat.h>
 
-#include <compare>
+#include <utility>
 
 namespace zk {
 
-/// What tells an item on disk from every other, whatever its name.
-struct ItemIdentity {
-  dev_t device;
-  ino_t number;
-
-  auto operator<=>(const ItemIdentity&) const = default;
-};
+/// What tells an item on disk from every other, whatever its name: its device and its number there.
+using ItemIdentity = std::pair<dev_t, ino_t>;
 
 inline ItemIdentity identityOf(const struct stat& item) { return {item.st_dev, item.st_ino}; }
 

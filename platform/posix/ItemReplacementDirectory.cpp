@@ -1,16 +1,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
 
 #include "files/NSFileManager.h"
 #include "posix/FileError.h"
 #include "posix/Folder.h"
 #include "posix/ItemPath.h"
+#include "posix/RandomName.h"
 
 namespace zk {
 
@@ -30,11 +27,10 @@ std::string cutToSize(std::string name, std::size_t size) {
 /// A new name for a folder beside the item called `name`, hidden and not to be guessed; empty when the system gives no
 /// random bytes.
 std::string replacementName(const std::string& name) {
-  std::uint64_t random = 0;
-  if (::getentropy(&random, sizeof random) != 0) return "";
-  std::array<char, 18> ending;
-  std::snprintf(ending.data(), ending.size(), "-%016llx", static_cast<unsigned long long>(random));
-  return "." + cutToSize(name, kLongestName - ending.size()) + ending.data();
+  const std::string digits = randomDigits();
+  if (digits.empty()) return "";
+  const std::string ending = "-" + digits;
+  return "." + cutToSize(name, kLongestName - 1 - ending.size()) + ending;
 }
 
 /// Makes a folder that is its owner's alone, and nothing where something is already.

@@ -5,11 +5,11 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <random>
 
 #include "objects/NSData.h"
 #include "objects/NSURL.h"
 #include "posix/FileDescriptor.h"
+#include "posix/RandomName.h"
 
 namespace zk {
 
@@ -33,16 +33,15 @@ bool writeAllAndClose(FileDescriptor descriptor, std::string_view bytes) {
 }
 
 /// A name beside `path` that is as good as never taken, and short: a file whose own name is as long as names can be
-/// still has room for its temporary one.
+/// still has room for its temporary one. Empty when the system gives no random bytes.
 std::string temporaryNameBeside(const std::string& path) {
-  char name[32];
-  std::random_device random;
-  std::snprintf(name, sizeof name, ".zk-%08x%08x", random(), random());
-  return path.substr(0, path.rfind('/') + 1) + name;
+  const std::string digits = randomDigits();
+  return digits.empty() ? "" : path.substr(0, path.rfind('/') + 1) + ".zk-" + digits;
 }
 
 bool replaceFile(const std::string& path, std::string_view bytes) {
   const std::string temporary = temporaryNameBeside(path);
+  if (temporary.empty()) return false;
   FileDescriptor descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
   if (!descriptor.isOpen()) return false;
   const bool isReplaced =

@@ -30,7 +30,8 @@ TreeCopy::TreeCopy(NSFileManager& fileManager, NSFileManagerDelegate* delegate, 
 
 bool TreeCopy::run() {
   const ItemPath destinationPath(destination_->path()->fileSystemRepresentation());
-  const Item top{source_->path()->fileSystemRepresentation(), destinationPath.name, source_, destination_};
+  const std::string sourcePath = source_->path()->fileSystemRepresentation();
+  const Item top{std::string(withoutTrailingSlashes(sourcePath)), destinationPath.name, source_, destination_};
   if (const int error = openOutermost(destinationPath); error != 0) {
     return !isWanted(top) || goesOnAfter(error, source_, destination_);
   }
@@ -73,7 +74,9 @@ bool TreeCopy::goesOnAfter(int error, const Ref<NSURL>& source, const Ref<NSURL>
 int TreeCopy::openOutermost(const ItemPath& path) {
   if (!path.namesItem()) return EINVAL;
   FileDescriptor folder = openFolderToSearch(AT_FDCWD, path.folder.c_str(), Links::followed);
-  if (!folder.isOpen()) return errno;
+  struct stat status;
+  if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0) return errno;
+  outermost_ = identityOf(status);
   destinationChain_ = FolderChain(std::move(folder));
   return 0;
 }
@@ -88,6 +91,9 @@ int TreeCopy::copy(const Item& item) {
 }
 
 int TreeCopy::lookAt(const Item& item, struct stat& status) const {
+  // Such a path would be cut, and lead to another item.
+  if (item.sourceName.find('\0') != std::string::npos) return EINVAL;
+
   const int folder = sourceChain_.current();
   if (isAtTop() && ::fstatat(folder, item.sourceName.c_str(), &status, 0) == 0 && S_ISDIR(status.st_mode)) return 0;
   return ::fstatat(folder, item.sourceName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
@@ -98,14 +104,13 @@ int TreeCopy::enterFolder(const Item& item) {
   const Links links = isAtTop() ? Links::followed : Links::refused;
   FileDescriptor source = openFolder(sourceChain_.current(), item.sourceName.c_str(), links);
   if (!source.isOpen() || ::fstat(source.get(), &level.status) != 0) return errno;
-  // A copy into the copied folder itself would never end.
-  if (identityOf(level.status) == topCopy_) return EINVAL;
+  // What the copy goes into is part of what is copied: it would never end.
+  if (identityOf(level.status) == outermost_) return EINVAL;
   if (const int error = readNames(source.get(), level.names); error != 0) return error;
 
   FileDescriptor destination = makePrivateFolder({destinationChain_.current(), item.name.c_str()});
   struct stat copied;
   if (!destination.isOpen() || ::fstat(destination.get(), &copied) != 0) return errno;
-  if (isAtTop()) topCopy_ = identityOf(copied);
 
   sourcePath_ = withoutTrailingSlashes(item.source->path()->bytes());
   destinationPath_ = withoutTrailingSlashes(item.destination->path()->bytes());

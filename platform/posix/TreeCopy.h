@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -91,8 +90,8 @@ class TreeCopy {
   std::string destinationPath_;  ///< of its copy
   FolderChain sourceChain_;
   FolderChain destinationChain_;  ///< begins with the folder that the top item goes into, if that could be opened
+  ItemIdentity outermost_{};      ///< of that folder
   std::vector<Level> levels_;
-  std::optional<ItemIdentity> topCopy_;  ///< the folder that the top item was copied to
   HardLinks hardLinks_;
   Ref<NSError> error_;
 };

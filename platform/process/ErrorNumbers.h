@@ -18,7 +18,7 @@ inline constexpr int ZKENAMETOOLONG = 63;
 inline constexpr int ZKECANCELED = 89;
 
 /// An error number of the operating system in the macOS numbering; a number above 105, of no row in the table of POSIX
-/// errors, for one that macOS does not have. 0 stays 0.
+/// errors, for one that macOS does not have. 0 and negative numbers stay as they are.
 int macOSErrorNumber(int systemErrorNumber);
 
 /// The calling thread's errno in the macOS numbering.

@@ -48,10 +48,9 @@ Ref<NSString> NSUserDefaults::stringForKey(const Ref<NSString>& key) const {
   Ref<NSString> value;
   for (std::size_t index = 1; index < arguments.size(); ++index) {
     if (!isKey(arguments[index])) continue;
-    const bool isWanted = std::string_view(arguments[index]).substr(1) == key->bytes();
+    if (std::string_view(arguments[index]).substr(1) != key->bytes()) continue;
     const bool hasValue = index + 1 < arguments.size() && !isKey(arguments[index + 1]);
-    if (hasValue) ++index;
-    if (isWanted) value = hasValue ? NSString::stringWithBytes(arguments[index]) : ""_ns;
+    value = hasValue ? NSString::stringWithBytes(arguments[index + 1]) : ""_ns;
   }
   return value;
 }

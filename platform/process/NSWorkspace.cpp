@@ -29,12 +29,13 @@ NSWorkspace& NSWorkspace::sharedWorkspace() {
   return workspace;
 }
 
-Ref<NSRunningApplication> NSWorkspace::launchApplicationAtURL(const Ref<NSURL>& url, unsigned long /*options*/,
+Ref<NSRunningApplication> NSWorkspace::launchApplicationAtURL(const Ref<NSURL>& url, unsigned long options,
                                                               const Ref<NSDictionary>& configuration,
                                                               Ref<NSError>* error) {
   const Ref<NSBundle> bundle = NSBundle::bundleWithURL(url);
   const Ref<NSString> executable = bundle ? bundle->executablePath() : nullptr;
-  if (executable && System::current().launch(executable->fileSystemRepresentation(), argumentsIn(configuration))) {
+  if (executable &&
+      System::current().launch(executable->fileSystemRepresentation(), argumentsIn(configuration), options)) {
     return std::make_shared<NSRunningApplication>(url);
   }
   if (error != nullptr) *error = NSError::errorWithDomain(NSPOSIXErrorDomain, ZKENOENT, nullptr);

@@ -48,8 +48,9 @@ extern const Ref<NSString> ZKBundleMayChangeKey;    ///< present when the bundle
                                                   ///< arguments. The bundle then does not identify the process.
 
 /// What the operating system does for the rest of this code: the one seam between the two, and the one place where a
-/// test puts something else. Each operation is a single call of the platform under the platform's name; retries and
-/// decisions are its callers'. A failed sem_ call leaves its number in errno (see process/ErrorNumbers.h).
+/// test puts something else. Each operation is a call of the platform under the platform's name; retries that the
+/// platform itself would not make, and decisions are its callers'. A failed sem_ call leaves its number in errno (see
+/// process/ErrorNumbers.h).
 class System {
  public:
   System() = default;
@@ -97,9 +98,11 @@ class System {
   virtual OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) = 0;
   /// Blocks the calling thread for `seconds`; not at all when they are negative or no number.
   virtual void sleepForTimeInterval(double seconds) = 0;
-  /// Starts `executable` with `arguments` behind its own path, as a new session detached from this process.
+  /// Starts `executable` with `arguments` behind its own path, as a new session detached from this process. `options`
+  /// are those of NSWorkspace, for systems that have a use for them.
   /// @return whether it was started: a file that cannot be executed gives false and leaves no process behind.
-  virtual bool launch(const std::string& executable, const std::vector<std::string>& arguments) = 0;
+  virtual bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+                      unsigned long options) = 0;
 
   // What this process was given, and where it tells.
 

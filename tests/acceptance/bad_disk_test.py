@@ -19,7 +19,7 @@ def mounts(scene):
 
 
 def move_to_disk(scene, mounts, kilobytes, **options):
-    """Moves the target to a file system of its own. Inside it stands where it stood; this is where it is seen outside."""
+    """Moves the target to a file system of its own. Hands back where it is seen from outside."""
     aside = scene.applications.rename(scene.folder / "aside")
     scene.applications.mkdir()
     disk = mounts.mount_small_disk(scene.applications, kilobytes, **options)

@@ -30,6 +30,13 @@ def build():
 
 
 @pytest.fixture(scope="session")
+def sanitizers(build):
+    """The sanitizers that everything was built with, none as a rule."""
+    found = re.search(r"^ZK_SANITIZE:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.MULTILINE)
+    return found[1].split(",") if found and found[1] else []
+
+
+@pytest.fixture(scope="session")
 def installer(build):
     program = build / "zkupdater"
     assert program.is_file(), f"{program} has not been built"

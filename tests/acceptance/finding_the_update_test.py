@@ -111,6 +111,13 @@ def test_a_link_to_a_bundle_is_taken_as_the_folder_that_it_leads_to(scene, updat
     assert scene.target.tree() == real.tree()
 
 
+def test_a_link_to_a_folder_is_not_entered(scene, updates):
+    scene.make_bundle(scene.folder / "elsewhere/Another.app", "2")
+    (scene.updates / "link").symlink_to(scene.folder / "elsewhere")
+    (scene.updates / "circle").symlink_to(scene.updates)
+    assert scene.install() == NOT_FOUND
+
+
 def test_an_update_that_arrives_while_the_target_ends_is_found(scene, updates):
     run = scene.begin()
     updates("Editor.app")

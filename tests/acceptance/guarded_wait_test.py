@@ -94,7 +94,7 @@ LIVE = {
     "its id alone": lambda holder: {"pid": holder.pid},
     "its id and path": lambda holder: {"pid": holder.pid, "executablePath": holder.path},
     "an empty path, which is not compared": lambda holder: {"pid": holder.pid, "executablePath": ""},
-    "an identifier that it has not, so none is compared": lambda holder: {"pid": holder.pid, "bundleId": "org.example.a"},
+    "an identifier, which it has none of to compare": lambda holder: {"pid": holder.pid, "bundleId": "org.example.a"},
     "keys that nobody knows": lambda holder: {"pid": holder.pid, "path": "/usr/bin/true", "mood": "good"},
 }
 

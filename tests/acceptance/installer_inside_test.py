@@ -45,5 +45,5 @@ def test_an_installer_whose_bundle_was_replaced_stays_alive_in_its_own_record(sc
 
     other = scene.start([scene.target.executable, "stay"])
     second = scene.begin(pid=other.pid, installerSemaphore=None)
-    stays(lambda: plistlib.loads(scene.record_path().read_bytes())["pid"] == first.pid, "the second waits for the first")
+    stays(lambda: plistlib.loads(scene.record_path().read_bytes())["pid"] == first.pid, "the second waits")
     assert not second.has_ended()

@@ -85,7 +85,8 @@ def test_a_failed_creation_touches_nothing(scene, cause, message):
 def test_a_relative_update_path_in_a_current_folder_that_is_gone_is_no_path(scene):
     gone = scene.make_folder("gone")
     wrapper = ["sh", "-c", 'rmdir "$PWD"; exec "$0" "$@"']
-    assert scene.install(updatePath="Updates", wrapper=wrapper, cwd=gone) == failed_creation("Invalid update directory.")
+    outcome = scene.install(updatePath="Updates", wrapper=wrapper, cwd=gone)
+    assert outcome == failed_creation("Invalid update directory.")
 
 
 # The handshake fails: nothing is installed; what was taken is given back, and the old version started again.
@@ -141,9 +142,11 @@ def test_the_lock_of_a_dead_holder_whose_name_another_user_may_not_remove(scene)
 # The wait for the target's end fails.
 
 
-def test_a_look_up_of_the_target_that_cannot_be_made(scene):
+def test_a_look_up_of_the_target_that_cannot_be_made(scene, sanitizers):
+    if "undefined" in sanitizers:
+        pytest.skip("that sanitizer itself needs descriptors, and takes what it cannot look at for an error")
     run = scene.begin()
-    soft, hard = resource.prlimit(run.pid, resource.RLIMIT_NOFILE)
+    _, hard = resource.prlimit(run.pid, resource.RLIMIT_NOFILE)
     resource.prlimit(run.pid, resource.RLIMIT_NOFILE, (0, hard))
     outcome = run.outcome()
     assert outcome == failed_with("Failed to watch target process exit.", "Unable to relaunch target application.")

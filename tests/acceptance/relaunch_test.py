@@ -69,7 +69,7 @@ def test_it_keeps_its_user(scene):
 
 def test_a_script_can_be_the_new_version(scene):
     scene.update.executable.write_text(
-        '#!/bin/sh\nprintf "argument %s\\n" "$@" > "$ZK_REPORTS/.script"\nmv "$ZK_REPORTS/.script" "$ZK_REPORTS/script"\n'
+        '#!/bin/sh\ncd "$ZK_REPORTS"\nprintf "argument %s\\n" "$@" > .script\nmv .script script\n'
     )
     assert scene.install() == INSTALLED
     assert launched_once(scene).arguments == RELAUNCH_ARGUMENTS

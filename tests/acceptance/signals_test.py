@@ -73,11 +73,15 @@ def test_it_ends_an_installer_whose_starter_had_ignored_or_blocked_it(scene, wha
 # While it holds something
 
 
+HELD = {"both": {}, "the update lock": {"installerSemaphore": None}, "the other": {"updateSemaphore": None}}
+
+
 @by_name(ENDING)
-def test_it_is_held_back_while_the_installer_waits_for_the_target_and_holds_both(scene, number):
-    run = scene.begin(wrapper=NO_CORE)
+@pytest.mark.parametrize("names", HELD.values(), ids=HELD)
+def test_it_is_held_back_while_the_installer_waits_for_the_target_and_holds(scene, number, names):
+    run = scene.begin(wrapper=NO_CORE, **names)
     send(run, number)
-    stays(lambda: not run.has_ended(), "the installer waits")
+    stays(lambda: not run.has_ended(), "the installer waits", 0.3)
     scene.end_target()
     assert run.outcome() == INSTALLED
     assert scene.is_nothing_held()
@@ -98,7 +102,7 @@ def test_it_is_held_back_while_the_installer_waits_for_the_update_lock_and_holds
 
 @pytest.mark.parametrize("names", [{}, {"installerSemaphore": None, "updateSemaphore": None}], ids=["both", "none"])
 def test_it_is_held_back_during_the_swap_whichever_semaphores_are_held(scene, names):
-    for number in range(400):
+    for number in range(150):
         (scene.target.resources / f"{number:03}").write_text("old\n" * 100)
         (scene.update.resources / f"{number:03}").write_text("new\n" * 100)
     update = scene.update.tree()

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <algorithm>
+#include <cstdio>
 
 #include "ZKPOSIXSemaphore.h"
+#include "support/TemporaryFolder.h"
 
 namespace zk {
 namespace {
@@ -76,6 +78,29 @@ TEST(FailureReasons, AreAbsentForEveryOtherNumber) {
   // A number that only looks like one of the table's when it is cut to fewer bits.
   const long wide = (1L << 32) + 2;
   expectText(ZKPOSIXSemaphore::semaphoreOpenErrorReason(wide, false), kAbsent, wide);
+}
+
+TEST(FailureReasons, AreInTheLanguageOfTheMainBundlesTranslations) {
+  const test::TemporaryFolder folder;
+  test::writeFile(folder / "X.app/Contents/Info.plist", "{}");
+  test::writeFile(
+      folder / "X.app/Contents/Resources/de.lproj/Localizable.strings",
+      "\"Named semaphore does not exist.\" = \"Die Semaphore gibt es nicht.\";\n"
+      "\"The semaphore is already locked.\" = \"Die Semaphore ist vergeben.\";\n"
+      "\"Permission is denied to remove the semaphore.\" = \"Die Semaphore darf nicht entfernt werden.\";\n");
+  const std::filesystem::path program = folder / "X.app/Contents/MacOS/program";
+  std::filesystem::create_directories(program.parent_path());
+  std::filesystem::copy_file(ZK_FAILURE_REASONS_PROGRAM, program);
+
+  const std::string command = "env -u LANGUAGE -u LC_ALL -u LC_MESSAGES LANG=de_AT.UTF-8 '" + program.string() + "'";
+  FILE* output = ::popen(command.c_str(), "r");
+  ASSERT_NE(output, nullptr);
+  std::string text;
+  for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
+  EXPECT_EQ(::pclose(output), 0);
+  EXPECT_EQ(text,
+            "Die Semaphore gibt es nicht.\nDie Semaphore ist vergeben.\nDie Semaphore darf nicht entfernt werden.\n"
+            "Not a valid semaphore descriptor.\n");
 }
 
 }  // namespace

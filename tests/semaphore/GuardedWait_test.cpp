@@ -25,8 +25,15 @@ using test::TemporaryFolder;
 /// Real semaphores; counts the tries, notes the sleeps instead of making them, and can act at each sleep.
 class WatchingSystem : public ForwardingSystem {
  public:
+  static constexpr int kMostTries = 10'000;
+
   int sem_trywait(SemaphoreHandle semaphore) override {
     ++tries;
+    if (tries > kMostTries) {
+      ADD_FAILURE() << "the wait goes on for ever";
+      errno = EINVAL;
+      return -1;
+    }
     if (beforeTry) beforeTry();
     return ForwardingSystem::sem_trywait(semaphore);
   }
@@ -40,6 +47,7 @@ class WatchingSystem : public ForwardingSystem {
   }
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) override {
     opens.push_back({flags, mode, value});
+    if (beforeOpen) beforeOpen();
     if (refusesOpen) {
       errno = EMFILE;
       return ZKSEM_FAILED;
@@ -64,6 +72,7 @@ class WatchingSystem : public ForwardingSystem {
   std::vector<Open> opens;
   std::vector<double> sleeps;
   std::function<void()> beforeTry;
+  std::function<void()> beforeOpen;
   std::function<void()> atSleep;
 };
 
@@ -247,12 +256,18 @@ TEST_F(GuardedWait, ATakeOverMakesANewSemaphoreUnderTheNameAndLeavesTheCallersRe
   EXPECT_EQ(error, untouched);
 }
 
-TEST_F(GuardedWait, ATakeOverDeletesTheOldRecordBeforeTheNewSemaphoreIsTaken) {
+TEST_F(GuardedWait, ATakeOverRemovesTheNameThenTheRecordAndThenMakesTheNewSemaphore) {
   take();
   leaveDeadRecord();
+  // Later, a record that is there may be the next holder's.
+  bool wasNameThere = true;
   bool wasRecordThere = true;
-  system.beforeTry = [&] { wasRecordThere = isRecordThere(); };
+  system.beforeOpen = [&] {
+    wasNameThere = name.exists();
+    wasRecordThere = isRecordThere();
+  };
   EXPECT_TRUE(waitGuarded(1000));
+  EXPECT_FALSE(wasNameThere);
   EXPECT_FALSE(wasRecordThere);
 }
 
@@ -290,6 +305,22 @@ TEST_F(GuardedWait, ASemaphoreTakenByOthersRightAfterATakeOverIsTakenOverAgainWi
   EXPECT_TRUE(waitGuarded(0));
   EXPECT_EQ(system.unlinks, 3);
   EXPECT_TRUE(system.sleeps.empty());
+}
+
+TEST_F(GuardedWait, ATakeOverLeavesTheNumberOfPausesAsItWas) {
+  take();
+  // The pauses are used up when the first holder is taken over from; before the next try somebody else takes the fresh
+  // semaphore, who leaves no record either.
+  system.beforeTry = [this] {
+    if (system.tries != 4) return;
+    sem_t* fresh = ::sem_open(name.bytes().c_str(), 0);
+    ASSERT_NE(fresh, SEM_FAILED);
+    EXPECT_EQ(::sem_trywait(fresh), 0);
+    ::sem_close(fresh);
+  };
+  EXPECT_TRUE(waitGuarded(2));
+  EXPECT_EQ(system.unlinks, 2);
+  EXPECT_EQ(system.sleeps.size(), 2U);
 }
 
 TEST_F(GuardedWait, ATakeOverWithPausesLeftGoesOnPausingAfterwards) {
@@ -401,7 +432,6 @@ TEST_F(GuardedWait, PostingWithoutARecordGivesTheSemaphoreBackAndIsFalse) {
 
 TEST_F(GuardedWait, APostThatFailsIsFalseThoughTheRecordWasDeleted) {
   leaveLiveRecord();
-  semaphore->openWithName("no-such-name"_ns, 0, 0, 0);
   const auto closed = ZKPOSIXSemaphore::init();
   closed->openWithName(name.text(), ZKO_CREAT | ZKO_EXCL, 0666, 1);
   EXPECT_FALSE(closed->postWithProcessInfo(folder.url()));

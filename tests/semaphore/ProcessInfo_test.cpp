@@ -12,6 +12,7 @@
 #include "objects/NSNumber.h"
 #include "plist/NSPropertyListSerialization.h"
 #include "support/ForwardingSystem.h"
+#include "support/Memory.h"
 #include "support/SemaphoreName.h"
 #include "support/TemporaryFolder.h"
 
@@ -60,7 +61,8 @@ class ProcessInfo : public testing::Test {
   /// The fresh record with `object` under `key`, or without the key when it is absent.
   Ref<NSDictionary> recordWith(const Ref<NSString>& key, const Ref<NSObject>& object) {
     std::vector<NSDictionary::Entry> entries;
-    for (const auto& entry : freshRecord()->entries()) {
+    const Ref<NSDictionary> fresh = freshRecord();
+    for (const auto& entry : fresh->entries()) {
       if (!entry.key->isEqual(key)) entries.push_back(entry);
     }
     if (object) entries.push_back({key, object});
@@ -123,6 +125,12 @@ TEST_F(ProcessInfo, LeavesOutABundleThatMayHaveChangedUnderTheProcess) {
   EXPECT_NE(freshRecord()->objectForKey("executablePath"_ns), nullptr);
 }
 
+TEST_F(ProcessInfo, IsAbsentWhenThereIsNoMemoryForTheRecord) {
+  const test::FailingAllocation failing(0);
+  EXPECT_EQ(freshRecord(), nullptr);
+  EXPECT_TRUE(failing.hasFailed());
+}
+
 TEST_F(ProcessInfo, OfTheCallerIsMadeForItsOwnId) {
   EXPECT_TRUE(areEqual(ZKPOSIXSemaphore::currentProcessInfo(), freshRecord()));
 }
@@ -177,6 +185,11 @@ TEST_F(ProcessInfo, WithADateThatDiffersByAnyAmountIsNotValid) {
       recordWith("creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(exact + 0x1p-20))));
   EXPECT_FALSE(ZKPOSIXSemaphore::isProcessInfoValid(
       recordWith("creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(exact - 1))));
+}
+
+TEST_F(ProcessInfo, WithADateOfAnotherKindIsComparedOnTheOtherKeysOnly) {
+  EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, "today"_ns)));
+  EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, NSNumber::numberWithInt(1))));
 }
 
 TEST_F(ProcessInfo, WithoutADateOnEitherSideIsValid) {

@@ -12,6 +12,7 @@
 #include "objects/NSAutoreleasePool.h"
 #include "process/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
+#include "support/Memory.h"
 #include "support/SemaphoreName.h"
 
 namespace zk {
@@ -153,6 +154,14 @@ TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
   const auto semaphore = create(name, 0);
   EXPECT_FALSE(semaphore->tryWait());
   EXPECT_EQ(ZKPOSIXSemaphore::openWithName("no such/name"_ns), nullptr);
+}
+
+TEST(ZKPOSIXSemaphore, NoErrorIsMadeWithoutAPlaceForIt) {
+  const SemaphoreName name;
+  const auto semaphore = create(name, 0);
+  const std::size_t before = test::allocationCount();
+  EXPECT_FALSE(semaphore->tryWait());
+  EXPECT_EQ(test::allocationCount(), before);
 }
 
 TEST(ZKPOSIXSemaphore, SuccessLeavesTheErrorPlaceUntouched) {

@@ -32,8 +32,9 @@ class ForwardingSystem : public System {
     return next_.GetProcessInformation(process, info);
   }
   void sleepForTimeInterval(double seconds) override { next_.sleepForTimeInterval(seconds); }
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override {
-    return next_.launch(executable, arguments);
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long options) override {
+    return next_.launch(executable, arguments, options);
   }
 
   std::vector<std::string> arguments() override { return next_.arguments(); }

@@ -10,6 +10,7 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "posix/FileDescriptor.h"
@@ -45,7 +46,21 @@ std::string attributesOf(const fs::path& path) {
   return text;
 }
 
-/// The bytes of a file, each stretch that is no hole behind its place in the file.
+/// Appends to `text` the blocks of `bytes`, which stand at `offset`, that hold anything but zeros, behind their places.
+void describeBlocks(std::string_view bytes, off_t offset, std::string& text) {
+  constexpr std::size_t kBlock = 4096;
+  while (!bytes.empty()) {
+    const std::string_view block = bytes.substr(0, kBlock - static_cast<std::size_t>(offset) % kBlock);
+    if (block.find_first_not_of('\0') != std::string_view::npos) {
+      text += " at " + std::to_string(offset) + ": ";
+      text += block;
+    }
+    bytes.remove_prefix(block.size());
+    offset += static_cast<off_t>(block.size());
+  }
+}
+
+/// The bytes of a file. What a file system takes for a hole is its own affair: a hole and zeros look the same here.
 std::string contentsOf(const fs::path& path, off_t size) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) fail(path);
@@ -54,7 +69,7 @@ std::string contentsOf(const fs::path& path, off_t size) {
     end = ::lseek(file.get(), begin, SEEK_HOLE);
     std::string bytes(static_cast<std::size_t>(end - begin), '\0');
     if (::pread(file.get(), bytes.data(), bytes.size(), begin) != end - begin) fail(path);
-    text += " at " + std::to_string(begin) + ": " + bytes;
+    describeBlocks(bytes, begin, text);
   }
   return text;
 }

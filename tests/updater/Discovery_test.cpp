@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "ZKUpdater.h"
 #include "support/TemporaryFolder.h"
@@ -179,6 +182,30 @@ TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
   EXPECT_EQ(found(), "none");
 }
 
+/// An updater that was not made by a look-up: its fields are what a test sets.
+class BareUpdater : public ZKUpdater {
+ public:
+  using ZKUpdater::targetBundleId;
+  using ZKUpdater::targetBundleURL;
+  using ZKUpdater::updateBundleURL;
+  using ZKUpdater::updateDirectory;
+};
+
+TEST_F(UpdateBundle, IsNotSearchedForWithoutATargetIdentifier) {
+  // A folder without an identifier is there to be taken for a match.
+  std::filesystem::create_directory(folder / "plain");
+  BareUpdater updater;
+  updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
+  updater.updateDirectory = folder.url();
+  EXPECT_EQ(updater.updateBundleURL(), nullptr);
+  updater.targetBundleId = ""_ns;
+  EXPECT_EQ(updater.updateBundleURL(), nullptr);
+
+  makeBundle("A.app", "");
+  ASSERT_NE(updater.updateBundleURL(), nullptr) << "the folder with the target's name needs no identifier";
+  EXPECT_EQ(updater.updateBundleURL()->lastPathComponent()->bytes(), "A.app");
+}
+
 TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
   setUpdatePath((folder / "missing").string());
   EXPECT_EQ(found(), "none");
@@ -191,6 +218,23 @@ TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
   const auto updater = ZKUpdater::init();
   EXPECT_FALSE(updater->install());
   EXPECT_EQ(run.logLines().back(), "Error: Bad target bundle backup url.") << "the bundle was found, and more";
+}
+
+TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
+  // A chain of folders whose innermost item has a path that is too long to be looked at by.
+  const std::string name(250, 'a');
+  int current = ::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY);
+  for (std::size_t pathLength = folder.path().string().size(); pathLength <= kLongestPath;
+       pathLength += name.size() + 1) {
+    ASSERT_EQ(::mkdirat(current, name.c_str(), 0755), 0);
+    const int next = ::openat(current, name.c_str(), O_RDONLY | O_DIRECTORY);
+    ::close(current);
+    current = next;
+  }
+  ::close(current);
+  makeBundle("z/B.app");
+  EXPECT_EQ(found(), "z/B.app");
+  EXPECT_TRUE(NSFileManager::defaultManager()->removeItemAtURL(folder.url(name)));
 }
 
 TEST_F(UpdateBundle, IsAbsentWhereAPathWouldGetTooLongForTheDirectCandidate) {

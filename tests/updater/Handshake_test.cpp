@@ -180,6 +180,15 @@ TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndTheSleepBehindTheLast
   EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
 }
 
+TEST_F(Handshake, TheExitWaitExpiresWhenAnotherProcessHasTakenTheIdOver) {
+  // Before the first check: the id names a process of another bundle, and only that it names one is looked at.
+  run.information = NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, "/volume/Other.app"_ns}});
+  run.existence = [](int) { return noErr; };
+  EXPECT_FALSE(updater->waitForTargetExit());
+  EXPECT_EQ(run.sleeps.size(), 1000U);
+  EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
+}
+
 TEST_F(Handshake, AFailedCheckEndsTheExitWaitWithoutASleep) {
   run.existence = [](int check) { return check < 2 ? noErr : -50; };
   EXPECT_FALSE(updater->waitForTargetExit());

@@ -79,7 +79,8 @@ TEST_F(RunSequence, AFailedReadinessSkipsTheOtherStepsButReleasesAndRelaunches) 
   EXPECT_EQ(run.checks, 1) << "the exit wait did not run";
   EXPECT_EQ(run.logLines(),
             (Lines{"Begin installation", "Error: Failed to acquire installer semaphore.", "End installation"}));
-  EXPECT_EQ(run.launched.size(), 3U);
+  EXPECT_EQ(run.launched,
+            (Lines{target() + "/Contents/MacOS/run", "-com.quillory.tavoro.update.AutoUpdateEnabled", "NO"}));
 }
 
 TEST_F(RunSequence, AFailedUpdateLockReleasesTheInstallerSemaphoreAndRelaunches) {
@@ -144,6 +145,10 @@ TEST_F(RunSequence, LogsTheEndAfterTheSemaphoresAreReleasedAndBeforeTheirHandles
 class OutOfMemory : public test::ScriptedRun {
  public:
   void sleepForTimeInterval(double) override { failIf("sleep"); }
+  std::int32_t getpid() override {
+    failIf("record");
+    return ScriptedRun::getpid();
+  }
   int sem_wait(SemaphoreHandle semaphore) override {
     failIf("wait");
     return ScriptedRun::sem_wait(semaphore);
@@ -160,9 +165,10 @@ class OutOfMemory : public test::ScriptedRun {
     failIf("arguments");
     return ScriptedRun::arguments();
   }
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override {
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long options) override {
     failIf("launch");
-    return ScriptedRun::launch(executable, arguments);
+    return ScriptedRun::launch(executable, arguments, options);
   }
   Ref<NSFileManager> makeFileManager() override {
     failIf("file manager");
@@ -199,13 +205,21 @@ TEST_F(RunOutOfMemory, AtCreationEndsTheRunWithoutALaunch) {
 }
 
 TEST_F(RunOutOfMemory, InAStepHasFailedLikeAnyOtherFailure) {
-  for (const char* call : {"wait", "try", "file manager"}) {
+  // The target is there at creation and at the first check of the exit wait, so that this sleeps once.
+  system.existence = [](int check) { return check < 2 ? noErr : procNotFound; };
+  for (const char* call : {"wait", "try", "sleep", "file manager"}) {
     system.failingCall = call;
     system.events.clear();
     system.checks = 0;
     EXPECT_EQ(runInstaller(), 1) << call;
     EXPECT_NE(std::find(system.events.begin(), system.events.end(), "launch"), system.events.end()) << call;
   }
+}
+
+TEST_F(RunOutOfMemory, WhileTheRecordIsWrittenLeavesTheLockHeldAndGivenBack) {
+  system.failingCall = "record";
+  EXPECT_EQ(runInstaller(), 0);
+  EXPECT_NE(std::find(system.events.begin(), system.events.end(), "post update"), system.events.end());
 }
 
 TEST_F(RunOutOfMemory, InTheRelaunchChangesNothingAboutTheStatus) {

@@ -76,7 +76,7 @@ int ScriptedRun::sem_post(SemaphoreHandle semaphore) { return fails("post " + na
 int ScriptedRun::sem_unlink(const char* name) { return fails(std::string("unlink ") + name) ? -1 : 0; }
 
 OSStatusCode ScriptedRun::GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) {
-  if (pid == getpid()) return procNotFound;
+  if (pid == kOwnPid) return procNotFound;
   checkedPids.push_back(pid);
   process.pid = pid;
   return existence(checks++);
@@ -91,8 +91,10 @@ Ref<NSDictionary> ScriptedRun::ProcessInformationCopyDictionary(const ProcessSer
 
 void ScriptedRun::sleepForTimeInterval(double seconds) { sleeps.push_back(seconds); }
 
-bool ScriptedRun::launch(const std::string& executable, const std::vector<std::string>& arguments) {
+bool ScriptedRun::launch(const std::string& executable, const std::vector<std::string>& arguments,
+                         unsigned long options) {
   events.emplace_back("launch");
+  launchOptions = options;
   launched = {executable};
   launched.insert(launched.end(), arguments.begin(), arguments.end());
   return launchSucceeds;

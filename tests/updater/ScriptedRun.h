@@ -33,6 +33,8 @@ class ScriptedFileManager : public NSFileManager {
 /// run does is noted in `events`, what it logs in `log`.
 class ScriptedRun : public ForwardingSystem {
  public:
+  static constexpr std::int32_t kOwnPid = 4712;
+
   ScriptedRun();
 
   /// The settings of a whole run: all five.
@@ -47,12 +49,12 @@ class ScriptedRun : public ForwardingSystem {
   int sem_post(SemaphoreHandle semaphore) override;
   int sem_unlink(const char* name) override;
 
-  std::int32_t getpid() override { return 4712; }
+  std::int32_t getpid() override { return kOwnPid; }
   OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override;
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override;
   OSStatusCode GetProcessInformation(const ProcessSerialNumber&, ProcessInfoRec&) override { return -50; }
   void sleepForTimeInterval(double seconds) override;
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override;
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments, unsigned long options) override;
   std::vector<std::string> arguments() override { return settings; }
   void log(const std::string& message) override { rawLog.push_back(message); }
   Ref<NSFileManager> makeFileManager() override;
@@ -70,6 +72,7 @@ class ScriptedRun : public ForwardingSystem {
   std::map<std::string, int> failing;  ///< calls that fail, e.g. {"open update", EACCES}
   bool launchSucceeds = true;
   std::vector<std::string> launched;  ///< executable, then arguments
+  unsigned long launchOptions = 0;
   Ref<ScriptedFileManager> fileManager;
 
  private:

@@ -89,6 +89,7 @@ TEST(ZKVersionParsing, AnOutOfRangeMicroBeforeASpinGroupIsZero) {
 
 TEST(ZKVersionParsing, AnOutOfRangeSpinMayBeFollowedByAGroup) {
   EXPECT_EQ(parsed("1.2.3.99999 (7)"), "1.2.3.7");
+  EXPECT_EQ(parsed("1.2.3.65535 (7)"), "1.2.3.7");
   EXPECT_EQ(parsed("1.2.3.99999"), "absent");
   EXPECT_EQ(parsed("1.2.3.65535"), "absent");
   EXPECT_EQ(parsed("1.2.3.-1"), "absent");
@@ -158,8 +159,10 @@ TEST(ZKVersionParsing, RefusesAnythingButASpinInTheBrackets) {
                            "1.2.3 (65535)",  "1.2.3 (99999999999)",
                            "1.2.3 (.4)",     "1.2.3 (4.)",
                            "1.2.3 (4) (5)",  "1.2.3 [4]",
-                           "1.2.3 (+)",      "1.2.3 beta",
-                           "1.2 x",          "1.2.3 (4 5)"}) {
+                           "1.2.3 [4)",      "1.2.3 (4]",
+                           "1.2.3 x4)",      "1.2.3 (+)",
+                           "1.2.3 beta",     "1.2 x",
+                           "1.2.3 (4 5)"}) {
     EXPECT_EQ(parsed(text), "absent") << text;
   }
 }

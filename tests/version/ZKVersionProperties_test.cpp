@@ -175,14 +175,14 @@ class ZKVersionTexts : public ZKVersionProperties {
 
 TEST_F(ZKVersionTexts, NoTextGivesAnInvalidVersion) {
   int read = 0;
-  for (int count = 0; count < 10 * kTries; ++count) {
+  for (int count = 0; count < 5 * kTries; ++count) {
     const std::string given = text();
     const Ref<ZKVersion> version = ZKVersion::versionWithString(NSString::stringWithBytes(given));
     if (!version) continue;
     ++read;
     EXPECT_GE(version->unsignedLongLong(), 1'000'000U) << given;
   }
-  EXPECT_GT(read, kTries) << "the texts are too far from versions to tell anything";
+  EXPECT_GT(read, kTries / 2) << "the texts are too far from versions to tell anything";
 }
 
 TEST_F(ZKVersionTexts, WhiteSpaceAroundATextChangesNothing) {

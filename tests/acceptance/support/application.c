@@ -1,19 +1,17 @@
 /* The application that the tests have updated.
  *
- * Started with one of the words below it plays the old version that still runs, until it is killed. Started in any other
- * way, as the installer does, it writes what it finds about itself into a file of the folder named by ZK_REPORTS, and
- * ends.
+ * Started with one of the words below it plays the old version that still runs, until it is killed. Started in any
+ * other way, as the installer does, it writes what it finds about itself into a file of the folder named by
+ * ZK_REPORTS, and ends.
  */
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <libgen.h>
 #include <limits.h>
 #include <pthread.h>
-#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -81,8 +79,6 @@ static void writeReport(int argumentCount, char** arguments, const char* folder)
 int main(int argumentCount, char** arguments) {
   const char* word = argumentCount == 2 ? arguments[1] : "";
   const char* reports = getenv("ZK_REPORTS");
-  if (word[0] != '\0') prctl(PR_SET_PDEATHSIG, SIGKILL);
-
   if (strcmp(word, "stay") == 0) {
     stay(NULL);
   } else if (strcmp(word, "stay-with-a-second-thread") == 0) {

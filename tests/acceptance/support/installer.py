@@ -5,7 +5,7 @@ import subprocess
 import time
 from typing import NamedTuple
 
-from support.processes import LIMIT, eventually, is_asleep
+from support.processes import LIMIT, eventually, is_asleep, program_of
 
 LINE = re.compile(
     r"(?P<time>\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (?P<program>\S+)\[(?P<process>\d+):(?P<thread>\d+)\] "
@@ -69,7 +69,7 @@ class Run:
         def is_waiting():
             nonlocal asleep
             # A single look may find it waiting for a moment only, for a page or for its turn.
-            asleep = asleep + 1 if is_asleep(self.pid) else 0
+            asleep = asleep + 1 if program_of(self.pid) == "zkupdater" and is_asleep(self.pid) else 0
             return self.has_ended() or asleep > 10
 
         eventually(is_waiting, "the installer waits or has ended")

@@ -17,7 +17,8 @@ class PrivateMounts:
         made = subprocess.run(["unshare", "-Urm", "true"], capture_output=True, text=True)
         if made.returncode != 0:
             pytest.skip(f"needs private mounts: {made.stderr.strip()}")
-        keeper = scene.start(["unshare", "-Urm", "sh", "-c", "echo; exec sleep infinity"], stdout=subprocess.PIPE)
+        stay = "echo; exec setpriv --pdeathsig KILL sleep infinity"
+        keeper = scene.start(["unshare", "-Urm", "sh", "-c", stay], stdout=subprocess.PIPE)
         with keeper.stdout:
             keeper.stdout.readline()
         self.root = Path(f"/proc/{keeper.pid}/root")

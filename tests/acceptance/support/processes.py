@@ -56,6 +56,14 @@ def children():
     return result
 
 
+def program_of(pid):
+    """The name of the file that a process runs, or nothing when it has ended."""
+    try:
+        return os.path.basename(os.readlink(f"/proc/{pid}/exe"))
+    except (FileNotFoundError, ProcessLookupError):
+        return None
+
+
 def is_asleep(pid):
     fields = stat_fields(pid)
     return bool(fields) and fields[0] == "S"

@@ -1,4 +1,7 @@
-"""Runs a program under a filter that lets system calls fail:  refuse_call.py <call>,... <error> <program> <argument>..."""
+"""Runs a program under a filter that lets system calls fail.
+
+Arguments: the calls' names with commas between them, the error's name, the program, its arguments.
+"""
 
 import ctypes
 import errno
@@ -28,8 +31,12 @@ class Program(ctypes.Structure):
 
 
 def instructions_for(name, number, error):
-    operation = [(LOAD, 0, 0, SECOND_ARGUMENT), (AND, 0, 0, FUTEX_OPERATION), (UNLESS_EQUAL_SKIP, 0, 1, FUTEX_WAIT_BITSET)]
-    condition = operation if name == "futex" else []
+    is_a_wait = [
+        (LOAD, 0, 0, SECOND_ARGUMENT),
+        (AND, 0, 0, FUTEX_OPERATION),
+        (UNLESS_EQUAL_SKIP, 0, 1, FUTEX_WAIT_BITSET),
+    ]
+    condition = is_a_wait if name == "futex" else []
     return [
         (LOAD, 0, 0, NUMBER),
         (UNLESS_EQUAL_SKIP, 0, len(condition) + 1, number),

@@ -10,12 +10,16 @@ from pathlib import Path
 
 from support.bundles import give_to, make_bundle, remove_tree
 from support.installer import Run
-from support.processes import children, end_child, wait_for_end
+from support.processes import children, end_child, eventually, program_of, wait_for_end
 from support.semaphores import Semaphore
 
 NOBODY = 65534
 IS_ROOT = os.geteuid() == 0
 RELAUNCH_ARGUMENTS = ["-com.quillory.tavoro.update.AutoUpdateEnabled", "NO"]
+
+# What is started this way ends with the tests' own process even when that is killed. Programs that another user or
+# another namespace is entered by come before it, since that tie does not survive them.
+TIED = ["setpriv", "--pdeathsig", "KILL"]
 
 _numbers = itertools.count()
 
@@ -55,10 +59,16 @@ class Scene:
     def __init__(self, installer, application):
         self.installer = Path(installer)
         self.program = application
-        self.stack = contextlib.ExitStack()
         self.known_children = children()
         self.processes = []
+        self.running = None  # the process of the target
+        self.user = None  # whom the installer runs as, if another
+        self.prefix = []  # a command that starts the target and the installer, to put them into another surrounding
+        with contextlib.ExitStack() as self.stack:
+            self._prepare()
+            self.stack = self.stack.pop_all()
 
+    def _prepare(self):
         self.folder = Path(tempfile.mkdtemp(prefix="zk-acceptance-"))
         self.stack.callback(remove_tree, self.folder)
         self.folder.chmod(0o755)
@@ -72,9 +82,6 @@ class Scene:
         self.update = self.make_bundle(self.updates / "Editor.app", "2")
         self.installer_semaphore = self.semaphore("installer")
         self.update_semaphore = self.semaphore("update")
-        self.running = None  # the process of the target
-        self.user = None  # whom the installer runs as, if another
-        self.prefix = []  # a command that starts the target and the installer, to put them into another surrounding
 
     def close(self):
         self.stack.close()
@@ -94,8 +101,8 @@ class Scene:
         self.stack.callback(semaphore.unlink)
         return semaphore
 
-    def record_path(self, folder=None):
-        return (folder or self.updates) / f".{self.update_semaphore.name}.semaphore"
+    def record_path(self):
+        return self.updates / f".{self.update_semaphore.name}.semaphore"
 
     def become_unprivileged(self):
         """Lets the installer run as a user without privileges, who owns all that is there by now."""
@@ -112,18 +119,20 @@ class Scene:
         return {} if user is None else {"user": user, "group": user, "extra_groups": []}
 
     def start(self, command, user=None, **options):
-        """Starts a process that ends with the test at the latest."""
+        """Starts a process that ends with the test at the latest. It runs its own program when this returns."""
         process = subprocess.Popen(
-            [str(part) for part in command], **{"stdin": subprocess.DEVNULL, **self._as_user(user), **options}
+            [str(part) for part in (*self.prefix, *TIED, *command)],
+            **{"stdin": subprocess.DEVNULL, **self._as_user(user), **options},
         )
         self.processes.append(process)
         self.stack.callback(end_process, process)
+        eventually(lambda: program_of(process.pid) not in ("nsenter", "setpriv"), "the program itself runs")
         return process
 
-    def start_target(self, how="stay", bundle=None, user=None):
+    def start_target(self, how="stay", bundle=None):
         """Starts the old version; it is there when this returns. Its second thread is its attribute `thread`."""
-        command = [*self.prefix, (bundle or self.target).executable, how]
-        process = self.start(command, user=user or self.user, stdout=subprocess.PIPE)
+        command = [(bundle or self.target).executable, how]
+        process = self.start(command, user=self.user, stdout=subprocess.PIPE)
         with process.stdout:
             process.thread = int(process.stdout.readline())
         self.running = process
@@ -145,30 +154,23 @@ class Scene:
             values["pid"] = (self.running or self.start_target()).pid
         return [part for key, value in values.items() if value is not None for part in ("-" + key, str(value))]
 
-    def begin_plainly(self, arguments, wrapper=(), installer=None, user=None, environment=None, **options):
-        """Starts an installer with these very arguments."""
-        folder = self.make_folder(f"run-{next(_numbers)}")
+    def begin_plainly(self, arguments, wrapper=(), installer=None, **options):
+        """Starts an installer with these very arguments; a wrapper is a command that starts it in its turn."""
         run = Run(
-            [*self.prefix, *wrapper, installer or self.installer, *arguments],
-            folder,
-            env={**os.environ, "ZK_REPORTS": str(self.reports), **(environment or {})},
-            **self._as_user(user or self.user),
+            [*self.prefix, *TIED, *wrapper, installer or self.installer, *arguments],
+            self.make_folder(f"run-{next(_numbers)}"),
+            env={**os.environ, "ZK_REPORTS": str(self.reports)},
+            **self._as_user(self.user),
             **{"cwd": self.folder, **options},
         )
         self.processes.append(run.process)
         self.stack.callback(run.end)
         return run
 
-    def begin(self, wrapper=(), installer=None, user=None, environment=None, stderr=None, cwd=None, **changes):
+    def begin(self, wrapper=(), installer=None, stderr=None, cwd=None, **changes):
         """Starts an installer, and hands it back once it waits or has ended."""
         run = self.begin_plainly(
-            self.settings(**changes),
-            wrapper=wrapper,
-            installer=installer,
-            user=user,
-            environment=environment,
-            stderr=stderr,
-            cwd=cwd or self.folder,
+            self.settings(**changes), wrapper=wrapper, installer=installer, stderr=stderr, cwd=cwd or self.folder
         )
         return run.wait_until_waiting()
 

@@ -84,6 +84,8 @@ struct Refusal {
   int error;
 };
 
+void PrintTo(const Refusal& refusal, std::ostream* stream) { *stream << refusal.name; }
+
 class CopyContentsRefused : public CopyContents, public ::testing::WithParamInterface<Refusal> {};
 
 TEST_P(CopyContentsRefused, LosesNothing) {
@@ -214,6 +216,7 @@ TEST_F(CopyContents, TellsAnErrorOfReading) {
 TEST_F(CopyContents, TellsAnErrorOfWriting) {
   writeFile(folder / "from", "x");
   EXPECT_EQ(statusInChild([this] {
+              ASSERT_TRUE(refuseSystemCall(SYS_ioctl, ENOSYS));
               ASSERT_TRUE(refuseSystemCall(SYS_copy_file_range, ENOSYS));
               ASSERT_TRUE(refuseSystemCall(SYS_pwrite64, EDQUOT));
               EXPECT_EQ(copyItem(folder / "from", folder / "to").code(), 69);

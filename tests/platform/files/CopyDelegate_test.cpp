@@ -227,11 +227,28 @@ TEST_F(CopyDelegate, MayCopyWithTheSameManagerWhileItIsAsked) {
 }
 
 TEST_F(CopyDelegate, RefusesToCopyAFolderIntoItself) {
-  writeFile(folder / "from/z", "x");
+  writeFile(folder / "from/a", "x");
   const Outcome outcome = copyItem(folder / "from", folder / "from/to", &delegate);
   EXPECT_FALSE(outcome.succeeded);
   EXPECT_EQ(outcome.code(), 22);
-  EXPECT_FALSE(isThere(folder / "from/to/to"));
+  EXPECT_FALSE(isThere(folder / "from/to"));
+}
+
+TEST_F(CopyDelegate, LeavesTheFolderThatTheCopyGoesIntoOutOfTheCopyWhenItGoesOn) {
+  writeFile(folder / "from/inner/a", "x");
+  writeFile(folder / "from/z", "x");
+  delegate.proceeds = true;
+  EXPECT_TRUE(copyItem(folder / "from", folder / "from/inner/to", &delegate).succeeded);
+  EXPECT_THAT(asked(), ElementsAre("from", "from/inner", "from/z"));
+  EXPECT_THAT(delegate.codes, ElementsAre(22));
+  EXPECT_FALSE(isThere(folder / "from/inner/to/inner"));
+  EXPECT_EQ(readFile(folder / "from/inner/to/z"), "x");
+}
+
+TEST_F(CopyDelegate, RefusesASourceWhosePathAZeroByteWouldCut) {
+  writeFile(folder / "from", "x");
+  EXPECT_EQ(copyItem((folder / "from").string() + '\0' + "x", folder / "to", &delegate).code(), 22);
+  EXPECT_FALSE(isThere(folder / "to"));
 }
 
 TEST_F(CopyDelegate, RefusesADestinationThatIsNoItemsName) {

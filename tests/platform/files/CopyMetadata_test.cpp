@@ -15,6 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kAccessACL = "system.posix_acl_access";
+/// Where the first entry of an ACL's bytes, the owner's, has its permissions.
+constexpr std::size_t kOwnersPermissions = 6;
 constexpr const char* kDefaultACL = "system.posix_acl_default";
 
 class CopyMetadata : public ::testing::Test {
@@ -43,13 +45,15 @@ void expectTimes(const fs::path& path, struct timespec accessed, struct timespec
   EXPECT_EQ(status.st_mtim.tv_nsec, modified.tv_nsec) << path;
 }
 
+fs::path itemBelow(const fs::path& top, const std::string& path) { return path.empty() ? top : top / path; }
+
 TEST_F(CopyMetadata, KeepsEveryModeOfAFileWhateverTheMask) {
   fs::create_directory(folder / "from");
-  for (const mode_t mode : {0000, 0400, 0444, 0600, 0644, 0666, 0755, 0777, 01644, 02755, 04755, 06711, 07777}) {
+  for (const mode_t mode : Modes{0000, 0400, 0444, 0600, 0644, 0666, 0755, 0777, 01644, 02755, 04755, 06711, 07777}) {
     writeFile(folder / "from" / std::to_string(mode), "x");
-    setMode(folder / "from" / std::to_string(mode), mode);
+    setMode(folder / "from" / std::to_string(mode), mode | readable());
   }
-  for (const mode_t mask : {0000, 0077, 0777}) {
+  for (const mode_t mask : Modes{0000, 0077, 0777}) {
     underMask(mask, [&] { copy(); });
     EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from")) << std::oct << mask;
     fs::remove_all(folder / "to");
@@ -57,11 +61,11 @@ TEST_F(CopyMetadata, KeepsEveryModeOfAFileWhateverTheMask) {
 }
 
 TEST_F(CopyMetadata, KeepsEveryModeOfAFolderWhateverTheMask) {
-  for (const mode_t mode : {0000, 0400, 0500, 0555, 0700, 0755, 0777, 01777, 02755, 04755, 07777}) {
+  for (const mode_t mode : Modes{0000, 0400, 0500, 0555, 0700, 0755, 0777, 01777, 02755, 04755, 07777}) {
     writeFile(folder / "from" / std::to_string(mode) / "inside", "x");
-    setMode(folder / "from" / std::to_string(mode), mode);
+    setMode(folder / "from" / std::to_string(mode), mode | (readable() == 0 ? 0 : S_IRUSR | S_IXUSR));
   }
-  for (const mode_t mask : {0000, 0077, 0777}) {
+  for (const mode_t mask : Modes{0000, 0077, 0777}) {
     underMask(mask, [&] { copy(); });
     EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from")) << std::oct << mask;
     EXPECT_TRUE(removeItem(folder / "to").succeeded);
@@ -71,13 +75,13 @@ TEST_F(CopyMetadata, KeepsEveryModeOfAFolderWhateverTheMask) {
 TEST_F(CopyMetadata, KeepsModesAndAttributesAsAnUnprivilegedUserWhateverTheMask) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
-                                 for (const mode_t mode : {0400, 0444, 0640, 04755, 02755}) {
+                                 for (const mode_t mode : Modes{0400, 0444, 0640, 04755, 02755}) {
                                    const fs::path file = folder / "from" / std::to_string(mode);
                                    writeFile(file, "x");
                                    EXPECT_TRUE(setAttribute(file, "user.note", "kept"));
                                    setMode(file, mode);
                                  }
-                                 for (const mode_t mode : {0500, 0700, 02755}) {
+                                 for (const mode_t mode : Modes{0500, 0700, 02755}) {
                                    const fs::path inner = folder / "from" / ("in" + std::to_string(mode));
                                    writeFile(inner / "file", "x");
                                    EXPECT_TRUE(setAttribute(inner, "user.note", "kept"));
@@ -86,7 +90,7 @@ TEST_F(CopyMetadata, KeepsModesAndAttributesAsAnUnprivilegedUserWhateverTheMask)
                                  fs::create_directory(folder / "from/unsearchable");
                                  setMode(folder / "from/unsearchable", 0400);
                                  setMode(folder / "from", 0500);
-                                 for (const mode_t mask : {0000, 0777}) {
+                                 for (const mode_t mask : Modes{0000, 0777}) {
                                    underMask(mask, [&] { copy(); });
                                    EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"))
                                        << std::oct << mask;
@@ -171,6 +175,21 @@ TEST_F(CopyMetadata, KeepsACLs) {
   EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"));
 }
 
+TEST_F(CopyMetadata, KeepsAttributesOfAFileWhoseACLLetsItsOwnerNotWrite) {
+  EXPECT_EQ(statusUnprivileged(folder,
+                               [this] {
+                                 writeFile(folder / "from", "x");
+                                 EXPECT_TRUE(setAttribute(folder / "from", "user.note", "kept"));
+                                 std::string readOnly = accessListBytes(6);
+                                 readOnly[kOwnersPermissions] = 4;
+                                 EXPECT_TRUE(setAttribute(folder / "from", kAccessACL, readOnly));
+                                 copy();
+                                 EXPECT_EQ(attributeOf(folder / "to", "user.note"), "kept");
+                                 EXPECT_EQ(attributeOf(folder / "to", kAccessACL), readOnly);
+                               }),
+            0);
+}
+
 TEST_F(CopyMetadata, TakesNoACLAndNoBitOverFromTheFolderThatItGoesInto) {
   writeFile(folder / "from/inner/file", "x");
   ASSERT_EQ(::mkfifo((folder / "from/fifo").c_str(), 0644), 0);
@@ -178,7 +197,7 @@ TEST_F(CopyMetadata, TakesNoACLAndNoBitOverFromTheFolderThatItGoesInto) {
   fs::create_directory(folder / "parent");
   // Its owner's entry lets no one but others into what is made here.
   std::string closed = accessListBytes(7);
-  closed[6] = 0;
+  closed[kOwnersPermissions] = 0;
   if (!setAttribute(folder / "parent", kDefaultACL, closed)) GTEST_SKIP() << "no ACLs here";
   setMode(folder / "parent", 02777);
   EXPECT_EQ(statusUnprivileged(folder,
@@ -188,7 +207,8 @@ TEST_F(CopyMetadata, TakesNoACLAndNoBitOverFromTheFolderThatItGoesInto) {
                                    EXPECT_TRUE(outcome.succeeded) << outcome.code() << " at " << outcome.path();
                                    for (const auto& [path, text] : describeTree(folder / "parent/to")) {
                                      EXPECT_EQ(text.find("acl"), std::string::npos) << path << ": " << text;
-                                     EXPECT_EQ(modeOf(folder / "parent/to" / path), modeOf(folder / name / path));
+                                     EXPECT_EQ(modeOf(itemBelow(folder / "parent/to", path)),
+                                               modeOf(itemBelow(folder / name, path)));
                                    }
                                    EXPECT_TRUE(removeItem(folder / "parent/to").succeeded);
                                  }

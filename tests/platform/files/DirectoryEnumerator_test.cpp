@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "FileItems.h"
+#include "posix/FileDescriptor.h"
 
 namespace zk::test {
 namespace {

@@ -25,9 +25,12 @@ bool isToFail() {
 }  // namespace
 
 void* operator new(std::size_t size) {
-  void* memory = isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+  void* memory = operator new(size, std::nothrow);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }

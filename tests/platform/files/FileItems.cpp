@@ -35,6 +35,8 @@ void append(std::string& bytes, const void* value, std::size_t size) {
 
 }  // namespace
 
+mode_t readable() { return ::geteuid() == 0 ? 0 : S_IRUSR; }
+
 bool RecordingDelegate::fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL,
                                     const Ref<NSURL>& toURL) {
   questions.emplace_back(shouldCopyItemAtURL->path()->bytes(), toURL->path()->bytes());
@@ -126,7 +128,9 @@ std::size_t openDescriptors() {
 
 int statusUnprivileged(const TemporaryFolder& folder, const std::function<void()>& body) {
   const bool isRoot = ::geteuid() == 0;
-  if (isRoot) EXPECT_EQ(::chown(folder.path().c_str(), kNobody, kNobody), 0);
+  if (isRoot) {
+    EXPECT_EQ(::chown(folder.path().c_str(), kNobody, kNobody), 0);
+  }
   return statusInChild([&] {
     if (isRoot) becomeNobody();
     if (!::testing::Test::HasFailure()) body();

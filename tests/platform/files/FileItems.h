@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -46,6 +47,11 @@ struct Outcome {
 Outcome copyItem(const std::filesystem::path& from, const std::filesystem::path& to,
                  NSFileManagerDelegate* delegate = nullptr);
 Outcome removeItem(const std::filesystem::path& path);
+
+using Modes = std::initializer_list<mode_t>;
+
+/// What a mode must hold for the item's contents to be copied by the user who runs the tests: nothing, for root.
+mode_t readable();
 
 /// The status of the item itself, links not followed; all zero, and a failed expectation, when there is none.
 struct stat statusOf(const std::filesystem::path& path);

@@ -43,7 +43,7 @@ TEST_F(ItemReplacementDirectory, HasAnotherNameEachTime) {
 }
 
 TEST_F(ItemReplacementDirectory, IsItsOwnersAloneWhateverTheMask) {
-  for (const mode_t mask : {0000, 0077, 0777}) {
+  for (const mode_t mask : Modes{0000, 0077, 0777}) {
     const mode_t before = ::umask(mask);
     const Ref<NSURL> made = make(folder.url("Host.app"));
     ::umask(before);

@@ -96,7 +96,7 @@ TEST_F(Removal, FollowsLinksOnTheWayToTheItem) {
 TEST_F(Removal, MakesFoldersWritableToEmptyThem) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
-                                 for (const mode_t mode : {0000, 0100, 0400, 0500, 0600, 0055}) {
+                                 for (const mode_t mode : Modes{0000, 0100, 0400, 0500, 0600, 0055}) {
                                    writeFile(folder / "tree/a/b/file", "x");
                                    setMode(folder / "tree/a/b", mode);
                                    setMode(folder / "tree/a", mode);
@@ -178,8 +178,8 @@ TEST_F(Removal, NeverTouchesWhatIsMountedInside) {
 
 TEST_F(Removal, RefusesWhatIsNoItemsName) {
   fs::create_directory(folder / "inner");
-  for (const std::string path : {std::string("/"), std::string("//"), (folder / "inner/.").string(),
-                                 (folder / "inner/..").string(), folder.path().string() + "/inner" + '\0' + "x"}) {
+  for (const std::string& path : {std::string("/"), std::string("//"), (folder / "inner/.").string(),
+                                  (folder / "inner/..").string(), folder.path().string() + "/inner" + '\0' + "x"}) {
     EXPECT_EQ(removeItem(path).code(), 22) << path;
   }
   EXPECT_TRUE(isThere(folder / "inner"));

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/OwnMounts.h"
+#include "support/RefuseSystemCall.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 
@@ -257,6 +259,26 @@ TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
               EXPECT_FALSE(launchDetached("/bin/true", {}));
               EXPECT_FALSE(hasChildren());
+            }),
+            0);
+}
+
+TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
+  const int status = statusInChild([] {
+    if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
+    ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
+    EXPECT_FALSE(launchDetached("/bin/true", {}));
+    EXPECT_FALSE(hasChildren());
+  });
+  if (status == kNotPermitted) GTEST_SKIP() << "Nothing can be mounted here.";
+  EXPECT_EQ(status, 0);
+}
+
+TEST(Launch, ClosesDescriptorsOneByOneWhereTheKernelCannotCloseThemAll) {
+  EXPECT_EQ(statusInChild([] {
+              for (const int number : {4, 9, 1000}) ASSERT_EQ(::dup2(STDOUT_FILENO, number), number);
+              ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
+              EXPECT_THAT(reportOf().at("descriptor"), kNullStreams);
             }),
             0);
 }

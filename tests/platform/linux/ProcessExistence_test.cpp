@@ -175,6 +175,37 @@ TEST_P(ProcessExistence, IsNotKnownWithoutADescriptorToAskWith) {
             0);
 }
 
+/// A kernel may say it in either way that an id is a thread's.
+TEST(ProcessExistenceOfAThread, IsKnownWithoutADescriptorToAskWith) {
+  const auto process = makeProcessWithoutFirstThread();
+  const int thread = idOfOtherThread(process->pid());
+  for (const int error : {ENOENT, EINVAL}) {
+    EXPECT_EQ(statusInChild([&] {
+                ASSERT_TRUE(refuseSystemCall(SYS_pidfd_open, error));
+                const rlimit none{0, 0};
+                ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+                EXPECT_EQ(existenceOf(thread), Existence::gone);
+              }),
+              0)
+        << error;
+  }
+}
+
+TEST_P(ProcessExistence, IsKnownAtAnyMomentOfItsEnd) {
+  inThisWay([] {
+    ::signal(SIGCHLD, SIG_IGN);  // nobody waits for them, so that they vanish at once
+    for (int count = 0; count < 200; ++count) {
+      const pid_t pid = ::fork();
+      if (pid == 0) ::_exit(0);
+      Existence existence;
+      while ((existence = ask(pid)) == Existence::exists) {
+      }
+      ASSERT_EQ(existence, Existence::gone);
+    }
+    ::signal(SIGCHLD, SIG_DFL);
+  });
+}
+
 TEST_P(ProcessExistence, LeavesNoDescriptorOpen) {
   inThisWay([] {
     const auto openDescriptors = [] {

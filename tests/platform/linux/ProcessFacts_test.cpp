@@ -114,13 +114,13 @@ TEST(ExecutableOfAProcess, IsNotTakenForAFileOfTheNameWithTheNote) {
 }
 
 TEST(ExecutableOfAProcess, IsReplacedWhereSomethingIsMountedOverIt) {
-  const int status = statusInChild([] {
-    const TemporaryFolder folder;
-    copyProgram(kCat, folder / "program");
+  const TemporaryFolder folder;
+  copyProgram(kCat, folder / "program");
+  const int status = statusInChild([&folder] {
+    if (!enterOwnMounts()) ::_exit(kNotPermitted);
     const RunningProgram process(folder / "program");
-    if (!enterOwnMounts() || ::mount("none", folder.path().c_str(), "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
+    ASSERT_EQ(::mount("none", folder.path().c_str(), "tmpfs", 0, nullptr), 0);
     expectExecutable(process.pid(), folder / "program", true);
-    ::umount(folder.path().c_str());
   });
   if (status == kNotPermitted) GTEST_SKIP() << "Nothing can be mounted here.";
   EXPECT_EQ(status, 0);

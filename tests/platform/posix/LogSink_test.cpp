@@ -23,6 +23,7 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 #include "posix/FileDescriptor.h"
 #include "support/ChildProcess.h"
@@ -106,6 +107,20 @@ TEST(LogLine, HasTheTimeTheProgramTheProcessTheThreadAndTheMessage) {
   const std::string process = readFile(folder / "pid");
   EXPECT_THAT(line,
               MatchesRegex(std::string(kTime) + " " + ownName() + "\\[" + process + ":" + process + "\\] a message\n"));
+}
+
+TEST(LogLine, HasTheThreadThatLogs) {
+  const TemporaryFolder folder;
+  const FileDescriptor file(::open((folder / "log").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+  EXPECT_EQ(statusInChild([&] {
+              ::dup2(file.get(), STDERR_FILENO);
+              std::thread([&] {
+                writeLogLine("message");
+                const std::string ids = std::to_string(::getpid()) + ":" + std::to_string(::syscall(SYS_gettid));
+                EXPECT_THAT(readFile(folder / "log"), HasSubstr("[" + ids + "]"));
+              }).join();
+            }),
+            0);
 }
 
 TEST(LogLine, HasTheLocalTime) {

@@ -18,7 +18,8 @@ using ::testing::ElementsAre;
 /// Remembers what it should have launched.
 class LaunchingSystem final : public ForwardingSystem {
  public:
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments) override {
+  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long /*options*/) override {
     ++launches;
     launchedExecutable = executable;
     launchedArguments = arguments;

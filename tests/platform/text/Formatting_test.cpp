@@ -48,6 +48,9 @@ TEST(Formatting, PrintsIntegersOfEverySize) {
   EXPECT_EQ(formatted("%lld", std::numeric_limits<long long>::min()), "-9223372036854775808");
   EXPECT_EQ(formatted("%llu", std::numeric_limits<unsigned long long>::max()), "18446744073709551615");
   EXPECT_EQ(formatted("%ld", std::numeric_limits<std::int64_t>::max()), "9223372036854775807");
+  for (const char* format : {"%ld", "%lld", "%qd", "%jd", "%zd", "%td"}) {
+    EXPECT_EQ(formatted(format, -9'000'000'000'000'000'000), "-9000000000000000000") << format;
+  }
   EXPECT_EQ(formatted("%u", std::uint16_t{65535}), "65535");
   EXPECT_EQ(formatted("%d", true), "1");
 }
@@ -141,7 +144,7 @@ TEST(Formatting, LeavesWhatItDoesNotKnowAsItStands) {
   EXPECT_EQ(formatted("%1$d", 5), "%1$d");
   EXPECT_EQ(formatted("%n", 5), "%n");
   EXPECT_EQ(formatted("%Lf", 5.0), "%Lf");
-  EXPECT_EQ(formatted("%hhhd", 5), "%hhhd");
+  EXPECT_EQ(formatted("%hhhd %qqd %zzd", 5, 5, 5), "%hhhd %qqd %zzd");
   EXPECT_EQ(formatted("%5-d", 5), "%5-d");
 }
 

@@ -44,7 +44,8 @@ TEST(NSMutableCharacterSet, PassesOverBytesThatAreNotUTF8) {
   NSMutableCharacterSet set;
   set.addCharactersInString(NSString::stringWithBytes("\xFF.\xE2\x80"));
   EXPECT_TRUE(set.characterIsMember('.'));
-  for (const char32_t character : {0xFF, 0xE2, 0x80, 0x2000, 0xFFFD}) EXPECT_FALSE(set.characterIsMember(character));
+  for (const char32_t character : {0xFFU, 0xE2U, 0x80U, 0x2000U, 0xFFFDU})
+    EXPECT_FALSE(set.characterIsMember(character));
 }
 
 TEST(NSMutableCharacterSet, AZeroByteIsACharacterLikeAnother) {
@@ -63,6 +64,16 @@ TEST(NSMutableCharacterSet, AUnionHoldsTheMembersOfBothAndLeavesTheOtherAsItWas)
               character == '.' || character == 0x20AC || whiteSpace().characterIsMember(character));
   }
   EXPECT_FALSE(whiteSpace().characterIsMember('.'));
+}
+
+TEST(NSMutableCharacterSet, AUnionTakesOverMembersOfEveryKind) {
+  NSMutableCharacterSet other;
+  other.addCharactersInString("!1@a~\x7F\u0080\u20AC"_ns);
+  NSMutableCharacterSet set;
+  set.formUnionWithCharacterSet(other);
+  for (char32_t character = 0; character < 0x3100; ++character) {
+    ASSERT_EQ(set.characterIsMember(character), other.characterIsMember(character));
+  }
 }
 
 TEST(NSMutableCharacterSet, AUnionWithItselfChangesNothing) {

@@ -62,6 +62,14 @@ TEST(UTF8, RefusesWhatIsNotUTF8BeforeAnEnd) {
   EXPECT_FALSE(codePointBefore("\x80\x80\x80\x80\x80", 5));
 }
 
+TEST(UTF8, LooksNoFurtherThanTheTextWhateverStandsBehindIt) {
+  constexpr std::string_view bytes = "\U0001F600";
+  for (std::size_t length = 0; length < bytes.size(); ++length) {
+    EXPECT_FALSE(codePointAt(bytes.substr(0, length), 0)) << length;
+    EXPECT_FALSE(codePointBefore(bytes, length)) << length;
+  }
+}
+
 TEST(UTF8, BeforeAnEndLooksNoFurtherThanThatEnd) {
   const auto found = codePointBefore("a\u2003", 1);
   ASSERT_TRUE(found);

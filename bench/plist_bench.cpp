@@ -1,0 +1,70 @@
+// Reading and writing property lists: the documents in the folder that the environment variable ZK_BENCH_DOCUMENTS
+// names (binary, xml and record, a process-info record in the binary form; compare_plist.py makes them and runs this
+// beside another implementation).
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include "objects/NSURL.h"
+#include "plist/NSPropertyListSerialization.h"
+
+namespace zk {
+namespace {
+
+Ref<NSData> document(const std::string& name) {
+  const char* folder = std::getenv("ZK_BENCH_DOCUMENTS");
+  const auto path = NSString::stringWithBytes(std::string(folder == nullptr ? "." : folder) + "/" + name);
+  auto data = NSData::dataWithContentsOfURL(NSURL::fileURLWithPath(path));
+  if (!data) {
+    std::cerr << path->bytes() << " cannot be read\n";
+    std::exit(1);
+  }
+  return data;
+}
+
+Ref<NSObject> read(const Ref<NSData>& data) {
+  auto propertyList = NSPropertyListSerialization::propertyListWithData(data);
+  if (!propertyList) {
+    std::cerr << "a document is no property list\n";
+    std::exit(1);
+  }
+  return propertyList;
+}
+
+Ref<NSData> write(const Ref<NSObject>& propertyList) {
+  return NSPropertyListSerialization::dataFromPropertyList(propertyList, NSPropertyListBinaryFormat_v1_0);
+}
+
+void countBytes(benchmark::State& state, const Ref<NSData>& data) {
+  state.SetBytesProcessed(static_cast<std::int64_t>(data->length()) * static_cast<std::int64_t>(state.iterations()));
+}
+
+void readDocument(benchmark::State& state, const char* name) {
+  const auto data = document(name);
+  for (auto turn : state) benchmark::DoNotOptimize(read(data));
+  countBytes(state, data);
+}
+BENCHMARK_CAPTURE(readDocument, binary, "binary");
+BENCHMARK_CAPTURE(readDocument, xml, "xml");
+
+void writeDocument(benchmark::State& state) {
+  const auto propertyList = read(document("binary"));
+  for (auto turn : state) benchmark::DoNotOptimize(write(propertyList));
+  countBytes(state, write(propertyList));
+}
+BENCHMARK(writeDocument);
+
+/// A process-info record written and read back.
+void roundTripRecord(benchmark::State& state) {
+  const auto record = read(document("record"));
+  for (auto turn : state) benchmark::DoNotOptimize(read(write(record)));
+}
+BENCHMARK(roundTripRecord);
+
+}  // namespace
+}  // namespace zk
+
+BENCHMARK_MAIN();

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "plist/BinaryReader.h"
+#include "plist/BinaryWriter.h"
+
+namespace zk::fuzz {
+
+inline void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+inline std::string_view asText(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+/// What was read can be written, and what was written reads as the same: written again it gives the same bytes. (To
+/// compare the objects themselves would go over shared ones again and again.)
+inline void requireWritable(const Ref<NSObject>& propertyList) {
+  if (!propertyList) return;
+  const auto written = writeBinaryPropertyList(propertyList);
+  require(written.has_value());
+  const Ref<NSObject> back = readBinaryPropertyList(*written);
+  require(back != nullptr);
+  require(writeBinaryPropertyList(back) == written);
+}
+
+}  // namespace zk::fuzz

@@ -1,0 +1,82 @@
+// The input is the Info.plist of a bundle, its first byte the bundle's layout.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "files/NSBundle.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kInfoPaths[] = {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"};
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// A bundle of this process's own, in memory where that is possible.
+class Bundle {
+ public:
+  Bundle() {
+    std::error_code error;
+    const fs::path shared = "/dev/shm";
+    const fs::path parent = fs::is_directory(shared, error) ? shared : fs::temp_directory_path();
+    path_ = parent / ("zk-bundle-fuzz-" + std::to_string(::getpid()) + ".app");
+    for (const char* info : kInfoPaths) fs::create_directories((path_ / info).parent_path());
+  }
+  ~Bundle() {
+    std::error_code error;
+    fs::remove_all(path_, error);
+  }
+  Bundle(const Bundle&) = delete;
+  Bundle& operator=(const Bundle&) = delete;
+
+  const fs::path& path() const { return path_; }
+
+  void write(const char* info, std::string_view content) const {
+    std::error_code error;
+    for (const char* each : kInfoPaths) fs::remove(path_ / each, error);
+    std::ofstream(path_ / info, std::ios::binary) << content;
+  }
+
+ private:
+  fs::path path_;
+};
+
+/// Whether the system, too, takes the path for one inside the folder.
+bool isInside(const std::string& path, const fs::path& folder) {
+  const fs::path plain = fs::path(path).lexically_normal();
+  const auto [folderEnd, pathEnd] = std::mismatch(folder.begin(), folder.end(), plain.begin(), plain.end());
+  return folderEnd == folder.end() && path.find('\0') == std::string::npos;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const Bundle bundle;
+  if (size == 0) return 0;
+  const char* info = kInfoPaths[data[0] % std::size(kInfoPaths)];
+  bundle.write(info, {reinterpret_cast<const char*>(data) + 1, size - 1});
+
+  const auto found = zk::NSBundle::bundleWithURL(std::make_shared<zk::NSURL>(bundle.path().string()));
+  require(found != nullptr);
+  const zk::Ref<zk::NSString> identifier = found->bundleIdentifier();
+  const zk::Ref<zk::NSString> executable = found->executablePath();
+  if (executable) require(isInside(executable->bytes(), bundle.path()));
+
+  const zk::Ref<zk::NSString> program = zk::NSString::stringWithBytes((bundle.path() / "Contents/MacOS/x").string());
+  const zk::Ref<zk::NSBundle> around = zk::NSBundle::bundleAroundExecutable(program);
+  require(around && around->bundleURL()->path()->bytes() == bundle.path());
+  require(areEqual(around->bundleIdentifier(), identifier));
+  return 0;
+}

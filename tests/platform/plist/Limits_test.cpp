@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "objects/NSArray.h"
+#include "platform/plist/HostileDocuments.h"
+#include "plist/BinaryWriter.h"
+#include "plist/NSPropertyListSerialization.h"
+#include "support/Memory.h"
+
+namespace zk::test {
+
+namespace {
+
+/// What the document itself does not pay for: tables of a fixed size, the first blocks of containers.
+constexpr std::size_t kFixedBytes = std::size_t{1} << 16;
+constexpr std::size_t kMostBytesForAByte = 32;
+/// Far above what linear work takes for the sizes here, also under a sanitizer, and far below anything quadratic.
+constexpr double kMostSeconds = 10;
+
+double secondsSince(std::clock_t start) { return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC; }
+
+TEST(PropertyListLimits, ReadingTakesAtMost32TimesTheSizeOfAnyDocumentInMemory) {
+  for (const HostileDocument& document : hungryDocuments(std::size_t{1} << 18)) {
+    const auto data = NSData::dataWithBytes(document.bytes);
+    const std::size_t before = liveBytes();
+    const PeakOfLiveBytes peak;
+    const auto propertyList = NSPropertyListSerialization::propertyListWithData(data);
+    EXPECT_TRUE(propertyList) << document.name << " is a property list";
+    EXPECT_LE(peak.bytes() - before, kMostBytesForAByte * document.bytes.size() + kFixedBytes) << document.name;
+  }
+}
+
+TEST(PropertyListLimits, ReadingMalformedDocumentsLeavesNothingBehind) {
+  for (const HostileDocument& document : hungryDocuments(std::size_t{1} << 12)) {
+    const auto data = NSData::dataWithBytes(document.bytes.substr(0, document.bytes.size() - 1));
+    const std::size_t before = liveBytes();
+    NSPropertyListSerialization::propertyListWithData(data);
+    EXPECT_EQ(liveBytes(), before) << document.name;
+  }
+}
+
+TEST(PropertyListLimits, ReadingTakesTimeInProportionToTheSizeOfAnyDocument) {
+  for (const HostileDocument& document : slowDocuments(std::size_t{1} << 20)) {
+    const auto data = NSData::dataWithBytes(document.bytes);
+    const std::clock_t start = std::clock();
+    NSPropertyListSerialization::propertyListWithData(data);
+    EXPECT_LT(secondsSince(start), kMostSeconds) << document.name;
+  }
+}
+
+TEST(PropertyListLimits, SharedReferencesNeverMultiplyWork) {
+  const std::string bytes = doublingArrays(500);
+  const std::clock_t start = std::clock();
+  auto propertyList = NSPropertyListSerialization::propertyListWithData(NSData::dataWithBytes(bytes));
+  ASSERT_TRUE(propertyList);
+  const auto written = writeBinaryPropertyList(propertyList);
+  ASSERT_TRUE(written);
+  EXPECT_LE(written->size(), bytes.size());
+  propertyList.reset();
+  EXPECT_LT(secondsSince(start), kMostSeconds);
+}
+
+TEST(PropertyListLimits, WritingEqualContainersThatAreNotSharedTakesLinearTime) {
+  // Two different arrays at every level, each holding both of the level below: equal, so that one is stored.
+  Ref<NSObject> left = NSArray::arrayWithObjects({});
+  Ref<NSObject> right = NSArray::arrayWithObjects({});
+  for (int level = 0; level < 500; ++level) {
+    const Ref<NSObject> newLeft = NSArray::arrayWithObjects({left, right});
+    right = NSArray::arrayWithObjects({right, left});
+    left = newLeft;
+  }
+  const std::clock_t start = std::clock();
+  const auto written = writeBinaryPropertyList(NSArray::arrayWithObjects({left, right}));
+  EXPECT_LT(secondsSince(start), kMostSeconds);
+  ASSERT_TRUE(written);
+  EXPECT_LE(written->size(), 502U * (5 + 2) + 8 + 32);
+}
+
+}  // namespace
+
+}  // namespace zk::test
