@@ -70,12 +70,19 @@ class BinaryReader {
     std::string_view references;
   };
 
-  /// An object that is not built yet; one whose contents are being built; else how many levels of containers it holds.
+  /// Heights of an object that is not built yet, and of one whose contents are being built.
   static constexpr std::uint16_t kNotBuilt = 0xFFFF;
   static constexpr std::uint16_t kBeingBuilt = 0xFFFE;
 
+  /// What is known of the object of one index.
+  struct Slot {
+    Ref<NSObject> object;
+    std::uint16_t height = kNotBuilt;  ///< in levels of containers
+    std::uint32_t rank = 0;            ///< of a key: its place in the order of all keys, from 1 on
+  };
+
   bool readTrailer();
-  Ref<NSObject> objectAt(std::uint64_t index, unsigned levels);
+  Slot* objectAt(std::uint64_t index, unsigned levels);
   Ref<NSObject> build(std::string_view bytes, unsigned levels, std::uint16_t& height);
   Ref<NSObject> buildSimple(unsigned marker);
   Ref<NSObject> buildReal(std::string_view bytes, std::size_t width);
@@ -91,7 +98,7 @@ class BinaryReader {
   }
 
   void rankKeys();
-  void fill(const UnfilledDictionary& unfilled);
+  void fill(const UnfilledDictionary& unfilled, std::vector<std::size_t>& places);
 
   std::string_view document_;
   /// How many bytes may still be read. The objects of a well-made document do not overlap, so that all of them together
@@ -103,22 +110,20 @@ class BinaryReader {
   std::size_t referenceSize_ = 0;
   std::uint64_t top_ = 0;
 
-  std::vector<Ref<NSObject>> objects_;
-  std::vector<std::uint16_t> heights_;
-  /// The objects that are keys, and their places in the order of all keys (0: no key).
-  std::vector<std::uint32_t> keys_;
-  std::vector<std::uint32_t> ranks_;
+  std::vector<Slot> slots_;
+  std::size_t keyCount_ = 0;
   std::deque<UnfilledDictionary> unfilled_;
   Ref<NSString> uidKey_;
 };
 
 Ref<NSObject> BinaryReader::read() {
   if (!readTrailer()) return nullptr;
-  Ref<NSObject> top = objectAt(top_, kDeepestNesting);
-  if (!top) return nullptr;
+  const Slot* top = objectAt(top_, kDeepestNesting);
+  if (top == nullptr) return nullptr;
   rankKeys();
-  for (const UnfilledDictionary& unfilled : unfilled_) fill(unfilled);
-  return top;
+  std::vector<std::size_t> places;
+  for (const UnfilledDictionary& unfilled : unfilled_) fill(unfilled, places);
+  return top->object;
 }
 
 bool BinaryReader::readTrailer() {
@@ -142,25 +147,25 @@ bool BinaryReader::readTrailer() {
   if (referenceSize_ < 4)
     objectCount = std::min(objectCount, std::max(top_ + 1, std::uint64_t{1} << 8 * referenceSize_));
   if (objectCount > std::numeric_limits<std::uint32_t>::max()) return false;
-  objects_.resize(objectCount);
-  heights_.resize(objectCount, kNotBuilt);
-  ranks_.resize(objectCount);
+  slots_.resize(objectCount);
   return true;
 }
 
-/// The object of that index, built when it is asked for first. Absent when it is malformed, is being built (it holds
-/// itself) or has more levels of containers than `levels`.
-Ref<NSObject> BinaryReader::objectAt(std::uint64_t index, unsigned levels) {
-  if (index >= objects_.size() || heights_[index] == kBeingBuilt) return nullptr;
-  if (heights_[index] != kNotBuilt) return heights_[index] <= levels ? objects_[index] : nullptr;
-
-  const std::uint64_t offset = bigEndian(offsets_.substr(index * offsetSize_, offsetSize_));
-  if (offset < kHeaderLength || offset >= document_.size()) return nullptr;
-  heights_[index] = kBeingBuilt;
-  std::uint16_t height = 0;
-  objects_[index] = build(document_.substr(offset), levels, height);
-  heights_[index] = height;
-  return objects_[index];
+/// The slot of that index with its object, which is built when it is asked for first. None when the object is
+/// malformed, is being built (it holds itself) or has more levels of containers than `levels`.
+BinaryReader::Slot* BinaryReader::objectAt(std::uint64_t index, unsigned levels) {
+  if (index >= slots_.size()) return nullptr;
+  Slot& slot = slots_[index];
+  if (slot.height == kNotBuilt) {
+    const std::uint64_t offset = bigEndian(offsets_.substr(index * offsetSize_, offsetSize_));
+    if (offset < kHeaderLength || offset >= document_.size()) return nullptr;
+    slot.height = kBeingBuilt;
+    std::uint16_t height = 0;
+    slot.object = build(document_.substr(offset), levels, height);
+    slot.height = height;
+  }
+  // The height of an object that is being built is above any number of levels.
+  return slot.object && slot.height <= levels ? &slot : nullptr;
 }
 
 /// Cuts `count` items of `size` bytes off the front of `bytes`; nothing when there are not so many.
@@ -276,10 +281,10 @@ Ref<NSObject> BinaryReader::buildArray(std::string_view bytes, std::uint64_t cou
   std::vector<Ref<NSObject>> objects;
   objects.reserve(count);
   for (std::size_t place = 0; place < count; ++place) {
-    const std::uint64_t index = reference(*references, place);
-    objects.push_back(objectAt(index, levels - 1));
-    if (!objects.back()) return nullptr;
-    height = std::max(height, heights_[index]);
+    const Slot* slot = objectAt(reference(*references, place), levels - 1);
+    if (slot == nullptr) return nullptr;
+    objects.push_back(slot->object);
+    height = std::max(height, slot->height);
   }
   ++height;
   return NSArray::arrayWithObjects(std::move(objects));
@@ -290,16 +295,15 @@ Ref<NSObject> BinaryReader::buildDictionary(std::string_view bytes, std::uint64_
   const auto references = take(bytes, count, 2 * referenceSize_);
   if (!references || levels == 0) return nullptr;
   for (std::size_t place = 0; place < 2 * count; ++place) {
-    const std::uint64_t index = reference(*references, place);
-    const Ref<NSObject> object = objectAt(index, levels - 1);
-    if (!object) return nullptr;
-    height = std::max(height, heights_[index]);
+    Slot* slot = objectAt(reference(*references, place), levels - 1);
+    if (slot == nullptr) return nullptr;
+    height = std::max(height, slot->height);
 
-    const bool isKey = place < count;
-    if (!isKey || ranks_[index] != 0) continue;
-    if (!asString(object)) return nullptr;
-    keys_.push_back(static_cast<std::uint32_t>(index));
-    ranks_[index] = 1;
+    const bool isNewKey = place < count && slot->rank == 0;
+    if (!isNewKey) continue;
+    if (dynamic_cast<const NSString*>(slot->object.get()) == nullptr) return nullptr;
+    slot->rank = 1;
+    ++keyCount_;
   }
   ++height;
   auto dictionary = std::make_shared<DictionaryFilledLater>();
@@ -310,34 +314,37 @@ Ref<NSObject> BinaryReader::buildDictionary(std::string_view bytes, std::uint64_
 /// Puts all keys of the document in order once. Sorting each dictionary by its keys' bytes would compare the same two
 /// long keys again for every dictionary that shares them.
 void BinaryReader::rankKeys() {
-  const auto bytesOf = [this](std::uint32_t index) -> const std::string& {
-    return static_cast<const NSString&>(*objects_[index]).bytes();
+  const auto bytesOf = [](const Slot* slot) -> const std::string& {
+    return static_cast<const NSString&>(*slot->object).bytes();
   };
-  std::sort(keys_.begin(), keys_.end(),
-            [&](std::uint32_t left, std::uint32_t right) { return bytesOf(left) < bytesOf(right); });
-  std::uint32_t rank = 0;
-  for (std::size_t place = 0; place < keys_.size(); ++place) {
-    if (place == 0 || bytesOf(keys_[place]) != bytesOf(keys_[place - 1])) ++rank;
-    ranks_[keys_[place]] = rank;
+  std::vector<Slot*> keys;
+  keys.reserve(keyCount_);
+  for (Slot& slot : slots_) {
+    if (slot.rank != 0) keys.push_back(&slot);
+  }
+  std::sort(keys.begin(), keys.end(),
+            [&](const Slot* left, const Slot* right) { return bytesOf(left) < bytesOf(right); });
+  for (std::size_t place = 1; place < keys.size(); ++place) {
+    keys[place]->rank = keys[place - 1]->rank + (bytesOf(keys[place]) != bytesOf(keys[place - 1]) ? 1 : 0);
   }
 }
 
-/// Of a key given twice the last wins.
-void BinaryReader::fill(const UnfilledDictionary& unfilled) {
+/// Of a key given twice the last wins. `places` is room to sort in.
+void BinaryReader::fill(const UnfilledDictionary& unfilled, std::vector<std::size_t>& places) {
   const std::size_t count = unfilled.references.size() / (2 * referenceSize_);
-  const auto keyAt = [&](std::size_t place) { return reference(unfilled.references, place); };
-  std::vector<std::size_t> places(count);
+  const auto slotAt = [&](std::size_t place) -> const Slot& { return slots_[reference(unfilled.references, place)]; };
+  places.resize(count);
   std::iota(places.begin(), places.end(), std::size_t{0});
   std::sort(places.begin(), places.end(), [&](std::size_t left, std::size_t right) {
-    return std::pair(ranks_[keyAt(left)], left) < std::pair(ranks_[keyAt(right)], right);
+    return std::pair(slotAt(left).rank, left) < std::pair(slotAt(right).rank, right);
   });
 
   std::vector<NSDictionary::Entry> entries;
   entries.reserve(count);
   for (std::size_t index = 0; index < count; ++index) {
-    const std::size_t place = places[index];
-    if (index + 1 < count && ranks_[keyAt(place)] == ranks_[keyAt(places[index + 1])]) continue;
-    entries.push_back({std::static_pointer_cast<NSString>(objects_[keyAt(place)]), objects_[keyAt(count + place)]});
+    const Slot& key = slotAt(places[index]);
+    if (index + 1 < count && key.rank == slotAt(places[index + 1]).rank) continue;
+    entries.push_back({std::static_pointer_cast<NSString>(key.object), slotAt(count + places[index]).object});
   }
   unfilled.dictionary->setEntries(std::move(entries));
 }

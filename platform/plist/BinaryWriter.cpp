@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -36,12 +35,15 @@ enum Kind : unsigned {
 };
 
 constexpr std::string_view kHeader = "bplist00";
+constexpr std::size_t kTrailerLength = 32;
 constexpr std::size_t kUnusedTrailerBytes = 6;
 /// How wide references are while objects are collected; their width in the document follows from how many there are.
 constexpr std::size_t kCollectedReferenceWidth = 8;
 
 void appendBigEndian(std::string& bytes, std::uint64_t value, std::size_t width) {
-  for (std::size_t shift = 8 * width; shift > 0; shift -= 8) bytes += static_cast<char>(value >> (shift - 8) & 0xFF);
+  char digits[sizeof value];
+  for (std::size_t place = width; place > 0; --place, value >>= 8) digits[place - 1] = static_cast<char>(value & 0xFF);
+  bytes.append(digits, width);
 }
 
 void appendMarker(std::string& bytes, unsigned kind, unsigned low) { bytes += static_cast<char>(kind << 4 | low); }
@@ -175,27 +177,26 @@ class BinaryWriter {
                                         unsigned levels);
   Index add(std::string bytes, std::size_t references, unsigned height);
 
-  std::map<std::string, Index> indexes_;
+  std::unordered_map<std::string, Index> indexes_;
   std::vector<Collected> objects_;
+  std::size_t collectedBytes_ = 0;
   /// Containers that have been collected: one that many others hold is not gone through again.
   std::unordered_map<const NSObject*, Index> containers_;
 };
 
 std::optional<BinaryWriter::Index> BinaryWriter::collect(const NSObject* object, unsigned levels) {
   if (object == nullptr) return std::nullopt;
-  const auto* array = dynamic_cast<const NSArray*>(object);
-  const auto* dictionary = array != nullptr ? nullptr : dynamic_cast<const NSDictionary*>(object);
-  if (array == nullptr && dictionary == nullptr) {
-    std::optional<std::string> bytes = encodedScalar(*object);
-    return bytes ? std::optional(add(std::move(*bytes), 0, 0)) : std::nullopt;
-  }
+  if (std::optional<std::string> bytes = encodedScalar(*object)) return add(std::move(*bytes), 0, 0);
 
   const auto known = containers_.find(object);
   if (known != containers_.end()) {
     return objects_[known->second].height <= levels ? std::optional(known->second) : std::nullopt;
   }
   if (levels == 0) return std::nullopt;
-  const auto index = array != nullptr ? collectArray(*array, levels) : collectDictionary(*dictionary, levels);
+  std::optional<Index> index;
+  if (const auto* array = dynamic_cast<const NSArray*>(object)) index = collectArray(*array, levels);
+  if (const auto* dictionary = dynamic_cast<const NSDictionary*>(object))
+    index = collectDictionary(*dictionary, levels);
   if (index) containers_[object] = *index;
   return index;
 }
@@ -236,14 +237,19 @@ std::optional<BinaryWriter::Index> BinaryWriter::collectContainer(std::string by
 
 BinaryWriter::Index BinaryWriter::add(std::string bytes, std::size_t references, unsigned height) {
   const auto [known, isNew] = indexes_.try_emplace(std::move(bytes), objects_.size());
-  if (isNew) objects_.push_back({&known->first, references, height});
+  if (isNew) {
+    objects_.push_back({&known->first, references, height});
+    collectedBytes_ += known->first.size();
+  }
   return known->second;
 }
 
 std::string BinaryWriter::document(Index top) const {
   // Readers want to see that the width holds the number of objects, not only the largest index.
   const std::size_t referenceWidth = narrowestWidth(objects_.size());
-  std::string document(kHeader);
+  std::string document;
+  document.reserve(kHeader.size() + collectedBytes_ + objects_.size() * sizeof(Index) + kTrailerLength);
+  document += kHeader;
   std::vector<std::size_t> offsets;
   offsets.reserve(objects_.size());
   for (const Collected& object : objects_) {

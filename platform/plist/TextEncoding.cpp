@@ -1,6 +1,8 @@
 #include "plist/TextEncoding.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "text/UTF8.h"
 
@@ -28,6 +30,18 @@ constexpr unsigned byteAt(std::string_view text, std::size_t index) { return sta
 
 constexpr char32_t continuation(std::string_view text, std::size_t index) { return byteAt(text, index) & 0x3F; }
 
+/// How many bytes of ASCII `bytes` begins with; most documents are nothing else, so eight are looked at in one.
+std::size_t lengthOfASCII(std::string_view bytes) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::size_t length = 0;
+  for (std::uint64_t eight = 0; bytes.size() - length >= sizeof eight; length += sizeof eight) {
+    std::memcpy(&eight, bytes.data() + length, sizeof eight);
+    if ((eight & kHighBits) != 0) break;
+  }
+  while (length < bytes.size() && byteAt(bytes, length) < 0x80) ++length;
+  return length;
+}
+
 /// The high surrogate that `text` ends with, or 0.
 char32_t highSurrogateAtEnd(std::string_view text) {
   if (text.size() < kSurrogateLength) return 0;
@@ -54,17 +68,16 @@ char32_t byteInHalves(std::string_view text) {
 }  // namespace
 
 bool isUTF8(std::string_view bytes) {
-  for (std::size_t index = 0; index < bytes.size();) {
-    const auto codePoint = codePointAt(bytes, index);
+  while (true) {
+    bytes.remove_prefix(lengthOfASCII(bytes));
+    if (bytes.empty()) return true;
+    const auto codePoint = codePointAt(bytes, 0);
     if (!codePoint) return false;
-    index += codePoint->length;
+    bytes.remove_prefix(codePoint->length);
   }
-  return true;
 }
 
-bool isASCII(std::string_view bytes) {
-  return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
+bool isASCII(std::string_view bytes) { return lengthOfASCII(bytes) == bytes.size(); }
 
 void appendUTF8(std::string& text, char32_t codePoint) {
   const auto append = [&text](char32_t byte) { text += static_cast<char>(byte); };

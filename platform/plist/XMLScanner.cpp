@@ -79,6 +79,7 @@ std::optional<char32_t> numericReference(std::string_view reference) {
 bool holdsOnlyXMLCharacters(std::string_view document) {
   for (std::size_t index = 0; index < document.size(); ++index) {
     const auto byte = static_cast<unsigned char>(document[index]);
+    if (byte >= 0x20 && byte != 0xEF) continue;
     if (byte < 0x20 && !isXMLSpace(document[index])) return false;
     if (byte == 0xEF && document.substr(index).starts_with(kExcludedPrefix) &&
         static_cast<unsigned char>(document[index + 2]) >= 0xBE) {
@@ -111,11 +112,11 @@ bool XMLScanner::skipDocumentType() {
     const std::size_t next = rest_.find_first_of("<>\"'");
     if (next == std::string_view::npos) return false;
     rest_.remove_prefix(next);
-    if (rest_.starts_with("<!--") || rest_.starts_with("<?")) {
+    if (isAtComment()) {
       if (!skipComment()) return false;
-    } else if (skip("<")) {
+    } else if (skip('<')) {
       ++depth;
-    } else if (skip(">")) {
+    } else if (skip('>')) {
       --depth;
     } else if (!takeQuoted()) {
       return false;
@@ -125,17 +126,17 @@ bool XMLScanner::skipDocumentType() {
 }
 
 std::optional<XMLScanner::Tag> XMLScanner::tag() {
-  if (!skipSpaceAndComments() || !skip("<")) return std::nullopt;
-  const bool isEnd = skip("/");
+  if (!skipSpaceAndComments() || !skip('<')) return std::nullopt;
+  const bool isEnd = skip('/');
   const std::string_view name = takeName();
   if (name.empty()) return std::nullopt;
   if (isEnd) {
     skipSpace();
-    return skip(">") ? std::optional(Tag{Tag::Kind::End, name}) : std::nullopt;
+    return skip('>') ? std::optional(Tag{Tag::Kind::End, name}) : std::nullopt;
   }
   if (!skipAttributes()) return std::nullopt;
   if (skip("/>")) return Tag{Tag::Kind::Empty, name};
-  return skip(">") ? std::optional(Tag{Tag::Kind::Start, name}) : std::nullopt;
+  return skip('>') ? std::optional(Tag{Tag::Kind::Start, name}) : std::nullopt;
 }
 
 /// Skips `name="value"` and `name='value'` up to the end of the tag.
@@ -143,7 +144,7 @@ bool XMLScanner::skipAttributes() {
   for (skipSpace(); !rest_.empty() && rest_.front() != '>' && rest_.front() != '/'; skipSpace()) {
     if (takeName().empty()) return false;
     skipSpace();
-    if (!skip("=")) return false;
+    if (!skip('=')) return false;
     skipSpace();
     const auto value = takeQuoted();
     if (!value || value->find('<') != std::string_view::npos) return false;
@@ -154,21 +155,22 @@ bool XMLScanner::skipAttributes() {
 std::optional<std::string> XMLScanner::characters() {
   std::string text;
   while (true) {
-    const std::size_t end = rest_.find_first_of("<&");
-    if (end == std::string_view::npos) return std::nullopt;
+    std::size_t end = 0;
+    while (end < rest_.size() && rest_[end] != '<' && rest_[end] != '&') ++end;
+    if (end == rest_.size()) return std::nullopt;
     const std::string_view plain = rest_.substr(0, end);
     if (plain.find(kSectionEnd) != std::string_view::npos) return std::nullopt;
     appendWithLineFeeds(text, plain);
     rest_.remove_prefix(end);
 
-    if (skip("&")) {
+    if (skip('&')) {
       if (!appendReference(text)) return std::nullopt;
     } else if (rest_.starts_with(kSectionStart)) {
       const std::size_t sectionEnd = rest_.find(kSectionEnd);
       if (sectionEnd == std::string_view::npos) return std::nullopt;
       appendWithLineFeeds(text, rest_.substr(kSectionStart.size(), sectionEnd - kSectionStart.size()));
       rest_.remove_prefix(sectionEnd + kSectionEnd.size());
-    } else if (rest_.starts_with("<!--") || rest_.starts_with("<?")) {
+    } else if (isAtComment()) {
       if (!skipComment()) return std::nullopt;
     } else {
       return text;
@@ -201,7 +203,7 @@ void XMLScanner::skipSpace() {
 
 /// False when a comment or a processing instruction does not end.
 bool XMLScanner::skipSpaceAndComments() {
-  for (skipSpace(); rest_.starts_with("<!--") || rest_.starts_with("<?"); skipSpace()) {
+  for (skipSpace(); isAtComment(); skipSpace()) {
     if (!skipComment()) return false;
   }
   return true;
@@ -214,6 +216,18 @@ bool XMLScanner::skipComment() {
   const std::size_t found = rest_.find(end);
   if (found == std::string_view::npos) return false;
   rest_.remove_prefix(found + end.size());
+  return true;
+}
+
+/// Whether a comment or a processing instruction is next.
+bool XMLScanner::isAtComment() const {
+  if (rest_.size() < 2 || rest_[0] != '<') return false;
+  return rest_[1] == '?' || (rest_[1] == '!' && rest_.starts_with("<!--"));
+}
+
+bool XMLScanner::skip(char character) {
+  if (rest_.empty() || rest_.front() != character) return false;
+  rest_.remove_prefix(1);
   return true;
 }
 
@@ -235,7 +249,7 @@ std::optional<std::string_view> XMLScanner::takeQuoted() {
 
 std::string_view XMLScanner::takeName() {
   const auto isNameCharacter = [](char character) {
-    return isLetterOrDigit(character) || std::string_view("_-.:").find(character) != std::string_view::npos ||
+    return isLetterOrDigit(character) || character == '_' || character == '-' || character == '.' || character == ':' ||
            static_cast<unsigned char>(character) >= 0x80;
   };
   std::size_t length = 0;

@@ -41,6 +41,8 @@ class XMLScanner {
   bool skipSpaceAndComments();
   bool skipComment();
   void skipSpace();
+  bool isAtComment() const;
+  bool skip(char character);
   bool skip(std::string_view start);
   bool appendReference(std::string& text);
   std::optional<std::string_view> takeQuoted();

@@ -38,9 +38,11 @@ std::optional<int> takeNumber(std::string_view& characters, std::size_t digits, 
 }
 
 std::optional<unsigned> base64Value(char character) {
-  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const std::size_t value = kAlphabet.find(character);
-  return value == std::string_view::npos ? std::nullopt : std::optional(static_cast<unsigned>(value));
+  if (character >= 'A' && character <= 'Z') return static_cast<unsigned>(character - 'A');
+  if (character >= 'a' && character <= 'z') return static_cast<unsigned>(character - 'a') + 26;
+  if (isDigit(character)) return static_cast<unsigned>(character - '0') + 52;
+  if (character == '+') return 62;
+  return character == '/' ? std::optional(63U) : std::nullopt;
 }
 
 }  // namespace

@@ -235,6 +235,8 @@ std::vector<HostileDocument> slowDocuments(std::size_t size) {
       {"XML comments in a string", repeated(size, "<string>", "<!---->", "</string>")},
       {"sections in a string", repeated(size, "<string>", "<![CDATA[]]>", "</string>")},
       {"sections that do not end", repeated(size, "<string>", "<![CDATA[", "")},
+      {"references in a string", repeated(size, "<string>", "&lt;", "</string>")},
+      {"escapes in a string", repeated(size, "\"", "\\n", "\"")},
       {"ampersands", repeated(size, "<string>", "&", "</string>")},
       {"carriage returns", repeated(size, "<string>", "\r", "</string>")},
       {"tags that do not end", repeated(size, "", "<array>", "")},
