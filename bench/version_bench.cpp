@@ -5,9 +5,9 @@
 
 #include <cstdio>
 
-#include "AllocationCount.h"
 #include "POSIXErrorTable.h"
 #include "ZKVersion.h"
+#include "support/Memory.h"
 
 namespace zk {
 namespace {
@@ -17,10 +17,10 @@ constexpr const char* kText = "1.2.3 (4)";
 /// Tells how often memory was asked for in each turn of the loop that `body` is.
 template <class Body>
 void measure(benchmark::State& state, Body body) {
-  const std::size_t before = bench::allocationCount();
+  const std::size_t before = test::allocationCount();
   for (auto turn : state) body();
   state.counters["allocations"] =
-      benchmark::Counter(static_cast<double>(bench::allocationCount() - before), benchmark::Counter::kAvgIterations);
+      benchmark::Counter(static_cast<double>(test::allocationCount() - before), benchmark::Counter::kAvgIterations);
 }
 
 void parseWithSscanf(benchmark::State& state) {

@@ -51,6 +51,12 @@ Ref<NSNumber> integer(std::string_view bytes) {
   return isSignExtended ? NSNumber::numberWithLongLong(value) : nullptr;
 }
 
+/// Kind 5 is ASCII, 6 is UTF-16, most significant byte first, 7 is UTF-8.
+bool isTextMarker(char marker) {
+  const unsigned kind = static_cast<unsigned char>(marker) >> 4;
+  return kind >= 5 && kind <= 7;
+}
+
 /// A dictionary whose entries, sorted already, come after it was made.
 class DictionaryFilledLater final : public NSDictionary {
  public:
@@ -78,7 +84,8 @@ class BinaryReader {
   struct Slot {
     Ref<NSObject> object;
     std::uint16_t height = kNotBuilt;  ///< in levels of containers
-    std::uint32_t rank = 0;            ///< of a key: its place in the order of all keys, from 1 on
+    bool isText = false;
+    std::uint32_t rank = 0;  ///< of a key: its place in the order of all keys, from 1 on
   };
 
   bool readTrailer();
@@ -163,6 +170,7 @@ BinaryReader::Slot* BinaryReader::objectAt(std::uint64_t index, unsigned levels)
     std::uint16_t height = 0;
     slot.object = build(document_.substr(offset), levels, height);
     slot.height = height;
+    slot.isText = isTextMarker(document_[offset]);
   }
   // The height of an object that is being built is above any number of levels.
   return slot.object && slot.height <= levels ? &slot : nullptr;
@@ -255,7 +263,6 @@ Ref<NSObject> BinaryReader::buildReal(std::string_view bytes, std::size_t width)
                                                : double{std::bit_cast<float>(static_cast<std::uint32_t>(bits))});
 }
 
-/// Kind 5 is ASCII, 6 is UTF-16, most significant byte first, 7 is UTF-8.
 Ref<NSObject> BinaryReader::buildString(unsigned kind, std::string_view bytes, std::uint64_t count) {
   const auto content = take(bytes, count, kind == 6 ? 2 : 1);
   if (!content) return nullptr;
@@ -301,7 +308,7 @@ Ref<NSObject> BinaryReader::buildDictionary(std::string_view bytes, std::uint64_
 
     const bool isNewKey = place < count && slot->rank == 0;
     if (!isNewKey) continue;
-    if (dynamic_cast<const NSString*>(slot->object.get()) == nullptr) return nullptr;
+    if (!slot->isText) return nullptr;
     slot->rank = 1;
     ++keyCount_;
   }

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -36,6 +37,8 @@ enum Kind : unsigned {
 
 constexpr std::string_view kHeader = "bplist00";
 constexpr std::size_t kTrailerLength = 32;
+/// A process-info record, which is what is written most, has no more.
+constexpr std::size_t kObjectsOfARecord = 9;
 constexpr std::size_t kUnusedTrailerBytes = 6;
 /// How wide references are while objects are collected; their width in the document follows from how many there are.
 constexpr std::size_t kCollectedReferenceWidth = 8;
@@ -113,18 +116,18 @@ std::string encoded(const NSDate& date) {
 std::string encoded(const NSData& data) {
   std::string bytes;
   appendMarkerWithCount(bytes, kData, data.length());
-  return bytes + data.bytes();
+  return bytes.append(data.bytes());
 }
 
 std::string encoded(const NSString& text) {
   std::string bytes;
   if (isASCII(text.bytes())) {
     appendMarkerWithCount(bytes, kASCII, text.length());
-    return bytes + text.bytes();
+    return bytes.append(text.bytes());
   }
   const std::string units = utf16FromText(text.bytes());
   appendMarkerWithCount(bytes, kUTF16, units.size() / 2);
-  return bytes + units;
+  return bytes.append(units);
 }
 
 /// A dictionary of one number under "CF$UID", which is what a UID is read as, as a UID; nothing for any other. Readers
@@ -160,24 +163,31 @@ class BinaryWriter {
  public:
   using Index = std::size_t;
 
+  BinaryWriter() { objects_.reserve(kObjectsOfARecord); }
+
   /// The index of the object, which may have up to `levels` levels of containers.
   std::optional<Index> collect(const NSObject* object, unsigned levels);
   std::string document(Index top) const;
 
  private:
+  /// The bytes of an object, at their end the references to what it holds, and how many levels of containers it has.
+  struct Encoded {
+    std::string bytes;
+    std::size_t references = 0;
+    unsigned height = 0;
+  };
   struct Collected {
-    const std::string* bytes;  ///< ends with the references
+    const std::string* bytes;
     std::size_t references;
-    unsigned height;  ///< in levels of containers
+    unsigned height;
   };
 
   std::optional<Index> collectArray(const NSArray& array, unsigned levels);
   std::optional<Index> collectDictionary(const NSDictionary& dictionary, unsigned levels);
-  std::optional<Index> collectContainer(std::string bytes, const std::vector<const NSObject*>& contents,
-                                        unsigned levels);
-  Index add(std::string bytes, std::size_t references, unsigned height);
+  void appendReference(Encoded& container, Index index) const;
+  Index add(Encoded object);
 
-  std::unordered_map<std::string, Index> indexes_;
+  std::map<std::string, Index> indexes_;
   std::vector<Collected> objects_;
   std::size_t collectedBytes_ = 0;
   /// Containers that have been collected: one that many others hold is not gone through again.
@@ -186,7 +196,7 @@ class BinaryWriter {
 
 std::optional<BinaryWriter::Index> BinaryWriter::collect(const NSObject* object, unsigned levels) {
   if (object == nullptr) return std::nullopt;
-  if (std::optional<std::string> bytes = encodedScalar(*object)) return add(std::move(*bytes), 0, 0);
+  if (std::optional<std::string> bytes = encodedScalar(*object)) return add({std::move(*bytes)});
 
   const auto known = containers_.find(object);
   if (known != containers_.end()) {
@@ -202,43 +212,44 @@ std::optional<BinaryWriter::Index> BinaryWriter::collect(const NSObject* object,
 }
 
 std::optional<BinaryWriter::Index> BinaryWriter::collectArray(const NSArray& array, unsigned levels) {
-  std::string bytes;
-  appendMarkerWithCount(bytes, kArray, array.count());
-  std::vector<const NSObject*> contents;
-  contents.reserve(array.count());
-  for (const Ref<NSObject>& object : array.objects()) contents.push_back(object.get());
-  return collectContainer(std::move(bytes), contents, levels);
-}
-
-std::optional<BinaryWriter::Index> BinaryWriter::collectDictionary(const NSDictionary& dictionary, unsigned levels) {
-  if (std::optional<std::string> uid = encodedUID(dictionary)) return add(std::move(*uid), 0, 1);
-  std::string bytes;
-  appendMarkerWithCount(bytes, kDictionary, dictionary.count());
-  std::vector<const NSObject*> contents;
-  contents.reserve(2 * dictionary.count());
-  for (const NSDictionary::Entry& entry : dictionary.entries()) contents.push_back(entry.key.get());
-  for (const NSDictionary::Entry& entry : dictionary.entries()) contents.push_back(entry.object.get());
-  return collectContainer(std::move(bytes), contents, levels);
-}
-
-/// `bytes` is what stands before the references to `contents`.
-std::optional<BinaryWriter::Index> BinaryWriter::collectContainer(std::string bytes,
-                                                                  const std::vector<const NSObject*>& contents,
-                                                                  unsigned levels) {
-  unsigned height = 0;
-  for (const NSObject* object : contents) {
-    const auto index = collect(object, levels - 1);
+  Encoded encodedArray;
+  appendMarkerWithCount(encodedArray.bytes, kArray, array.count());
+  for (const Ref<NSObject>& object : array.objects()) {
+    const auto index = collect(object.get(), levels - 1);
     if (!index) return std::nullopt;
-    height = std::max(height, objects_[*index].height);
-    appendBigEndian(bytes, *index, kCollectedReferenceWidth);
+    appendReference(encodedArray, *index);
   }
-  return add(std::move(bytes), contents.size(), height + 1);
+  ++encodedArray.height;
+  return add(std::move(encodedArray));
 }
 
-BinaryWriter::Index BinaryWriter::add(std::string bytes, std::size_t references, unsigned height) {
-  const auto [known, isNew] = indexes_.try_emplace(std::move(bytes), objects_.size());
+/// The references to all keys come before those to the objects.
+std::optional<BinaryWriter::Index> BinaryWriter::collectDictionary(const NSDictionary& dictionary, unsigned levels) {
+  if (std::optional<std::string> uid = encodedUID(dictionary)) return add({.bytes = std::move(*uid), .height = 1});
+  Encoded encodedDictionary;
+  appendMarkerWithCount(encodedDictionary.bytes, kDictionary, dictionary.count());
+  for (const NSDictionary::Entry& entry : dictionary.entries()) {
+    appendReference(encodedDictionary, add({encoded(*entry.key)}));
+  }
+  for (const NSDictionary::Entry& entry : dictionary.entries()) {
+    const auto index = collect(entry.object.get(), levels - 1);
+    if (!index) return std::nullopt;
+    appendReference(encodedDictionary, *index);
+  }
+  ++encodedDictionary.height;
+  return add(std::move(encodedDictionary));
+}
+
+void BinaryWriter::appendReference(Encoded& container, Index index) const {
+  appendBigEndian(container.bytes, index, kCollectedReferenceWidth);
+  ++container.references;
+  container.height = std::max(container.height, objects_[index].height);
+}
+
+BinaryWriter::Index BinaryWriter::add(Encoded object) {
+  const auto [known, isNew] = indexes_.try_emplace(std::move(object.bytes), objects_.size());
   if (isNew) {
-    objects_.push_back({&known->first, references, height});
+    objects_.push_back({&known->first, object.references, object.height});
     collectedBytes_ += known->first.size();
   }
   return known->second;

@@ -48,9 +48,9 @@ int HardLinks::link(const struct stat& original, int outermost, ItemPlace copy) 
   if (const int error = openFolderAround(outermost, name, folder); error != 0) return error;
   const ItemPlace place{folder.isOpen() ? folder.get() : outermost, name.c_str()};
 
-  if (!isItemThere(place, first.identity)) return ESTALE;
   if (::linkat(place.folder, place.name, copy.folder, copy.name, 0) != 0) return errno;
   if (isItemThere(copy, first.identity)) return 0;
+  // Something else had come to stand there.
   ::unlinkat(copy.folder, copy.name, 0);
   return ESTALE;
 }

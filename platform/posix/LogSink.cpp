@@ -93,7 +93,7 @@ void writeWithoutWaiting(std::string_view line) {
     return;
   }
   pollfd room{STDERR_FILENO, POLLOUT, 0};
-  if (::poll(&room, 1, 0) == 1 && (room.revents & POLLOUT) != 0) writeOnce(STDERR_FILENO, line.substr(0, PIPE_BUF));
+  if (::poll(&room, 1, 0) == 1) writeOnce(STDERR_FILENO, line.substr(0, PIPE_BUF));
 }
 
 void writeToStandardError(std::string_view line) {

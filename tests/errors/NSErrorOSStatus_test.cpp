@@ -4,9 +4,9 @@
 
 #include <limits>
 
-#include "Memory.h"
 #include "process/StatusComments.h"
 #include "process/System.h"
+#include "support/Memory.h"
 
 namespace zk {
 namespace {

@@ -5,8 +5,8 @@
 #include <limits>
 #include <new>
 
-#include "Memory.h"
 #include "POSIXErrorRows.h"
+#include "support/Memory.h"
 
 namespace zk {
 namespace {

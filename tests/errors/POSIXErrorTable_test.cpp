@@ -4,8 +4,8 @@
 
 #include <limits>
 
-#include "Memory.h"
 #include "POSIXErrorRows.h"
+#include "support/Memory.h"
 
 namespace zk {
 namespace {

@@ -207,6 +207,19 @@ TEST_F(CopyDelegate, ReplacesWhatIsThereByRemovingItFirst) {
   EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"));
 }
 
+TEST_F(CopyDelegate, MayRemoveOtherItemsWhileItIsAsked) {
+  writeFile(folder / "from/a", "new");
+  writeFile(folder / "other/a", "old");
+  delegate.shouldCopy = [this](NSFileManager& fileManager, const std::string&, const Ref<NSURL>& destination) {
+    writeFile(destination->path()->bytes(), "in the way");
+    EXPECT_TRUE(fileManager.removeItemAtURL(folder.url("other/a")));
+    EXPECT_TRUE(isThere(destination->path()->bytes()));
+    return false;
+  };
+  EXPECT_TRUE(copy().succeeded);
+  EXPECT_FALSE(isThere(folder / "other/a"));
+}
+
 TEST_F(CopyDelegate, MayCopyWithTheSameManagerWhileItIsAsked) {
   writeFile(folder / "from/a", "x");
   writeFile(folder / "other/b", "y");

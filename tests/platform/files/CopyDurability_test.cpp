@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "FileItems.h"
 #include "support/ChildProcess.h"
@@ -20,6 +22,7 @@ namespace zk::test {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 
 class CopyDurability : public ::testing::Test {
  protected:
@@ -46,9 +49,20 @@ TEST_F(CopyDurability, FailsWhenTheDiskTellsAnError) {
   }
 }
 
-TEST_F(CopyDurability, FailsWhenTheDiskTellsAnErrorOfAFolder) {
-  fs::create_directory(folder / "from");
-  EXPECT_EQ(codeWhereSyncFails(EIO), 5);
+TEST_F(CopyDurability, IsWaitedForWithEachFileEachFolderAndTheFolderAroundThem) {
+  writeFile(folder / "from/inner/file", "x");
+  EXPECT_EQ(statusInChild([this] {
+              ASSERT_TRUE(refuseSystemCall(SYS_fsync, EIO));
+              RecordingDelegate delegate;
+              delegate.proceeds = true;
+              EXPECT_TRUE(copyItem(folder / "from", folder / "to", &delegate).succeeded);
+              std::vector<std::string> failed;
+              for (const auto& [source, destination] : delegate.failures) failed.push_back(source);
+              EXPECT_THAT(failed, ElementsAre((folder / "from/inner/file").string(), (folder / "from/inner").string(),
+                                              (folder / "from").string(), (folder / "from").string()));
+              EXPECT_THAT(delegate.codes, ElementsAre(5, 5, 5, 5));
+            }),
+            0);
 }
 
 TEST_F(CopyDurability, FailsWhenTheDiskTellsAnErrorOfTheFolderThatALinkWasPutInto) {
@@ -208,7 +222,7 @@ TEST_F(CopyRefused, NeedsNoTimesOfLinks) {
 TEST_F(CopyRefused, CopiesAFileOnceMoreThatCannotBeLinked) {
   writeFile(folder / "from/a", "x");
   fs::create_hard_link(folder / "from/a", folder / "from/b");
-  for (const int error : {EMLINK, EPERM, EXDEV, ENOTSUP}) {
+  for (const int error : {EMLINK, EPERM, EXDEV, ENOTSUP, ENOSYS, EACCES}) {
     EXPECT_EQ(codeWhereFails(SYS_linkat, error), 0) << error;
     EXPECT_EQ(readFile(folder / "to/b"), "x");
     EXPECT_NE(statusOf(folder / "to/a").st_ino, statusOf(folder / "to/b").st_ino);

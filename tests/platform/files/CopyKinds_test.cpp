@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -8,6 +9,7 @@
 #include <string>
 
 #include "FileItems.h"
+#include "posix/FileDescriptor.h"
 #include "support/TreeDescription.h"
 
 namespace zk::test {
@@ -90,6 +92,16 @@ TEST_F(CopyKinds, CopiesAnyOtherLinkAtTheTopAsALink) {
     EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / name));
     fs::remove(folder / "to");
   }
+}
+
+TEST_F(CopyKinds, KeepsALinkThatTellsOfNoSize) {
+  // As the links under /proc do.
+  const fs::path target = folder / std::string(200, 'n') / std::string(200, 'n');
+  fs::create_directories(target.parent_path());
+  const FileDescriptor file(::open(target.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  const fs::path link = "/proc/self/fd/" + std::to_string(file.get());
+  ASSERT_TRUE(copyItem(link, folder / "to").succeeded);
+  EXPECT_EQ(fs::read_symlink(folder / "to"), target);
 }
 
 TEST_F(CopyKinds, KeepsHardLinksInsideTheTree) {

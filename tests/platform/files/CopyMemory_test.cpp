@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "FailingAllocation.h"
 #include "FileItems.h"
+#include "support/Memory.h"
 #include "support/TreeDescription.h"
 
 namespace zk::test {
@@ -11,14 +11,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class OutOfMemory : public ::testing::TestWithParam<bool> {
+class OutOfMemory : public ::testing::TestWithParam<FailingAllocation::How> {
  protected:
   /// Lets `operation` run out of memory at its first allocation, then at its second, and so on until it needs no more.
   template <class Operation>
   void atEveryAllocation(Operation operation) {
     const std::size_t descriptors = openDescriptors();
-    for (int number = 0; !operation(number); ++number) {
-      ASSERT_LT(number, 10000);
+    for (std::size_t number = 0; !operation(number); ++number) {
+      ASSERT_LT(number, 10000U);
       ASSERT_EQ(openDescriptors(), descriptors) << number;
     }
     EXPECT_EQ(openDescriptors(), descriptors);
@@ -32,7 +32,7 @@ class OutOfMemory : public ::testing::TestWithParam<bool> {
     }
   }
 
-  bool isForGood() const { return GetParam(); }
+  bool isForGood() const { return GetParam() == FailingAllocation::How::fromThenOn; }
 
   TemporaryFolder folder;
   NSFileManager fileManager;
@@ -45,12 +45,12 @@ TEST_P(OutOfMemory, MakesACopyFailAndNothingElse) {
   setAttribute(folder / "from/z", "user.note", "v");
   const Ref<NSURL> from = folder.url("from");
   const Ref<NSURL> to = folder.url("to");
-  atEveryAllocation([&](int number) {
+  atEveryAllocation([&](std::size_t number) {
     Ref<NSError> error;
     bool succeeded = false;
     bool failed = false;
     {
-      const FailingAllocation allocation(number, isForGood());
+      const FailingAllocation allocation(number, GetParam());
       succeeded = fileManager.copyItemAtURL(from, to, &error);
       failed = allocation.hasFailed();
     }
@@ -66,13 +66,13 @@ TEST_P(OutOfMemory, MakesACopyFailAndNothingElse) {
 
 TEST_P(OutOfMemory, MakesARemovalFailAndNothingElse) {
   const Ref<NSURL> tree = folder.url("tree");
-  atEveryAllocation([&](int number) {
+  atEveryAllocation([&](std::size_t number) {
     writeFile(folder / "tree/a/b/c/d/e/f/file", "x");
     Ref<NSError> error;
     bool succeeded = false;
     bool failed = false;
     {
-      const FailingAllocation allocation(number, isForGood());
+      const FailingAllocation allocation(number, GetParam());
       succeeded = fileManager.removeItemAtURL(tree, &error);
       failed = allocation.hasFailed();
     }
@@ -83,8 +83,11 @@ TEST_P(OutOfMemory, MakesARemovalFailAndNothingElse) {
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(Memory, OutOfMemory, ::testing::Bool(),
-                         [](const auto& parameter) { return parameter.param ? "FromThenOn" : "Once"; });
+INSTANTIATE_TEST_SUITE_P(Memory, OutOfMemory,
+                         ::testing::Values(FailingAllocation::How::once, FailingAllocation::How::fromThenOn),
+                         [](const auto& parameter) {
+                           return parameter.param == FailingAllocation::How::once ? "Once" : "FromThenOn";
+                         });
 
 }  // namespace
 }  // namespace zk::test

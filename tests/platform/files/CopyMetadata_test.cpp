@@ -90,7 +90,7 @@ TEST_F(CopyMetadata, KeepsModesAndAttributesAsAnUnprivilegedUserWhateverTheMask)
                                  fs::create_directory(folder / "from/unsearchable");
                                  setMode(folder / "from/unsearchable", 0400);
                                  setMode(folder / "from", 0500);
-                                 for (const mode_t mask : Modes{0000, 0777}) {
+                                 for (const mode_t mask : Modes{0000, 0300, 0777}) {
                                    underMask(mask, [&] { copy(); });
                                    EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"))
                                        << std::oct << mask;

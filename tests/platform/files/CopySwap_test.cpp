@@ -1,11 +1,18 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "FileItems.h"
+#include "support/ChildProcess.h"
+#include "support/RefuseSystemCall.h"
 #include "support/TreeDescription.h"
 
 namespace zk::test {
@@ -149,6 +156,43 @@ TEST_F(CopySwap, OfTheFolderAroundTheFirstHardLinkForALinkIsNotFollowed) {
   });
   EXPECT_FALSE(copy().succeeded);
   EXPECT_FALSE(isThere(folder / "to/second"));
+}
+
+/// Lets a child process swap two items for each other all the time while this one copies "from" over and over.
+class CopyRace : public CopySwap {
+ protected:
+  void race(const fs::path& one, const fs::path& other, const std::function<void(const Outcome&)>& check) {
+    const ChildProcess swapper([&] {
+      while (true) ::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+    });
+    EXPECT_EQ(statusInChild([&] {
+                ASSERT_TRUE(refuseSystemCall(SYS_fsync, EINVAL));
+                ::alarm(kLongestTime);
+                for (int count = 0; count < 2000; ++count) {
+                  check(copyItem(folder / "from", folder / "to"));
+                  removeItem(folder / "to");
+                }
+              }),
+              0);
+  }
+
+  static constexpr unsigned kLongestTime = 60;
+};
+
+TEST_F(CopyRace, ForASourceFolderIsNeverWonByALink) {
+  writeFile(folder / "from/a/own", "x");
+  fs::create_directory_symlink(folder / "outside", folder / "link");
+  race(folder / "from/a", folder / "link", [this](const Outcome& outcome) {
+    EXPECT_TRUE(outcome.succeeded || outcome.code() == 20 || outcome.code() == 22) << outcome.code();
+    EXPECT_FALSE(!fs::is_symlink(folder / "to/a") && isThere(folder / "to/a/file"));
+  });
+}
+
+TEST_F(CopyRace, ForASourceFileIsNeverWonByAFIFO) {
+  writeFile(folder / "from/a", "x");
+  ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+  race(folder / "from/a", folder / "fifo",
+       [](const Outcome& outcome) { EXPECT_TRUE(outcome.succeeded || outcome.code() == 70) << outcome.code(); });
 }
 
 TEST_F(CopySwap, OfATreeThatIsBeingRemovedIsNotFollowed) {

@@ -131,11 +131,11 @@ TEST_F(DirectoryEnumerator, GoesOnWhenAFolderIsRemovedUnderIt) {
 }
 
 TEST_F(DirectoryEnumerator, StaysAtItsEnd) {
-  writeFile(folder / "a", "");
+  fs::create_directory(folder / "a");
   const Ref<NSDirectoryEnumerator> items = enumerator(folder.url());
   EXPECT_NE(items->nextObject(), nullptr);
   EXPECT_EQ(items->nextObject(), nullptr);
-  writeFile(folder / "b", "");
+  writeFile(folder / "a/b", "");
   EXPECT_EQ(items->nextObject(), nullptr);
 }
 
