@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "FileItems.h"
 #include "support/ChildProcess.h"
@@ -156,6 +157,34 @@ TEST_F(CopySwap, OfTheFolderAroundTheFirstHardLinkForALinkIsNotFollowed) {
   });
   EXPECT_FALSE(copy().succeeded);
   EXPECT_FALSE(isThere(folder / "to/second"));
+}
+
+TEST_F(CopySwap, LeavesARemovalBehindAnotherCopyWithTheSameManagerInTheFolderThatItHolds) {
+  writeFile(folder / "from/file", "x");
+  writeFile(folder / "other", "x");
+  fs::create_directory(folder / "parent");
+  bool isFirst = true;
+  delegate.shouldCopy = [&](NSFileManager& fileManager, const std::string&, const Ref<NSURL>& destination) {
+    if (!std::exchange(isFirst, false)) return true;
+    EXPECT_TRUE(fileManager.copyItemAtURL(folder.url("other"), folder.url("otherCopy")));
+    writeFile(folder / "parent/file", "in the way");
+    fs::rename(folder / "parent", folder / "moved");
+    fs::create_directory_symlink("outside", folder / "parent");
+    EXPECT_TRUE(fileManager.removeItemAtURL(destination));
+    return true;
+  };
+  copyItem(folder / "from", folder / "parent/file", &delegate);
+  expectOutsideUntouched();
+  EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
+}
+
+TEST_F(CopySwap, IsNoMatterToARemovalAfterTheCopy) {
+  writeFile(folder / "from", "x");
+  NSFileManager fileManager;
+  fileManager.setDelegate(&delegate);
+  EXPECT_TRUE(fileManager.copyItemAtURL(folder.url("from"), folder.url("to")));
+  EXPECT_TRUE(fileManager.removeItemAtURL(folder.url("to")));
+  EXPECT_FALSE(isThere(folder / "to"));
 }
 
 /// Lets a child process swap two items for each other all the time while this one copies "from" over and over.

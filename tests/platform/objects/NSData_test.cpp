@@ -145,6 +145,14 @@ TEST(NSDataReading, ReadsUpToTheLargestSizeAndNoFurther) {
   EXPECT_FALSE(NSData::dataWithContentsOfURL(folder.url("file")));
 }
 
+TEST(NSDataReading, OfAFileThatTurnsOutTooLargeIsAbsent) {
+  // A regular file whose size the system tells as 0 and that has eight bytes for each page a process could have.
+  const auto pages = std::make_shared<NSURL>("/proc/self/pagemap");
+  struct stat file {};
+  if (::stat("/proc/self/pagemap", &file) != 0 || file.st_size != 0) GTEST_SKIP() << "no such file here";
+  EXPECT_FALSE(NSData::dataWithContentsOfURL(pages));
+}
+
 TEST(NSDataReading, ClosesWhatItOpens) {
   const TemporaryFolder folder;
   test::writeFile(folder / "file", "content");

@@ -203,7 +203,7 @@ TEST(BinaryReader, ReadsReferencesAndOffsetsOfEveryWidth) {
 }
 
 TEST(BinaryReader, RefusesWidthsOfZeroAndBeyondEight) {
-  for (const std::size_t size : {0, 9, 255}) {
+  for (const std::size_t size : {0U, 9U, 255U}) {
     const std::string objects = "bplist00\x09";
     EXPECT_EQ(read(objects + std::string(16, '\x08') + binaryTrailer({.offsetSize = size}, 1, 9)), "absent") << size;
     EXPECT_EQ(read(objects + "\x08" + binaryTrailer({.referenceSize = size}, 1, 9)), "absent") << size;

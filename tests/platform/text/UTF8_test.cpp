@@ -43,12 +43,26 @@ TEST(UTF8, ThereIsNothingBeyondTheEndsOfAText) {
 TEST(UTF8, RefusesWhatIsNotUTF8) {
   using namespace std::string_literals;
   for (const std::string& bytes : {
-           "\x80"s, "\xBF"s,                                                // a continuation byte alone
-           "\xC2"s, "\xE2\x80"s, "\xF0\x90\x80"s,                           // a continuation byte missing at the end
-           "\xC2 "s, "\xE2 \x80"s, "\xE2\x80 "s,                            // and before another character
-           "\xC0\x80"s, "\xC1\xBF"s, "\xE0\x9F\xBF"s, "\xF0\x8F\xBF\xBF"s,  // longer than needed
-           "\xED\xA0\x80"s, "\xED\xBF\xBF"s,                                // surrogates
-           "\xF4\x90\x80\x80"s, "\xF5\x80\x80\x80"s, "\xFE"s, "\xFF"s,      // beyond U+10FFFF
+           "\x80"s,
+           "\xBF"s,  // a continuation byte alone
+           "\xC2"s,
+           "\xE2\x80"s,
+           "\xF0\x90\x80"s,  // a continuation byte missing at the end
+           "\xC2 "s,
+           "\xE2 \x80"s,
+           "\xE2\x80 "s,  // and before another character
+           "\xC0\x80"s,
+           "\xC1\xBF"s,
+           "\xE0\x9F\xBF"s,
+           "\xF0\x8F\xBF\xBF"s,  // longer than needed
+           "\xED\xA0\x80"s,
+           "\xED\xBF\xBF"s,  // surrogates
+           "\xF4\x90\x80\x80"s,
+           "\xF5\x80\x80\x80"s,
+           "\xF8\x90\x80\x80"s,
+           "\xFC\x90\x80\x80"s,
+           "\xFE"s,
+           "\xFF"s,  // beyond U+10FFFF
        }) {
     EXPECT_FALSE(codePointAt(bytes, 0)) << testing::PrintToString(bytes);
   }
