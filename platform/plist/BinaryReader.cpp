@@ -76,14 +76,11 @@ class BinaryReader {
     std::string_view references;
   };
 
-  /// Heights of an object that is not built yet, and of one whose contents are being built.
-  static constexpr std::uint16_t kNotBuilt = 0xFFFF;
-  static constexpr std::uint16_t kBeingBuilt = 0xFFFE;
-
   /// What is known of the object of one index.
   struct Slot {
     Ref<NSObject> object;
-    std::uint16_t height = kNotBuilt;  ///< in levels of containers
+    std::uint16_t height = 0;  ///< in levels of containers
+    bool isBegun = false;
     bool isText = false;
     std::uint32_t rank = 0;  ///< of a key: its place in the order of all keys, from 1 on
   };
@@ -145,8 +142,7 @@ bool BinaryReader::readTrailer() {
 
   const auto isWidth = [](std::size_t size) { return size >= 1 && size <= kWidestReference; };
   if (!isWidth(offsetSize_) || !isWidth(referenceSize_)) return false;
-  if (offsetTable < kHeaderLength || offsetTable > end) return false;
-  if (objectCount > (end - offsetTable) / offsetSize_ || top_ >= objectCount) return false;
+  if (offsetTable > end || objectCount > (end - offsetTable) / offsetSize_) return false;
   offsets_ = document_.substr(offsetTable, objectCount * offsetSize_);
   document_ = document_.substr(0, offsetTable);
 
@@ -163,16 +159,14 @@ bool BinaryReader::readTrailer() {
 BinaryReader::Slot* BinaryReader::objectAt(std::uint64_t index, unsigned levels) {
   if (index >= slots_.size()) return nullptr;
   Slot& slot = slots_[index];
-  if (slot.height == kNotBuilt) {
+  if (!slot.isBegun) {
     const std::uint64_t offset = bigEndian(offsets_.substr(index * offsetSize_, offsetSize_));
     if (offset < kHeaderLength || offset >= document_.size()) return nullptr;
-    slot.height = kBeingBuilt;
-    std::uint16_t height = 0;
-    slot.object = build(document_.substr(offset), levels, height);
-    slot.height = height;
+    slot.isBegun = true;
+    slot.object = build(document_.substr(offset), levels, slot.height);
     slot.isText = isTextMarker(document_[offset]);
   }
-  // The height of an object that is being built is above any number of levels.
+  // The object is still absent here while its contents are built.
   return slot.object && slot.height <= levels ? &slot : nullptr;
 }
 

@@ -51,12 +51,10 @@ void appendBigEndian(std::string& bytes, std::uint64_t value, std::size_t width)
 
 void appendMarker(std::string& bytes, unsigned kind, unsigned low) { bytes += static_cast<char>(kind << 4 | low); }
 
-/// How many bytes the value takes.
-std::size_t narrowestWidth(std::uint64_t value) {
-  return std::max<std::size_t>(1, static_cast<std::size_t>(std::bit_width(value) + 7) / 8);
-}
+/// How many bytes a value takes; 0 takes none.
+std::size_t narrowestWidth(std::uint64_t value) { return static_cast<std::size_t>(std::bit_width(value) + 7) / 8; }
 
-/// The same for what only comes in widths of powers of two.
+/// The same for what comes in widths of powers of two, from 1 on.
 std::size_t narrowestPowerOfTwo(std::uint64_t value) { return std::bit_ceil(narrowestWidth(value)); }
 
 /// Integers of 1, 2 and 4 bytes have no sign, those of 8 and 16 bytes have one.

@@ -130,7 +130,7 @@ std::string utf16FromText(std::string_view text) {
   for (std::size_t index = 0; index < text.size();) {
     const auto codePoint = codePointAt(text, index);
     const std::size_t length = codePoint ? codePoint->length : 1;
-    if (!codePoint || (codePoint->value >= kHighHalf && codePoint->value < kAfterHalves)) {
+    if (!codePoint || (codePoint->value >= kHighHalf && codePoint->value < kLowHalf)) {
       for (const char byte : text.substr(index, length)) appendByteInHalves(static_cast<unsigned char>(byte));
     } else if (codePoint->value >= kFirstSupplementary) {
       appendUnit(units, kFirstHighSurrogate + ((codePoint->value - kFirstSupplementary) >> 10));

@@ -26,8 +26,8 @@ std::string utf8FromUTF16(std::string_view units, ByteOrder order);
 /// An NSString may hold bytes that are not UTF-8 (a path can be any bytes), and a property list only text. Lone
 /// surrogates, the usual way out, make other readers refuse the document, and a replacement character would make
 /// different paths equal. So such a byte is written as two of Unicode's noncharacters, which every reader takes and no
-/// text that people exchange holds: U+FDD0 plus its high four bits, U+FDE0 plus its low ones. A real character of that
-/// range is written byte by byte in the same way, so that every text comes back as it was.
+/// text that people exchange holds: U+FDD0 plus its high four bits, U+FDE0 plus its low ones. A real character from
+/// U+FDD0 to U+FDDF is written byte by byte in the same way, so that every text comes back as it was.
 std::string utf16FromText(std::string_view text);
 
 /// A text object of UTF-8 out of a property list, with the bytes that utf16FromText() had to write as noncharacters put

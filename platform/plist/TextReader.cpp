@@ -60,8 +60,8 @@ Ref<NSObject> TextReader::read() {
   const std::string_view all = rest_;
   Ref<NSObject> top = value(kDeepestNesting);
   skipSpace();
-  if (!rest_.empty() && asString(top)) {
-    // Something follows the string: it is the first key of a dictionary without its braces, or all is malformed.
+  if (!rest_.empty()) {
+    // Something follows: what was read is the first key of a dictionary without its braces, or all is malformed.
     rest_ = all;
     top = dictionary(std::nullopt, kDeepestNesting);
   }

@@ -64,7 +64,6 @@ void appendWithLineFeeds(std::string& text, std::string_view characters) {
 std::optional<char32_t> numericReference(std::string_view reference) {
   const bool isHexadecimal = reference.starts_with("#x");
   reference.remove_prefix(isHexadecimal ? 2 : 1);
-  if (reference.empty()) return std::nullopt;
   char32_t value = 0;
   for (const char character : reference) {
     const auto digit = digitValue(character, isHexadecimal ? 16 : 10);

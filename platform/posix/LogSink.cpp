@@ -126,12 +126,11 @@ std::string printable(std::string_view message) {
   for (std::size_t index = 0; index < message.size();) {
     const std::optional<CodePoint> character = codePointAt(message, index);
     const std::size_t size = character ? character->length : 1;
-    for (const char byte : message.substr(index, size)) {
-      if (character && !isControl(character->value)) {
-        result += byte;
-      } else {
-        appendEscaped(result, static_cast<unsigned char>(byte));
-      }
+    const std::string_view bytes = message.substr(index, size);
+    if (character && !isControl(character->value)) {
+      result += bytes;
+    } else {
+      for (const char byte : bytes) appendEscaped(result, static_cast<unsigned char>(byte));
     }
     index += size;
   }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +41,7 @@ ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("no child process");
   if (pid_ == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it is not left behind by a test that is ended itself
     reading.reset();
     body([&writing] { writing.reset(); });
     endChild();

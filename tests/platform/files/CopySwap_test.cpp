@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "FileItems.h"
+#include "posix/ItemCopy.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
 #include "support/TreeDescription.h"
@@ -187,6 +188,9 @@ TEST_F(CopySwap, IsNoMatterToARemovalAfterTheCopy) {
   EXPECT_FALSE(isThere(folder / "to"));
 }
 
+/// How long something may take that hangs when it fails, in seconds.
+constexpr unsigned kLongestTime = 60;
+
 /// Lets a child process swap two items for each other all the time while this one copies "from" over and over.
 class CopyRace : public CopySwap {
  protected:
@@ -204,8 +208,6 @@ class CopyRace : public CopySwap {
               }),
               0);
   }
-
-  static constexpr unsigned kLongestTime = 60;
 };
 
 TEST_F(CopyRace, ForASourceFolderIsNeverWonByALink) {
@@ -217,11 +219,23 @@ TEST_F(CopyRace, ForASourceFolderIsNeverWonByALink) {
   });
 }
 
-TEST_F(CopyRace, ForASourceFileIsNeverWonByAFIFO) {
-  writeFile(folder / "from/a", "x");
+TEST_F(CopySwap, OfASourceFileForAnythingElseIsNoticedAtOnce) {
+  writeFile(folder / "file", "x");
+  fs::create_symlink("file", folder / "link");
   ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-  race(folder / "from/a", folder / "fifo",
-       [](const Outcome& outcome) { EXPECT_TRUE(outcome.succeeded || outcome.code() == 70) << outcome.code(); });
+  const struct stat fileBefore = statusOf(folder / "file");
+  EXPECT_EQ(statusInChild([&] {
+              ::alarm(kLongestTime);
+              const std::pair<const char*, int> others[] = {{"fifo", ESTALE}, {"link", ELOOP}};
+              for (const auto& [name, error] : others) {
+                struct stat status = fileBefore;
+                const std::string other = folder / name;
+                const std::string copy = folder / "to";
+                EXPECT_EQ(zk::copyItem({AT_FDCWD, other.c_str()}, status, {AT_FDCWD, copy.c_str()}), error) << name;
+                EXPECT_FALSE(isThere(folder / "to")) << name;
+              }
+            }),
+            0);
 }
 
 TEST_F(CopySwap, OfATreeThatIsBeingRemovedIsNotFollowed) {

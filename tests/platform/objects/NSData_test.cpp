@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -146,11 +147,22 @@ TEST(NSDataReading, ReadsUpToTheLargestSizeAndNoFurther) {
 }
 
 TEST(NSDataReading, OfAFileThatTurnsOutTooLargeIsAbsent) {
-  // A regular file whose size the system tells as 0 and that has eight bytes for each page a process could have.
-  const auto pages = std::make_shared<NSURL>("/proc/self/pagemap");
+  // A file whose size the system tells as 0 and that has some hundred bytes for each of the process's mappings.
+  constexpr const char* kPath = "/proc/self/smaps";
+  constexpr std::size_t kMappings = 50'000;
+  const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* const pages = ::mmap(nullptr, kMappings * pageSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(pages, MAP_FAILED);
+  for (std::size_t page = 0; page < kMappings; page += 2) {
+    ASSERT_EQ(::mprotect(static_cast<char*>(pages) + page * pageSize, pageSize, PROT_READ), 0);
+  }
   struct stat file {};
-  if (::stat("/proc/self/pagemap", &file) != 0 || file.st_size != 0) GTEST_SKIP() << "no such file here";
-  EXPECT_FALSE(NSData::dataWithContentsOfURL(pages));
+  ASSERT_EQ(::stat(kPath, &file), 0);
+  ASSERT_EQ(file.st_size, 0);
+  ASSERT_GT(test::readFile(kPath).size(), kLargestFileReadWhole);
+
+  EXPECT_FALSE(NSData::dataWithContentsOfURL(std::make_shared<NSURL>(kPath)));
+  EXPECT_EQ(::munmap(pages, kMappings * pageSize), 0);
 }
 
 TEST(NSDataReading, ClosesWhatItOpens) {

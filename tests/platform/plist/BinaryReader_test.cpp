@@ -85,12 +85,15 @@ TEST(BinaryReader, ReadsTextInItsThreeEncodings) {
 
 TEST(BinaryReader, RefusesTextThatIsNotInItsEncoding) {
   EXPECT_EQ(readObject("\x51\x80"), "absent");
+  EXPECT_EQ(readObject("\x52\xC3\xA9"), "absent");
   EXPECT_EQ(readObject("\x72\xC3\x28"), "absent");
 }
 
 TEST(BinaryReader, KeepsLoneSurrogatesApart) {
   EXPECT_NE(readObject("\x61\xDC\x80"), readObject("\x61\xDC\x81"));
   EXPECT_EQ(readObject("\x61\xD8\x00"s), R"("\udced\udca0\udc80")");
+  EXPECT_EQ(readObject("\x62\xDC\x00\xDC\x00"s), R"("\udced\udcb0\udc80\udced\udcb0\udc80")");
+  EXPECT_EQ(readObject("\x62\xD7\xFF\xDC\x00"s), "\"\uD7FF\\udced\\udcb0\\udc80\"");
 }
 
 TEST(BinaryReader, ReadsCountsOfEveryWidth) {
@@ -104,6 +107,9 @@ TEST(BinaryReader, RefusesCountsThatAreNoIntegers) {
   EXPECT_EQ(readObject("\x5F\x23" + bigEndian(0, 8)), "absent");
   EXPECT_EQ(readObject("\x5F\x51"
                        "a"),
+            "absent");
+  EXPECT_EQ(readObject("\x5F\x00\x03"
+                       "abc"s),
             "absent");
   EXPECT_EQ(readObject("\x5F"), "absent");
   EXPECT_EQ(readObject("\x5F\x11\x00"s), "absent");
@@ -182,7 +188,23 @@ TEST(BinaryReader, TakesTheLastOfEqualKeys) {
             R"({"dict":{"a":3}})");
 }
 
+TEST(BinaryReader, ReadsKeysInEveryEncoding) {
+  for (const auto& key : {"\x51"
+                          "a"s,
+                          "\x61\x00"
+                          "a"s,
+                          "\x71"
+                          "a"s}) {
+    EXPECT_EQ(read(binaryDocument({"\xD1\x01\x02", key, "\x09"})), R"({"dict":{"a":true}})") << hexadecimal(key);
+  }
+}
+
 TEST(BinaryReader, RefusesKeysThatAreNoText) {
+  EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01",
+                                 "\x41"
+                                 "a"})),
+            "absent");
+  EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x80\x01"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x10\x01"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x02", "\xA0", "\x10\x01"})), "absent");
 }
@@ -214,6 +236,12 @@ TEST(BinaryReader, ReadsATopObjectThatIsNotTheFirst) {
   EXPECT_EQ(read(binaryDocument({"\x08", "\xA1\x00"s}, {.top = 1})), "[false]");
 }
 
+TEST(BinaryReader, ReadsATopObjectThatNoReferenceReaches) {
+  std::vector<std::string> objects(300, "\x08");
+  objects.emplace_back("\xA1\x00"s);
+  EXPECT_EQ(read(binaryDocument(objects, {.offsetSize = 2, .top = 300})), "[false]");
+}
+
 TEST(BinaryReader, ReadsWhatItCanOfOtherVersions) {
   EXPECT_EQ(read(binaryDocument({"\x09"}, {.header = "bplist01"})), "true");
 }
@@ -232,7 +260,7 @@ TEST(BinaryReader, RefusesATrailerThatPointsElsewhere) {
   EXPECT_EQ(read(objects + "\x08" + binaryTrailer({}, 1, 10)), "absent") << "table at the trailer";
   EXPECT_EQ(read(objects + "\x08" + binaryTrailer({}, 1, 7)), "absent") << "table in the header";
   EXPECT_EQ(read(objects + "\x08" + binaryTrailer({}, 1, ~0ULL)), "absent") << "table beyond the end";
-  EXPECT_EQ(read(objects + "\x07" + binaryTrailer({}, 1, 9)), "absent") << "object in the header";
+  EXPECT_EQ(read(objects + "\x00"s + binaryTrailer({}, 1, 9)), "absent") << "object in the header, which reads as text";
   EXPECT_EQ(read(objects + "\x09" + binaryTrailer({}, 1, 9)), "absent") << "object in the table";
 }
 
@@ -268,14 +296,26 @@ TEST(BinaryReader, RefusesContainersThatHoldThemselves) {
 /// `depth` arrays inside one another; the innermost is empty.
 std::string nestedArrays(std::size_t depth) {
   std::vector<std::string> objects;
-  for (std::size_t index = 1; index < depth; ++index) objects.push_back("\xA1" + bigEndian(index, 2));
+  for (std::size_t index = 1; index < depth; ++index) objects.push_back("\xA1" + bigEndian(index, 3));
   objects.emplace_back("\xA0");
-  return binaryDocument(objects, {.offsetSize = 2, .referenceSize = 2});
+  return binaryDocument(objects, {.offsetSize = 3, .referenceSize = 3});
 }
 
 TEST(BinaryReader, ReadsNestingOf512AndRefusesDeeper) {
   EXPECT_TRUE(readBinaryPropertyList(nestedArrays(512)));
   EXPECT_FALSE(readBinaryPropertyList(nestedArrays(513)));
+  EXPECT_FALSE(readBinaryPropertyList(nestedArrays(1000000))) << "deeper than the stack";
+}
+
+TEST(BinaryReader, CountsUIDsAsALevelOfNesting) {
+  const auto around = [](std::size_t depth) {
+    std::vector<std::string> objects;
+    for (std::size_t index = 1; index <= depth; ++index) objects.push_back("\xA1" + bigEndian(index, 2));
+    objects.emplace_back("\x80\x01");
+    return binaryDocument(objects, {.offsetSize = 2, .referenceSize = 2});
+  };
+  EXPECT_TRUE(readBinaryPropertyList(around(511)));
+  EXPECT_FALSE(readBinaryPropertyList(around(512)));
 }
 
 TEST(BinaryReader, CountsTheNestingOfSharedObjectsOnTheirDeepestPath) {
@@ -292,15 +332,26 @@ TEST(BinaryReader, CountsTheNestingOfSharedObjectsOnTheirDeepestPath) {
   EXPECT_FALSE(readBinaryPropertyList(document(12)));
 }
 
+/// An array of so many arrays, of which each has 250 references that are also those of the one before.
+std::string overlappingArrays(std::size_t count) {
+  std::string document = "bplist00";
+  std::string offsets = bigEndian(document.size(), 2);
+  document += bigEndian(0xA0 + count, 1);
+  for (std::size_t index = 1; index <= count; ++index) document += bigEndian(index, 1);
+  for (std::size_t index = 1; index <= count; ++index) {
+    offsets += bigEndian(document.size(), 2);
+    document += "\xAF\x10\xFA";
+  }
+  document += std::string(250, '\xFF');
+  // What the markers are as references to.
+  while (offsets.size() < 2 * 256) offsets += bigEndian(document.size(), 2);
+  document += "\x09";
+  return document + offsets + binaryTrailer({.offsetSize = 2}, 256, document.size());
+}
+
 TEST(BinaryReader, RefusesObjectsThatOverlap) {
-  // Two arrays whose references are the same bytes: together they are longer than the document.
-  std::string document = "bplist00\xA2\x02\x03\x09";
-  const std::size_t first = document.size();
-  document += "\xAF\x10\x80";
-  document += "\xAF\x10\x80" + std::string(128, '\x01') + std::string(3, '\x01');
-  const std::size_t offsetTable = document.size();
-  document += bigEndian(8, 1) + bigEndian(11, 1) + bigEndian(first, 1) + bigEndian(first + 3, 1);
-  EXPECT_EQ(read(document + binaryTrailer({}, 4, offsetTable)), "absent");
+  EXPECT_TRUE(readBinaryPropertyList(overlappingArrays(1)));
+  EXPECT_FALSE(readBinaryPropertyList(overlappingArrays(5)));
 }
 
 }  // namespace

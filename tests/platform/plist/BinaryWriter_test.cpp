@@ -167,9 +167,16 @@ TEST(BinaryWriter, WritesUIDsAsUIDs) {
   EXPECT_EQ(writtenObject(uid(number(5))), "8005");
   EXPECT_EQ(writtenObject(uid(number(65536))), "8300010000");
   EXPECT_EQ(writtenObject(uid(number(4294967295))), "83ffffffff");
-  for (const Ref<NSObject>& value : {Ref<NSObject>(number(-1)), Ref<NSObject>(number(4294967296)),
-                                     Ref<NSObject>(NSNumber::numberWithUnsignedLongLong(~0ULL)), Ref<NSObject>(real(1)),
-                                     Ref<NSObject>(text("1")), Ref<NSObject>(NSNumber::numberWithBool(true))}) {
+  EXPECT_EQ(write(uid(number(4294967296))), binaryDocument({"\x56"
+                                                            "CF$UID",
+                                                            "\x13" + bigEndian(4294967296, 8), "\xD1\x00\x01"s},
+                                                           {.top = 2}));
+  EXPECT_EQ(readBack(NSDictionary::dictionaryWithEntries({{"CF$UIE"_ns, number(5)}})), R"({"dict":{"CF$UIE":5}})");
+  EXPECT_EQ(readBack(NSDictionary::dictionaryWithEntries({{"CF$UID"_ns, number(5)}, {"a"_ns, number(6)}})),
+            R"({"dict":{"CF$UID":5,"a":6}})");
+  for (const Ref<NSObject>& value :
+       {Ref<NSObject>(number(-1)), Ref<NSObject>(NSNumber::numberWithUnsignedLongLong(~0ULL)), Ref<NSObject>(real(1)),
+        Ref<NSObject>(text("1")), Ref<NSObject>(NSNumber::numberWithBool(true))}) {
     EXPECT_EQ(readBack(uid(value)), "{\"dict\":{\"CF$UID\":" + jsonFromPropertyList(value) + "}}");
   }
 }
@@ -212,23 +219,33 @@ TEST(BinaryWriter, RefusesWhatNoPropertyListCanHold) {
   EXPECT_FALSE(writeBinaryPropertyList(NSDictionary::dictionaryWithEntries({{"a"_ns, std::make_shared<NSURL>("/a")}})));
 }
 
+/// `levels` arrays, or dictionaries, around the object.
+Ref<NSObject> nested(Ref<NSObject> object, int levels, bool isInDictionaries = false) {
+  for (int level = 0; level < levels; ++level) {
+    if (isInDictionaries) {
+      object = NSDictionary::dictionaryWithEntries({{"a"_ns, object}});
+    } else {
+      object = array({object});
+    }
+  }
+  return object;
+}
+
 TEST(BinaryWriter, WritesNestingOf512AndRefusesDeeper) {
-  const auto nested = [](int depth) {
-    Ref<NSObject> object = array({});
-    for (int level = 1; level < depth; ++level) object = array({object});
-    return object;
-  };
-  EXPECT_TRUE(writeBinaryPropertyList(nested(512)));
-  EXPECT_FALSE(writeBinaryPropertyList(nested(513)));
-  // The same where a part has been collected on a shorter path before.
-  const Ref<NSObject> shared = nested(500);
-  const auto below = [&shared](int depth) {
-    Ref<NSObject> object = shared;
-    for (int level = 0; level < depth; ++level) object = array({object});
-    return array({shared, object});
-  };
-  EXPECT_TRUE(writeBinaryPropertyList(below(11)));
-  EXPECT_FALSE(writeBinaryPropertyList(below(12)));
+  for (const bool isInDictionaries : {false, true}) {
+    EXPECT_TRUE(writeBinaryPropertyList(nested(number(1), 512, isInDictionaries)));
+    EXPECT_FALSE(writeBinaryPropertyList(nested(number(1), 513, isInDictionaries)));
+  }
+}
+
+TEST(BinaryWriter, CountsTheNestingOfSharedObjectsOnTheirDeepestPath) {
+  const auto uid = NSDictionary::dictionaryWithEntries({{"CF$UID"_ns, number(5)}});
+  for (const Ref<NSObject>& shared : {nested(number(1), 500), nested(number(1), 500, true), nested(uid, 499)}) {
+    EXPECT_TRUE(writeBinaryPropertyList(array({shared, nested(shared, 11)})));
+    EXPECT_FALSE(writeBinaryPropertyList(array({shared, nested(shared, 12)})));
+  }
+  EXPECT_TRUE(writeBinaryPropertyList(array({uid, nested(uid, 510)})));
+  EXPECT_FALSE(writeBinaryPropertyList(array({uid, nested(uid, 511)})));
 }
 
 TEST(BinaryWriter, RefusesADictionaryThatHoldsItself) {

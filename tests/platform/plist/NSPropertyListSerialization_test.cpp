@@ -93,7 +93,9 @@ TEST(NSPropertyListSerialization, PutsBackBytesThatWereWrittenAsNoncharactersInE
   EXPECT_EQ(read(binaryDocument({"\x62\xFD\xDF\xFD\xEF"})), byte);
   EXPECT_EQ(read("<string>\uFDDF\uFDEF</string>"), byte);
   EXPECT_EQ(read("\"\uFDDF\uFDEF\""), byte);
-  EXPECT_EQ(read("\"\uFDD0\uFDEF\uFDDF\""), "\"\uFDD0\uFDEF\uFDDF\"") << "no byte that needs it is written like this";
+  for (const std::string text : {"\uFDD0\uFDEF", "\uFDDF", "\uFDDF\uFDDF", "\uFDE0\uFDE0", "\uFDDF\uFDF0"}) {
+    EXPECT_EQ(read("\"" + text + "\""), "\"" + text + "\"") << "no byte is written like this";
+  }
 }
 
 TEST(NSPropertyListSerialization, WritesTheBinaryFormOnly) {

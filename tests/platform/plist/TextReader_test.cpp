@@ -34,6 +34,7 @@ TEST(TextReader, ReadsArrays) {
   EXPECT_EQ(read("()"), "[]");
   EXPECT_EQ(read("( )"), "[]");
   EXPECT_EQ(read("(a)"), R"(["a"])");
+  EXPECT_EQ(read("(a\u2028,\u2029b)"), R"(["a","b"])") << "Unicode's separators are white space";
   EXPECT_EQ(read("(a , (b),\"c\" )"), R"(["a",["b"],"c"])");
   EXPECT_EQ(read("(a,)"), R"(["a"])") << "a comma may follow the last value";
 }
@@ -94,7 +95,7 @@ TEST(TextReader, ResolvesEscapes) {
 TEST(TextReader, ResolvesOctalEscapesInTheNextStepEncoding) {
   EXPECT_EQ(read(R"("\101\60\7")"), R"("A0\u0007")");
   EXPECT_EQ(read(R"("\1012")"), R"("A2")") << "no more than three digits";
-  EXPECT_EQ(read(R"("\0")"), R"("\u0000")");
+  EXPECT_EQ(read(R"(("", "\0", "\0\0"))"), R"(["","\u0000","\u0000\u0000"])");
   EXPECT_EQ(read(R"("\341\256\377")"), "\"\u00C6\uFB01\uFFFD\"");
   EXPECT_EQ(read(R"("\8")"), R"("8")") << "no octal digit";
 }

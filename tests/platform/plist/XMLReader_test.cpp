@@ -120,8 +120,9 @@ TEST(XMLReader, ResolvesReferences) {
 }
 
 TEST(XMLReader, RefusesReferencesToAnythingElse) {
-  for (const char* text : {"&", "&;", "&nbsp;", "&lt", "&#;", "&#x;", "&#xG;", "&#1114112;", "&#xD800;", "&#0;", "&#1;",
-                           "&#xFFFE;", "&#99999999999999999999;", "& lt;", "&LT;", "&#X41;", "&#-1;"}) {
+  for (const char* text :
+       {"&", "&;", "&nbsp;", "&lt", "&#;", "&#x;", "&#xG;", "&#1114112;", "&#xD800;", "&#0;", "&#1;", "&#xFFFE;",
+        "&#99999999999999999999;", "&#4294967361;", "& lt;", "&LT;", "&#X41;", "&#-1;"}) {
     EXPECT_EQ(readValue("<string>"s + text + "</string>"), "absent") << text;
   }
 }
@@ -168,7 +169,7 @@ TEST(XMLReader, RefusesADocumentTypeThatDoesNotEnd) {
 TEST(XMLReader, SkipsAttributes) {
   EXPECT_EQ(read("<plist version = '1.0' xmlns:a=\"b>c\"><string a='\"'>d</string ></plist >"), R"("d")");
   for (const char* tag :
-       {"<true a>", "<true a=>", "<true a=b>", "<true a='b>", "<true a='<'>", "<true =''>", "<true /"}) {
+       {"<true a>", "<true a'b'>", "<true a=>", "<true a=b>", "<true a='b>", "<true a='<'>", "<true =''>", "<true /"}) {
     EXPECT_EQ(readValue("<array>"s + tag + "</true></array>"), "absent") << tag;
   }
 }
@@ -184,6 +185,9 @@ TEST(XMLReader, RefusesElementsInTheWrongPlace) {
                             "<dict><key>a</key></dict>",
                             "<dict><key>a</key><key>b</key></dict>",
                             "<dict><key>a</key><true/><true/></dict>",
+                            "<dict></key>a</key><true/></dict>",
+                            "<dict><string>a</string><true/></dict>",
+                            "<array></string>a</string></array>",
                             "<array>a</array>",
                             "<dict>a</dict>",
                             "<dict><key>a</key>b<true/></dict>",
@@ -205,9 +209,10 @@ TEST(XMLReader, RefusesElementsInTheWrongPlace) {
 }
 
 TEST(XMLReader, RefusesWhatIsNotOneElement) {
-  for (const char* document : {"", " ", "<", "<>", "< true/>", "<plist/>", "<plist></plist>", "<true/><true/>",
-                               "<true/>x", "x<true/>", "<!DOCTYPE plist>", "<?xml version=\"1.0\"?>", "</plist>",
-                               "<plist><true/>", "<true/></true>", "<!DOCTYPE a><!DOCTYPE b><true/>"}) {
+  for (const char* document :
+       {"", " ", "<", "<>", "< true/>", "<plist/>", "<plist></plist>", "<true/><true/>", "<true/>x", "x<true/>",
+        "<!DOCTYPE plist>", "<?xml version=\"1.0\"?>", "</plist>", "</plist><true/></plist>", "<plist/><true/></plist>",
+        "<plist><true/>", "<true/></true>", "<!DOCTYPE a><!DOCTYPE b><true/>"}) {
     EXPECT_EQ(read(document), "absent") << document;
   }
 }

@@ -161,7 +161,8 @@ TEST_F(POSIXSystemTest, ReportsACountThatWouldBeTooLarge) {
   create(SEM_VALUE_MAX);
   errno = 0;
   expectRefused(systemCalls().sem_post(handle), 84);
-  EXPECT_EQ(systemCalls().sem_open("/zk-test-too-large", ZKO_CREAT, 0666, UINT_MAX), ZKSEM_FAILED);
+  const SemaphoreName other;
+  EXPECT_EQ(systemCalls().sem_open(other.bytes().c_str(), ZKO_CREAT, 0666, UINT_MAX), ZKSEM_FAILED);
   EXPECT_EQ(errorNumber(), ZKEINVAL);
 }
 
