@@ -1,5 +1,5 @@
-# The target `coverage`: runs the unit tests and the acceptance tests, and prints line and branch coverage of the folders
-# that hold this system's logic, by clang's source-based counts.
+# The target `coverage`: runs the unit tests of the folders that hold this system's logic, and the main job of the
+# executable, and prints those folders' line and branch coverage by clang's source-based counts.
 
 set(coverage_folders updater semaphore errors version)
 set(coverage_tests updater_tests semaphore_tests errors_tests version_tests)
@@ -16,7 +16,11 @@ list(TRANSFORM coverage_folders PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE cov
 add_custom_target(coverage
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${CMAKE_BINARY_DIR}/profiles
   COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
-    ${CMAKE_CTEST_COMMAND} --output-on-failure --parallel 2
+    ${CMAKE_CTEST_COMMAND} --quiet --output-on-failure --parallel 2 -R "^(updater|semaphore|errors|version)_tests[.]"
+  COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
+    ZK_BUILD=${CMAKE_BINARY_DIR} PYTHONDONTWRITEBYTECODE=1
+    /usr/bin/python3 -m pytest -q -p no:cacheprovider --basetemp=${CMAKE_BINARY_DIR}/coverage-files
+    ${CMAKE_SOURCE_DIR}/tests/acceptance/main_job_test.py
   COMMAND ${LLVM_PROFDATA} merge -sparse -o ${CMAKE_BINARY_DIR}/coverage.profdata ${CMAKE_BINARY_DIR}/profiles
   COMMAND ${LLVM_COV} report ${coverage_objects} -instr-profile ${CMAKE_BINARY_DIR}/coverage.profdata
     -show-branch-summary ${coverage_sources}

@@ -57,6 +57,11 @@ TEST(WantedLanguages, AreNeverPaths) {
   }
 }
 
+TEST(WantedLanguages, AreNotEmptyThoughARegionStandsAlone) {
+  const LanguageEnvironment environment({{"LANG", "_DE"}});
+  EXPECT_THAT(wantedLanguages(), ElementsAre("_DE", "-DE"));
+}
+
 TEST(WantedLanguages, PassOverEmptyNamesInTheList) {
   const LanguageEnvironment environment({{"LANGUAGE", "::de::.UTF-8:@x:fr:"}});
   EXPECT_THAT(wantedLanguages(), ElementsAre("de", "fr"));

@@ -198,6 +198,7 @@ TEST_F(NSBundleTest, LiesAroundItsExecutableInAnyLayout) {
   EXPECT_EQ(around("B.framework/Resources/deep/down/x"), "B.framework");
   EXPECT_EQ(around("C.bundle/C"), "C.bundle");
   EXPECT_EQ(around("elsewhere/x"), "(none)");
+  EXPECT_EQ(around("A.app"), "(none)");
   EXPECT_EQ(around("x"), "(none)");
 }
 

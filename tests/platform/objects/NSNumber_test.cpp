@@ -30,6 +30,13 @@ TEST(NSNumber, KnowsItsKind) {
   EXPECT_FALSE(NSNumber::numberWithDouble(1)->isInteger());
 }
 
+TEST(NSNumber, HoldsWhatItWasMadeOf) {
+  EXPECT_EQ(NSNumber::numberWithBool(true)->value(), NSNumber::Value(true));
+  EXPECT_EQ(NSNumber::numberWithInt(-1)->value(), NSNumber::Value(std::int64_t{-1}));
+  EXPECT_EQ(NSNumber::numberWithUnsignedLongLong(kUnsignedMax)->value(), NSNumber::Value(kUnsignedMax));
+  EXPECT_EQ(NSNumber::numberWithDouble(1.5)->value(), NSNumber::Value(1.5));
+}
+
 TEST(NSNumber, IntegersReadByTheirTwosComplement) {
   EXPECT_EQ(NSNumber::numberWithInt(-5)->unsignedLongLongValue(), kUnsignedMax - 4);
   EXPECT_EQ(NSNumber::numberWithInt(-5)->longLongValue(), -5);

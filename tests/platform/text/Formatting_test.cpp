@@ -158,7 +158,16 @@ TEST(Formatting, LeavesAnUnfinishedConversionAsItStands) {
 }
 
 TEST(Formatting, LeavesAWidthBeyondAllBoundsAsItStands) {
-  EXPECT_EQ(formatted("%99999999999999999999d|%d", 5, 6), "%99999999999999999999d|6");
+  const void* const address = nullptr;
+  const std::string format =
+      "%99999999999d %99999999999u %99999999999c %99999999999f %99999999999s %99999999999p %.99999999999x";
+  EXPECT_EQ(formatted(format + "|%d", 1, 2U, 'c', 4.0, "s", address, 7, 8), format + "|8");
+}
+
+TEST(Formatting, WidensConversionsOfEveryKind) {
+  const void* const address = nullptr;
+  EXPECT_EQ(formatted("%100d%100u%100c%100f%100s%100p%100x", -1, 2U, 'c', 4.0, "s", address, 7),
+            printed("%100d%100u%100c%100f%100s%100p%100x", -1, 2U, 'c', 4.0, "s", address, 7));
 }
 
 TEST(Formatting, GrowsWithWhatIsPrinted) {
