@@ -1,22 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-
+#include "fuzz/Fuzzing.h"
 #include "plist/BinaryReader.h"
 #include "plist/BinaryWriter.h"
 
 namespace zk::fuzz {
-
-inline void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-inline std::string_view asText(const std::uint8_t* data, std::size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
-}
 
 /// What was read can be written, and what was written reads as the same: written again it gives the same bytes. (To
 /// compare the objects themselves would go over shared ones again and again.)

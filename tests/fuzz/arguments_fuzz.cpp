@@ -1,18 +1,18 @@
 // The input's zero bytes separate the arguments that the settings are read from. Each setting must agree with a plain
 // reading of the rules.
 
-#include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "fuzz/Fuzzing.h"
 #include "process/NSUserDefaults.h"
 #include "process/System.h"
 #include "support/ForwardingSystem.h"
 
 namespace {
+
+using zk::fuzz::require;
 
 class SystemWithArguments final : public zk::test::ForwardingSystem {
  public:
@@ -59,14 +59,10 @@ bool isTrue(std::string_view text) {
   return (text[0] >= '1' && text[0] <= '9') || text[0] == 'y' || text[0] == 'Y' || text[0] == 't' || text[0] == 'T';
 }
 
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::vector<std::string> arguments = split({reinterpret_cast<const char*>(data), size});
+  const std::vector<std::string> arguments = split(zk::fuzz::asText(data, size));
   const std::map<std::string, std::string> settings = settingsIn(arguments);
   SystemWithArguments system(arguments);
   const zk::System::Scope scope(system);

@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,16 +11,14 @@
 #include <string_view>
 
 #include "files/NSBundle.h"
+#include "fuzz/Fuzzing.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using zk::fuzz::require;
 
 constexpr const char* kInfoPaths[] = {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"};
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 /// A bundle of this process's own, in memory where that is possible.
 class Bundle {
@@ -66,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const Bundle bundle;
   if (size == 0) return 0;
   const char* info = kInfoPaths[data[0] % std::size(kInfoPaths)];
-  bundle.write(info, {reinterpret_cast<const char*>(data) + 1, size - 1});
+  bundle.write(info, zk::fuzz::asText(data, size).substr(1));
 
   const auto found = zk::NSBundle::bundleWithURL(std::make_shared<zk::NSURL>(bundle.path().string()));
   require(found != nullptr);

@@ -1,21 +1,15 @@
 // Any bytes as a version's text: reading stays inside them, gives no invalid version, and what it gives reads back.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-
 #include "ZKVersion.h"
+#include "fuzz/Fuzzing.h"
 
 namespace {
 
 using namespace zk;
+using fuzz::require;
 
 /// The largest version that can be built from parts; a larger packed value does not read back from its parts.
 constexpr std::uint64_t kLargestOfParts = 99'99'99'9999;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void requireReadsBack(const Ref<ZKVersion>& version, const Ref<NSString>& form) {
   const Ref<ZKVersion> back = ZKVersion::versionWithString(form);
@@ -25,8 +19,7 @@ void requireReadsBack(const Ref<ZKVersion>& version, const Ref<NSString>& form) 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  const Ref<NSString> text = NSString::stringWithBytes(bytes);
+  const Ref<NSString> text = NSString::stringWithBytes(zk::fuzz::asText(data, size));
 
   const Ref<ZKVersion> version = ZKVersion::versionWithString(text);
   if (version) {

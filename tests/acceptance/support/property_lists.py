@@ -13,6 +13,7 @@ import plistlib
 import random
 import struct
 import subprocess
+import sys
 from pathlib import Path
 
 LIBPLIST = "libplist-2.0.so.3"
@@ -70,7 +71,8 @@ class Values:
     def integer(self):
         size = self.random.choice([1, 7, 8, 9, 15, 16, 17, 31, 32, 33, 62, 63])
         edge = self.random.choice([0, 1, (1 << size) - 1, 1 << size, self.random.getrandbits(size)])
-        return self.random.choice([1, -1]) * min(edge, (1 << 63) - 1)
+        number = self.random.choice([1, -1]) * min(edge, (1 << 63) - 1)
+        return self.choice_with([number] * 5, "an integer above all signed ones", [(1 << 64) - max(1, abs(number))])
 
     def real(self):
         simple = [0.0, 1.0, 1.5, 0.1, 1e300, -5e-324, float(self.integer()), self.random.uniform(-1e6, 1e6),
@@ -191,6 +193,8 @@ class HandMade:
         if count < 15 and (self.is_plain or self.random.random() < 0.8):
             return bytes([marker << 4 | count])
         power = self.random.choice([power for power in range(4) if count < 256 ** (1 << power)])
+        if power == 3:
+            self.features.add("a count of 8 bytes")
         return bytes([marker << 4 | 15, 0x10 | power]) + count.to_bytes(1 << power, "big")
 
     def scalar(self, value):
@@ -212,8 +216,10 @@ class HandMade:
         return self.text(value)
 
     def integer(self, value):
-        powers = [power for power in range(3) if 0 <= value < 256 ** (1 << power)] + [3]
-        if not self.is_plain:
+        powers = [power for power in range(3) if 0 <= value < 256 ** (1 << power)]
+        if value < 1 << 63:
+            powers.append(3)
+        if not self.is_plain or value >= 1 << 63:
             powers.append(4)
         power = self.random.choice(powers)
         if power == 4:
@@ -252,18 +258,6 @@ class HandMade:
             self.features.add("an empty text in UTF-16")
         units = value.encode("utf-16-be")
         return self.count(6, len(units) // 2) + units
-
-
-def what_is_missing():
-    """The package of another program that is not installed here, or None."""
-    try:
-        ctypes.CDLL(LIBPLIST)
-        subprocess.run(["ruby", "-e", "require 'cfpropertylist'"], check=True, stderr=subprocess.DEVNULL)
-    except OSError as error:
-        return "ruby" if isinstance(error, FileNotFoundError) else "libplist3"
-    except subprocess.CalledProcessError:
-        return "ruby-cfpropertylist"
-    return None
 
 
 class LibPlist:
@@ -306,18 +300,20 @@ def read_with_plistlib(document):
         return f"absent: {error}"
 
 
-def _read_in_one_process(command, names, folder):
-    result = subprocess.run([*command, folder], input="".join(f"{name}\n" for name in names), text=True,
-                            encoding="utf-8", stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+def _read_in_one_process(command, names):
+    result = subprocess.run(command, input="".join(f"{name}\n" for name in names), text=True, encoding="utf-8",
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
     assert result.returncode == 0, result.stderr
     lines = result.stdout.split("\n")[:-1]
     assert len(lines) == len(names), result.stderr
     return [of_json(line) for line in lines]
 
 
-def read_with_ruby(names, folder):
-    return _read_in_one_process(["ruby", Path(__file__).with_name("property_lists.rb")], names, folder)
+def read_with_gnustep(names, folder=None, forms=()):
+    """Also writes each property list to FOLDER/N.FORM for each form: text, xml, binary."""
+    arguments = [folder, *forms] if folder else []
+    return _read_in_one_process([sys.executable, Path(__file__).with_name("gnustep.py"), *arguments], names)
 
 
 def read_with_ours(tool, names, folder):
-    return _read_in_one_process([tool], names, folder)
+    return _read_in_one_process([tool, folder], names)

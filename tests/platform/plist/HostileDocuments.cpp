@@ -10,6 +10,8 @@ namespace {
 
 using namespace std::string_literals;
 
+constexpr std::size_t kHeaderLength = 8;
+
 /// `start`, then `item` with 0, 1, 2, ... up to about `size` bytes, then `end`.
 std::string filled(std::size_t size, const std::string& start, const std::function<std::string(std::size_t)>& item,
                    const std::string& end) {
@@ -158,39 +160,35 @@ std::vector<HostileDocument> hungryBinaries(std::size_t size) {
   return documents;
 }
 
-/// Many dictionaries of the same two keys, which are long and differ only at their ends.
-std::string dictionariesOfLongKeys(std::size_t size) {
+/// A dictionary of the same two keys again and again, which are long and differ only at their ends.
+std::string dictionaryOfLongKeys(std::size_t size) {
   const std::string count = "\x12" + bigEndian(size / 4, 4);
   const std::string key = "\x5F" + count + std::string(size / 4 - 1, 'a');
-  const std::size_t dictionaries = size / 2 / 19;
-  std::string references;
-  std::vector<std::string> objects;
-  objects.emplace_back();
-  for (std::size_t index = 1; index <= dictionaries; ++index) {
-    references += bigEndian(index, 3);
-    objects.push_back("\xD2" + bigEndian(dictionaries + 1, 3) + bigEndian(dictionaries + 2, 3) +
-                      bigEndian(dictionaries + 1, 3) + bigEndian(dictionaries + 2, 3));
-  }
-  objects[0] = "\xAF\x12" + bigEndian(dictionaries, 4) + references;
-  objects.push_back(key + "b");
-  objects.push_back(key + "c");
-  return binaryDocument(objects, {.offsetSize = 3, .referenceSize = 3});
+  std::string keys;
+  while (keys.size() < size / 4) keys += "\x01\x02";
+  return binaryDocument({"\xDF" + count + keys + keys, key + "b", key + "c"}, {.offsetSize = 4});
 }
 
-/// Arrays that all have their references in the same place.
+/// Arrays that all have their references in the same place, and each almost as many as the document is long.
 std::string overlappingArrays(std::size_t size) {
-  constexpr std::size_t kArrayLength = 6;
-  const std::size_t count = size / 2 / (kArrayLength + 6);
-  std::string document = "bplist00\xAF\x12" + bigEndian(count, 4);
-  for (std::size_t index = 1; index <= count; ++index) document += bigEndian(index, 3);
-  std::string offsets = bigEndian(8, 3);
-  for (std::size_t index = 0; index < count; ++index) {
-    offsets += bigEndian(document.size(), 3);
-    // From here on to the end of the zeros; the bytes of the arrays between are references like any other.
-    document += "\xAF\x12" + bigEndian(size / 2 / 3, 4);
+  // The markers and counts of the arrays are references of those before them, too. None of their bytes is an index from
+  // kFirst on, so that they refer to the one scalar.
+  constexpr std::size_t kFirst = 0xE0;
+  constexpr std::size_t kCount = 30;
+  constexpr std::size_t kTop = 0xFF;
+  std::vector<std::size_t> offsets(kTop + 1, kHeaderLength);
+  std::string document = "bplist00\x09";
+  offsets[kTop] = document.size();
+  document += "\xAF\x10" + bigEndian(kCount, 1);
+  for (std::size_t index = kFirst; index < kFirst + kCount; ++index) document += bigEndian(index, 1);
+  for (std::size_t index = kFirst; index < kFirst + kCount; ++index) {
+    offsets[index] = document.size();
+    document += "\xAF\x12" + bigEndian(size, 4);
   }
-  document += std::string(size / 2, '\0');
-  return document + offsets + binaryTrailer({.offsetSize = 3, .referenceSize = 3}, count + 1, document.size());
+  document += std::string(size, '\x01');
+  const std::size_t offsetTable = document.size();
+  for (const std::size_t offset : offsets) document += bigEndian(offset, 4);
+  return document + binaryTrailer({.offsetSize = 4, .top = kTop}, offsets.size(), offsetTable);
 }
 
 }  // namespace
@@ -213,8 +211,7 @@ std::vector<HostileDocument> hungryDocuments(std::size_t size) {
 
 std::vector<HostileDocument> slowDocuments(std::size_t size) {
   return {
-      // The only one that needs its size for its slowness to stand out: a single comparison is fast.
-      {"dictionaries of long keys", dictionariesOfLongKeys(4 * size)},
+      {"a dictionary of long keys", dictionaryOfLongKeys(size)},
       {"overlapping arrays", overlappingArrays(size)},
       {"arrays that double", doublingArrays(500)},
       {"comments that do not end", repeated(size, "(", "/*", "")},

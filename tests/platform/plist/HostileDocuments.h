@@ -10,11 +10,11 @@ struct HostileDocument {
   std::string bytes;
 };
 
-/// Documents of `size` bytes or a few times as many that ask for as much memory for each byte as their form allows:
+/// Documents of about `size` bytes that ask for as much memory for each byte as their form allows:
 /// very many very small objects, empty containers, keys, shared references.
 std::vector<HostileDocument> hungryDocuments(std::size_t size);
 
-/// Documents of `size` bytes or a few times as many that ask for much more time than their size where a reader goes
+/// Documents of about `size` bytes that ask for much more time than their size where a reader goes
 /// over anything twice: contents that never end, containers that claim the same contents, keys that are long to
 /// compare, references that double at every level.
 std::vector<HostileDocument> slowDocuments(std::size_t size);

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+namespace zk::fuzz {
+
+/// Ends a fuzz target where something that has to hold does not.
+inline void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// The bytes of an input.
+inline std::string_view asText(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+}  // namespace zk::fuzz
