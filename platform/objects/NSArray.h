@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+#include <variant>
 #include <vector>
 
 #include "objects/NSObject.h"
@@ -10,17 +12,21 @@ namespace zk {
 class NSArray final : public NSObject {
  public:
   explicit NSArray(std::vector<Ref<NSObject>> objects) : objects_(std::move(objects)) {}
+  explicit NSArray(Ref<NSObject> object) : objects_(std::move(object)) {}
 
   static Ref<NSArray> arrayWithObjects(std::vector<Ref<NSObject>> objects);
+  static Ref<NSArray> arrayWithObject(Ref<NSObject> object);
 
-  const std::vector<Ref<NSObject>>& objects() const { return objects_; }
-  std::size_t count() const { return objects_.size(); }
+  /// Valid as long as the list.
+  std::span<const Ref<NSObject>> objects() const;
+  std::size_t count() const { return objects().size(); }
 
   bool isEqual(const Ref<NSObject>& object) const override;
-  std::size_t hash() const override { return objects_.size(); }
+  std::size_t hash() const override { return count(); }
 
  private:
-  std::vector<Ref<NSObject>> objects_;
+  /// The only object needs no room beside the list: two bytes of a document can put a list around an object.
+  std::variant<Ref<NSObject>, std::vector<Ref<NSObject>>> objects_;
 };
 
 /// The object as a list, or absent when it is absent or no list.

@@ -65,7 +65,7 @@ class DictionaryFilledLater final : public NSDictionary {
 
 class BinaryReader {
  public:
-  explicit BinaryReader(std::string_view document) : document_(document), unread_(document.size()) {}
+  explicit BinaryReader(std::string_view document) : document_(document) {}
 
   Ref<NSObject> read();
 
@@ -105,9 +105,9 @@ class BinaryReader {
   void fill(const UnfilledDictionary& unfilled, std::vector<std::size_t>& places);
 
   std::string_view document_;
-  /// How many bytes may still be read. The objects of a well-made document do not overlap, so that all of them together
-  /// are shorter than it; in a hostile one every array could claim the same references.
-  std::size_t unread_;
+  /// How many bytes of objects may still be read. Those of a well-made document do not overlap; in a hostile one every
+  /// array could claim the same references.
+  std::size_t unread_ = 0;
 
   std::string_view offsets_;
   std::size_t offsetSize_ = 0;
@@ -143,8 +143,11 @@ bool BinaryReader::readTrailer() {
   const auto isWidth = [](std::size_t size) { return size >= 1 && size <= kWidestReference; };
   if (!isWidth(offsetSize_) || !isWidth(referenceSize_)) return false;
   if (offsetTable > end || objectCount > (end - offsetTable) / offsetSize_) return false;
+  // For the same reason there are no more objects than places that an offset can name.
+  if (offsetSize_ < 4 && objectCount > std::uint64_t{1} << 8 * offsetSize_) return false;
   offsets_ = document_.substr(offsetTable, objectCount * offsetSize_);
   document_ = document_.substr(0, offsetTable);
+  unread_ = document_.size();
 
   // What no reference can reach needs no room; the top object alone is named in full width.
   if (referenceSize_ < 4)

@@ -89,7 +89,10 @@ bool holdsOnlyXMLCharacters(std::string_view document) {
 }
 
 bool XMLScanner::skipProlog() {
-  if (rest_.starts_with("<?xml") && !isDeclaredEncodingKnown()) return false;
+  constexpr std::string_view kDeclaration = "<?xml";  // the beginning of other instructions' names, too
+  const bool isDeclared =
+      rest_.starts_with(kDeclaration) && rest_.size() > kDeclaration.size() && isXMLSpace(rest_[kDeclaration.size()]);
+  if (isDeclared && !isDeclaredEncodingKnown()) return false;
   if (!skipSpaceAndComments()) return false;
   return !skip("<!DOCTYPE") || skipDocumentType();
 }

@@ -109,8 +109,7 @@ bool isSame(const Ref<NSObject>& left, const Ref<NSObject>& right) {
   }
   if (const auto array = asArray(left)) {
     const auto other = asArray(right);
-    return other && std::equal(array->objects().begin(), array->objects().end(), other->objects().begin(),
-                               other->objects().end(), &isSame);
+    return other && std::ranges::equal(array->objects(), other->objects(), &isSame);
   }
   if (const auto dictionary = asDictionary(left)) {
     const auto other = asDictionary(right);

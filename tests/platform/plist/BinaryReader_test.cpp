@@ -349,6 +349,13 @@ std::string overlappingArrays(std::size_t count) {
   return document + offsets + binaryTrailer({.offsetSize = 2}, 256, document.size());
 }
 
+TEST(BinaryReader, RefusesMoreObjectsThanItsOffsetsCanTellApart) {
+  EXPECT_EQ(read(binaryDocument(std::vector<std::string>(200, "\x09"))), "true");
+  const std::string objects = "bplist00\x09";
+  EXPECT_EQ(read(objects + std::string(256, '\x08') + binaryTrailer({}, 256, 9)), "true");
+  EXPECT_EQ(read(objects + std::string(257, '\x08') + binaryTrailer({}, 257, 9)), "absent");
+}
+
 TEST(BinaryReader, RefusesObjectsThatOverlap) {
   EXPECT_TRUE(readBinaryPropertyList(overlappingArrays(1)));
   EXPECT_FALSE(readBinaryPropertyList(overlappingArrays(5)));

@@ -58,6 +58,8 @@ std::vector<HostileDocument> hungryTexts(std::size_t size) {
       {"empty data", repeated(size, "(", "<>,", ")")},
       {"data of one byte", repeated(size, "(", "<00>,", ")")},
       {"arrays of one", repeated(size, "(", "(a),", ")")},
+      {"arrays of one inside one another",
+       repeated(size, "(", std::string(510, '(') + "a" + std::string(510, ')') + ",", ")")},
       {"dictionaries of one", repeated(size, "(", "{a;},", ")")},
       {"one key alone", repeated(size, "{", "a;", "}")},
       {"keys of two letters alone", words("{", 2, ";", "}")},
@@ -155,8 +157,10 @@ std::vector<HostileDocument> hungryBinaries(std::size_t size) {
   for (unsigned index = 0; index < 200; ++index) objects.push_back("\x51" + bigEndian('A' + index % 60, 1));
   documents.push_back({"entries of many keys", binaryDocument(objects, {.offsetSize = 4})});
 
+  std::string offsets;
+  for (std::size_t index = 0; index < size / 3; ++index) offsets += bigEndian(kHeaderLength, 3);
   documents.push_back({"offsets that nothing refers to",
-                       "bplist00\x09" + std::string(size, '\x08') + binaryTrailer({.referenceSize = 4}, size, 9)});
+                       "bplist00\x09" + offsets + binaryTrailer({.offsetSize = 3, .referenceSize = 4}, size / 3, 9)});
   return documents;
 }
 
@@ -191,6 +195,21 @@ std::string overlappingArrays(std::size_t size) {
   return document + binaryTrailer({.offsetSize = 4, .top = kTop}, offsets.size(), offsetTable);
 }
 
+/// An array of `count` UIDs that are all in one place, and after it so many bytes that nobody reads.
+std::string overlappingUIDs(std::size_t count, std::size_t offsetSize, std::size_t referenceSize, std::size_t unused) {
+  constexpr std::size_t kArray = kHeaderLength + 2;
+  std::string document = "bplist00\x80\x01\xAF\x12" + bigEndian(count, 4);
+  std::string offsets = bigEndian(kArray, offsetSize);
+  for (std::size_t index = 1; index <= count; ++index) {
+    document += bigEndian(index, referenceSize);
+    offsets += bigEndian(kHeaderLength, offsetSize);
+  }
+  document += std::string(unused, '\0');
+  const std::string trailer =
+      binaryTrailer({.offsetSize = offsetSize, .referenceSize = referenceSize}, count + 1, document.size());
+  return document + offsets + trailer;
+}
+
 }  // namespace
 
 std::string doublingArrays(std::size_t levels) {
@@ -213,6 +232,12 @@ std::vector<HostileDocument> slowDocuments(std::size_t size) {
   return {
       {"a dictionary of long keys", dictionaryOfLongKeys(size)},
       {"overlapping arrays", overlappingArrays(size)},
+      {"more offsets than bytes can tell apart",
+       "bplist00\x09" + std::string(size, '\x08') + binaryTrailer({.referenceSize = 4}, size, 9)},
+      {"overlapping UIDs", overlappingUIDs(size / 4, 1, 3, 0)},
+      {"overlapping UIDs before something", overlappingUIDs(size / 6, 1, 3, size / 3)},
+      {"few overlapping UIDs", overlappingUIDs(65535, 2, 2, 0)},
+      {"few overlapping UIDs before something", overlappingUIDs(65535, 2, 2, 2 * 65536)},
       {"arrays that double", doublingArrays(500)},
       {"comments that do not end", repeated(size, "(", "/*", "")},
       {"comments", repeated(size, "(", "/**/", ")")},

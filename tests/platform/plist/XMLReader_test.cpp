@@ -236,6 +236,13 @@ TEST(XMLReader, RefusesEncodingsItDoesNotKnow) {
   EXPECT_EQ(declared("utf-8"), "absent");
 }
 
+TEST(XMLReader, TakesNoOtherInstructionForTheDeclaration) {
+  EXPECT_EQ(read("<?xml-stylesheet href='encoding.css' encoding='latin1'?><true/>"), "true");
+  EXPECT_EQ(read("<?xmlencoding='latin1'?><true/>"), "true");
+  EXPECT_EQ(read("<?xml\n\tencoding = 'latin1'?><true/>"), "absent");
+  EXPECT_EQ(read("<?xml"), "absent");
+}
+
 TEST(XMLReader, ReadsNestingOf512AndRefusesDeeper) {
   const auto nested = [](std::size_t depth, const std::string& start, const std::string& end) {
     std::string document;
