@@ -66,14 +66,14 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
 /// Puts a fresh semaphore in the place of the one whose holder is gone. Others that have the old one open keep it.
 bool ZKPOSIXSemaphore::takeOver(const Ref<NSURL>& directory, Ref<NSError>* error) {
   if (!unlink(error)) return false;
-  removeProcessInfoAtURL(directory);
+  unlessOutOfMemory([&] { return removeProcessInfoAtURL(directory); });
   // Not exclusive: what another process has created meanwhile is opened as it is, count included.
   return openWithName(name(), ZKO_CREAT, kSharedMode, 1, error);
 }
 
 bool ZKPOSIXSemaphore::postWithProcessInfo(const Ref<NSURL>& directory) {
   // The record goes first: once the semaphore is free, a record there is the next holder's.
-  const bool isRecordRemoved = removeProcessInfoAtURL(directory);
+  const bool isRecordRemoved = unlessOutOfMemory([&] { return removeProcessInfoAtURL(directory); });
   return post() && isRecordRemoved;
 }
 

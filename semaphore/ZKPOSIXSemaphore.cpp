@@ -28,7 +28,7 @@ Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithOpen(const Ref<NSString>& name, 
 }
 
 Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithCreate(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
-                                                       unsigned int value, Ref<NSError>* error) {
+                                                       std::size_t value, Ref<NSError>* error) {
   const Ref<ZKPOSIXSemaphore> semaphore = init();
   const int flags = failIfExist ? ZKO_CREAT | ZKO_EXCL : ZKO_CREAT;
   return semaphore->openWithName(name, flags, mode, value, error) ? semaphore : nullptr;
@@ -39,7 +39,7 @@ Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, 
 }
 
 Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::createWithName(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
-                                                       unsigned int value, Ref<NSError>* error) {
+                                                       std::size_t value, Ref<NSError>* error) {
   return autorelease(initWithCreate(name, failIfExist, mode, value, error));
 }
 
@@ -49,7 +49,7 @@ ZKPOSIXSemaphore::~ZKPOSIXSemaphore() {
   name_ = nullptr;
 }
 
-bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, unsigned int value,
+bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, std::size_t value,
                                     Ref<NSError>* error) {
   if (semaphore_ != ZKSEM_FAILED) System::current().sem_close(semaphore_);
   semaphore_ = ZKSEM_FAILED;

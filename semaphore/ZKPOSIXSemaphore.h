@@ -30,7 +30,7 @@ class ZKPOSIXSemaphore final : public NSObject {
   /// @param mode permission bits of a new semaphore, e.g. 0666
   /// @param value count of a new semaphore
   static Ref<ZKPOSIXSemaphore> createWithName(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
-                                              unsigned int value, Ref<NSError>* error = nullptr);
+                                              std::size_t value, Ref<NSError>* error = nullptr);
 
   /// `unlinkName:error:`: removes the name from the system; whoever has the semaphore open keeps it.
   /// @param error never written, not even on failure
@@ -45,13 +45,13 @@ class ZKPOSIXSemaphore final : public NSObject {
   static Ref<ZKPOSIXSemaphore> initWithOpen(const Ref<NSString>& name, Ref<NSError>* error = nullptr);
   /// `initWithCreate:failIfExist:mode:value:error:`: createWithName(), owned by the caller alone.
   static Ref<ZKPOSIXSemaphore> initWithCreate(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
-                                              unsigned int value, Ref<NSError>* error = nullptr);
+                                              std::size_t value, Ref<NSError>* error = nullptr);
   ~ZKPOSIXSemaphore() override;
 
   /// `openWithName:flags:mode:value:error:`: opens a semaphore in place of the one that is open, which is closed first
   /// and stays closed when this fails.
   /// @param flags 0, or ZKO_CREAT with or without ZKO_EXCL; `mode` and `value` matter only with ZKO_CREAT
-  bool openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, unsigned int value,
+  bool openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, std::size_t value,
                     Ref<NSError>* error = nullptr);
 
   /// Gives the semaphore back once.

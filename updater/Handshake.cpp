@@ -7,7 +7,7 @@ namespace zk {
 namespace {
 
 constexpr std::uint16_t kSharedMode = 0666;
-constexpr unsigned int kFree = 1;  ///< the count of a semaphore that nobody holds
+constexpr std::size_t kFree = 1;  ///< the count of a semaphore that nobody holds
 
 constexpr std::size_t kMaxLockAttempts = 1000;
 constexpr int kMaxExitChecks = 1000;

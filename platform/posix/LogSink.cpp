@@ -93,7 +93,10 @@ void writeWithoutWaiting(std::string_view line) {
     return;
   }
   pollfd room{STDERR_FILENO, POLLOUT, 0};
-  if (::poll(&room, 1, 0) == 1) writeOnce(STDERR_FILENO, line.substr(0, PIPE_BUF));
+  if (::poll(&room, 1, 0) != 1) return;
+  std::string beginning(line.substr(0, PIPE_BUF));
+  beginning.back() = '\n';
+  writeOnce(STDERR_FILENO, beginning);
 }
 
 void writeToStandardError(std::string_view line) {

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <limits>
 
 #include "files/NSFileManager.h"
+#include "objects/OutOfMemory.h"
 #include "posix/HeldBackSignals.h"
 #include "posix/LogSink.h"
 
@@ -42,10 +44,12 @@ timespec monotonicTimeIn(long nanoseconds) {
 
 }  // namespace
 
-SemaphoreHandle POSIXSystem::sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) {
+SemaphoreHandle POSIXSystem::sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) {
   if ((flags & ZKO_CREAT) == 0) return ::sem_open(name, 0);
   const int systemFlags = O_CREAT | ((flags & ZKO_EXCL) != 0 ? O_EXCL : 0);
-  return ::sem_open(name, systemFlags, static_cast<mode_t>(mode), value);
+  // What the system has no room for is above its own limit, too.
+  const auto count = static_cast<unsigned int>(std::min<std::size_t>(value, std::numeric_limits<unsigned int>::max()));
+  return ::sem_open(name, systemFlags, static_cast<mode_t>(mode), count);
 }
 
 int POSIXSystem::sem_close(SemaphoreHandle semaphore) {
@@ -58,8 +62,8 @@ int POSIXSystem::sem_wait(SemaphoreHandle semaphore) {
   if (handle == SEM_FAILED) return -1;
   if (!HeldBackSignals::mayEndProcess()) return ::sem_wait(handle);
 
-  // A signal that ended the process right after it took the semaphore would leave that taken for good. So the wait itself
-  // is made with those signals held back, in slices, and they are let through between two slices.
+  // A signal that ended the process right after it took the semaphore would leave that taken for good. So the wait
+  // itself is made with those signals held back, in slices, and they are let through between two slices.
   while (true) {
     const HeldBackSignals::Attempt attempt;
     const timespec end = monotonicTimeIn(kSignalLatency);
@@ -108,7 +112,7 @@ void POSIXSystem::log(const std::string& message) { writeLogLine(message); }
 Ref<NSFileManager> POSIXSystem::makeFileManager() {
   // Who asks for one of its own is about to copy and remove with it.
   HeldBackSignals::holdBack();
-  return std::make_shared<NSFileManager>();
+  return unlessOutOfMemory([] { return std::make_shared<NSFileManager>(); });
 }
 
 }  // namespace zk

@@ -169,9 +169,11 @@ int TreeCopy::finishFolder(int source, int destination) {
 
 int TreeCopy::syncOutermost() const {
   const FileDescriptor folder = openFolder(destinationChain_.outermost(), ".", Links::refused);
-  // One that things may be put into but that may not be read cannot be waited for.
-  if (!folder.isOpen()) return errno == EACCES ? 0 : errno;
-  return waitUntilOnDisk(folder.get());
+  if (folder.isOpen()) return waitUntilOnDisk(folder.get());
+  if (errno != EACCES) return errno;
+  // One that things may be put into but that may not be read cannot be waited for alone.
+  ::sync();
+  return 0;
 }
 
 }  // namespace zk

@@ -133,6 +133,18 @@ def test_an_installer_outlives(scene, number, names):
     assert run.outcome() == INSTALLED
 
 
+@by_name([signal.SIGHUP, signal.SIGPIPE, signal.SIGXFSZ])
+@pytest.mark.parametrize("waited_for", ["installer_semaphore", "update_semaphore"])
+def test_an_installer_outlives_while_it_waits_for_a_semaphore(scene, number, waited_for):
+    semaphore = getattr(scene, waited_for).create(taken=True)
+    run = scene.begin()
+    send(run, number)
+    stays(lambda: not run.has_ended(), "the installer waits")
+    semaphore.post()
+    scene.end_target()
+    assert run.outcome() == INSTALLED
+
+
 def test_a_suspended_installer_goes_on_where_it_was(scene):
     scene.installer_semaphore.create(taken=True)
     run = scene.begin()

@@ -12,12 +12,14 @@
 #include "objects/NSDate.h"
 #include "objects/NSNumber.h"
 #include "support/ForwardingSystem.h"
+#include "support/Memory.h"
 #include "support/SemaphoreName.h"
 #include "support/TemporaryFolder.h"
 
 namespace zk {
 namespace {
 
+using test::FailingAllocation;
 using test::ForwardingSystem;
 using test::SemaphoreName;
 using test::TemporaryFolder;
@@ -45,7 +47,7 @@ class WatchingSystem : public ForwardingSystem {
     }
     return ForwardingSystem::sem_unlink(name);
   }
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) override {
+  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
     opens.push_back({flags, mode, value});
     if (beforeOpen) beforeOpen();
     if (refusesOpen) {
@@ -62,7 +64,7 @@ class WatchingSystem : public ForwardingSystem {
   struct Open {
     int flags;
     std::uint16_t mode;
-    unsigned int value;
+    std::size_t value;
   };
 
   int tries = 0;
@@ -427,6 +429,20 @@ TEST_F(GuardedWait, PostingDeletesTheRecordAndThenGivesTheSemaphoreBack) {
 TEST_F(GuardedWait, PostingWithoutARecordGivesTheSemaphoreBackAndIsFalse) {
   take();
   EXPECT_FALSE(semaphore->postWithProcessInfo(folder.url()));
+  EXPECT_EQ(name.count(), 1);
+}
+
+TEST_F(GuardedWait, PostingGivesTheSemaphoreBackThoughThereIsNoMemoryToRemoveTheRecord) {
+  ASSERT_TRUE(waitGuarded(0));
+  const Ref<NSURL> directory = folder.url();
+  bool isPosted;
+  {
+    const FailingAllocation failing(0, FailingAllocation::How::fromThenOn);
+    isPosted = semaphore->postWithProcessInfo(directory);
+    EXPECT_TRUE(failing.hasFailed());
+  }
+  EXPECT_FALSE(isPosted);
+  EXPECT_TRUE(isRecordThere());
   EXPECT_EQ(name.count(), 1);
 }
 

@@ -263,10 +263,12 @@ TEST_F(ProcessInfoFile, IsABinaryPropertyListThatReadsBack) {
 
 TEST_F(ProcessInfoFile, ReplacesTheOldOneAndLeavesNothingElse) {
   test::writeFile(folder / fileName, "old");
+  std::filesystem::create_hard_link(folder / fileName, folder / "seen by a reader");
   ASSERT_TRUE(semaphore->writeProcessInfoAtURL(folder.url()));
   const auto items = std::distance(std::filesystem::directory_iterator(folder.path()), {});
-  EXPECT_EQ(items, 1);
+  EXPECT_EQ(items, 2);
   EXPECT_NE(semaphore->processInfoAtURL(folder.url()), nullptr);
+  EXPECT_EQ(test::readFile(folder / "seen by a reader"), "old") << "the file was replaced, not written over";
 }
 
 TEST_F(ProcessInfoFile, ThatCannotBeWrittenIsFalse) {

@@ -21,7 +21,7 @@ namespace {
 using test::ForwardingSystem;
 using test::SemaphoreName;
 
-Ref<ZKPOSIXSemaphore> create(const SemaphoreName& name, unsigned int value = 1, bool failIfExist = false,
+Ref<ZKPOSIXSemaphore> create(const SemaphoreName& name, std::size_t value = 1, bool failIfExist = false,
                              Ref<NSError>* error = nullptr) {
   return ZKPOSIXSemaphore::createWithName(name.text(), failIfExist, 0666, value, error);
 }
@@ -38,10 +38,10 @@ class CountingSystem : public ForwardingSystem {
     std::string name;
     int flags;
     std::uint16_t mode;
-    unsigned int value;
+    std::size_t value;
   };
 
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) override {
+  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
     opens.push_back({name, flags, mode, value});
     return ForwardingSystem::sem_open(name, flags, mode, value);
   }
@@ -230,6 +230,41 @@ TEST(ZKPOSIXSemaphore, AnOpenErrorCarriesTheReasonForCreating) {
   Ref<NSError> error;
   EXPECT_EQ(ZKPOSIXSemaphore::createWithName(""_ns, false, 0666, 1, &error), nullptr);
   EXPECT_EQ(error->code(), 22);
+  EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
+}
+
+TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonOfItsOwnHasADescriptionOnly) {
+  class FailingSystem : public ForwardingSystem {
+   public:
+    SemaphoreHandle sem_open(const char*, int, std::uint16_t, std::size_t) override {
+      errno = ENOENT;
+      return ZKSEM_FAILED;
+    }
+    int sem_wait(SemaphoreHandle) override {
+      errno = EPERM;
+      return -1;
+    }
+  } system;
+  const System::Scope scope(system);
+  const auto expectDescriptionOnly = [](const Ref<NSError>& error, const char* description) {
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->userInfo()->count(), 1U);
+    EXPECT_TRUE(areEqual(error->userInfo()->objectForKey(NSLocalizedDescriptionKey),
+                         NSString::stringWithUTF8String(description)));
+  };
+  Ref<NSError> openError;
+  EXPECT_EQ(ZKPOSIXSemaphore::createWithName("any"_ns, false, 0666, 1, &openError), nullptr);
+  expectDescriptionOnly(openError, "No such file or directory");
+  Ref<NSError> waitError;
+  EXPECT_FALSE(ZKPOSIXSemaphore::init()->wait(&waitError));
+  expectDescriptionOnly(waitError, "Operation not permitted");
+}
+
+TEST(ZKPOSIXSemaphore, AValueAboveAllThatTheSystemKnowsIsRefusedAndNotCut) {
+  const SemaphoreName name;
+  Ref<NSError> error;
+  EXPECT_EQ(create(name, (std::size_t{1} << 32) + 1, false, &error), nullptr);
+  ASSERT_NE(error, nullptr);
   EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
 }
 

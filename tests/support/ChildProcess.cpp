@@ -20,8 +20,6 @@ namespace zk::test {
 
 namespace {
 
-constexpr int kSignalled = 128;
-
 /// Ends without running what the parent has registered for its own end.
 [[noreturn]] void endChild() {
   std::fflush(nullptr);
@@ -77,7 +75,7 @@ int ChildProcess::wait() {
     isReaped_ = ::waitpid(pid_, &status_, 0) == pid_;
     if (!isReaped_ && errno != EINTR) throw std::runtime_error("the child process cannot be waited for");
   }
-  return WIFSIGNALED(status_) ? kSignalled + WTERMSIG(status_) : WEXITSTATUS(status_);
+  return WIFSIGNALED(status_) ? kEndedBySignal + WTERMSIG(status_) : WEXITSTATUS(status_);
 }
 
 int statusInChild(const std::function<void()>& body) { return ChildProcess(body).wait(); }

@@ -6,6 +6,9 @@
 
 namespace zk::test {
 
+/// What is added to the number of the signal that ended a process to make its exit status.
+inline constexpr int kEndedBySignal = 128;
+
 /// A child process that runs a function of the test. It is ended and reaped with the object, at the latest.
 class ChildProcess {
  public:
@@ -26,8 +29,8 @@ class ChildProcess {
 
   /// Waits for its end without taking notice of it: it stays a zombie.
   void waitUntilZombie() const;
-  /// Waits for its end. @return its exit status, 0 when it ended well; 128 and the signal's number when a signal ended
-  /// it
+  /// Waits for its end. @return its exit status, 0 when it ended well; kEndedBySignal and the signal's number when a
+  /// signal ended it
   int wait();
 
  private:

@@ -6,4 +6,7 @@ namespace zk::test {
 /// now on: only for a process of the test's own. @return whether that could be arranged
 bool refuseSystemCall(long number, int error);
 
+/// The same, but ends the process with SIGSYS at such a call: to see that it is made.
+bool endAtSystemCall(long number);
+
 }  // namespace zk::test

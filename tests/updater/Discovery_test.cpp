@@ -192,8 +192,9 @@ class BareUpdater : public ZKUpdater {
 };
 
 TEST_F(UpdateBundle, IsNotSearchedForWithoutATargetIdentifier) {
-  // A folder without an identifier is there to be taken for a match.
+  // These are there to be taken for a match: a folder without an identifier, a bundle whose identifier is empty.
   std::filesystem::create_directory(folder / "plain");
+  makeBundle("B.app", "");
   BareUpdater updater;
   updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
   updater.updateDirectory = folder.url();
@@ -214,10 +215,12 @@ TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
 TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
   setInformation("/"_ns, "com.example.a"_ns);
   makeBundle("A.app");
-  run.existence = [](int) { return noErr; };
-  const auto updater = ZKUpdater::init();
-  EXPECT_FALSE(updater->install());
-  EXPECT_EQ(run.logLines().back(), "Error: Bad target bundle backup url.") << "the bundle was found, and more";
+  BareUpdater updater;
+  updater.targetBundleURL = NSURL::fileURLWithPath("/"_ns);
+  updater.targetBundleId = "com.example.a"_ns;
+  updater.updateDirectory = folder.url();
+  ASSERT_NE(updater.updateBundleURL(), nullptr);
+  EXPECT_EQ(updater.updateBundleURL()->lastPathComponent()->bytes(), "A.app") << "not the update folder itself";
 }
 
 TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 
 #include "ZKUpdater.h"
 #include "support/TemporaryFolder.h"
@@ -141,13 +142,51 @@ TEST_F(Handshake, TheUpdateLockAloneIsReleasedAlone) {
   EXPECT_EQ(run.events, (Lines{"post update", "close update"}));
 }
 
-TEST_F(Handshake, DestructionReleasesWhatIsHeldAndThenLogsTheEnd) {
-  EXPECT_TRUE(updater->notifyReady());
-  EXPECT_TRUE(updater->waitForUpdateLock());
-  run.events.clear();
+/// An updater whose fields a test sets and watches.
+class BareUpdater : public ZKUpdater {
+ public:
+  using ZKUpdater::isLogEnabled;
+  using ZKUpdater::targetBundleId;
+  using ZKUpdater::targetBundleURL;
+  using ZKUpdater::updateDirectory;
+};
+
+TEST_F(Handshake, DestructionReleasesWhatIsHeldThenGivesUpTheFieldsThenLogsTheEnd) {
+  class WatchingSystem : public test::ScriptedRun {
+   public:
+    void log(const std::string& message) override {
+      for (const auto& [name, object] : watched) events.push_back(name + (object.expired() ? " gone" : " there"));
+      events.push_back(message.substr(message.find("] ") + 2));
+    }
+    int sem_post(SemaphoreHandle semaphore) override {
+      EXPECT_FALSE(watched.front().second.expired()) << "while the semaphores are released";
+      return ScriptedRun::sem_post(semaphore);
+    }
+    std::vector<std::pair<std::string, std::weak_ptr<NSObject>>> watched;
+  } system;
+  system.settings = run.settings;
+  const System::Scope inner(system);
+  auto bare = std::make_unique<BareUpdater>();
+  bare->targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
+  bare->targetBundleId = NSString::stringWithUTF8String("com.example.a");
+  bare->updateDirectory = folder.url();
+  bare->isLogEnabled = true;
+  system.watched = {
+      {"bundle", bare->targetBundleURL}, {"identifier", bare->targetBundleId}, {"updates", bare->updateDirectory}};
+  EXPECT_TRUE(bare->notifyReady());
+  EXPECT_TRUE(bare->waitForUpdateLock());
+  system.events.clear();
+  bare = nullptr;
+  EXPECT_EQ(system.events, (Lines{"post update", "close update", "post installer", "close installer", "bundle gone",
+                                  "identifier gone", "updates gone", "End installation"}));
+}
+
+TEST_F(Handshake, WhetherToLogIsDecidedAtCreationForTheWholeRun) {
+  run.settings.back() = "NO";
+  run.failing = {{"open installer", EACCES}};
+  EXPECT_FALSE(updater->notifyReady());
   updater = nullptr;
-  EXPECT_EQ(run.events, (Lines{"post update", "close update", "post installer", "close installer"}));
-  EXPECT_EQ(run.logLines(), (Lines{"End installation"}));
+  EXPECT_EQ(run.logLines(), (Lines{"Error: Failed to create installer semaphore.", "End installation"}));
 }
 
 TEST_F(Handshake, TheExitOfATargetThatIsGoneIsSeenWithoutASleep) {

@@ -97,6 +97,23 @@ TEST_F(Installation, AFailedSwapRollsBackFromOneLevelBelowTheBackupAndHasFailed)
   EXPECT_EQ(lines, (Lines{"Error: Copy update to target failed. Performing rollback."}));
 }
 
+TEST_F(Installation, TellsOfTheRollbackBeforeItBegins) {
+  class LoggingSystem : public test::ScriptedRun {
+   public:
+    void log(const std::string& message) override { events.push_back(message.substr(message.find("] ") + 2)); }
+  } system;
+  system.settings = run.settings;
+  system.fileManager->failingCopy = 2;
+  const System::Scope inner(system);
+  EXPECT_FALSE(ZKUpdater::init()->install());
+  const auto message = std::find(system.events.begin(), system.events.end(),
+                                 "Error: Copy update to target failed. Performing rollback.");
+  ASSERT_LT(system.events.end() - message, 4);
+  ASSERT_GT(system.events.end() - message, 1);
+  EXPECT_EQ(message[-1], "copy " + update() + " to /volume/A.app");
+  EXPECT_EQ(message[1], "copy /volume/.temporary/A.app to /volume/A.app");
+}
+
 /// The same over a real tree, with the real file manager.
 class RealInstallation : public testing::Test {
  protected:

@@ -42,7 +42,7 @@ class ScriptedRun : public ForwardingSystem {
   /// The category and the message of each line logged: "Error: …" or "Begin installation".
   std::vector<std::string> logLines() const;
 
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, unsigned int value) override;
+  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override;
   int sem_close(SemaphoreHandle semaphore) override;
   int sem_wait(SemaphoreHandle semaphore) override;
   int sem_trywait(SemaphoreHandle semaphore) override;

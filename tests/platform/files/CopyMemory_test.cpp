@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "FileItems.h"
+#include "process/System.h"
 #include "support/Memory.h"
 #include "support/TreeDescription.h"
 
@@ -37,6 +38,12 @@ class OutOfMemory : public ::testing::TestWithParam<FailingAllocation::How> {
   TemporaryFolder folder;
   NSFileManager fileManager;
 };
+
+TEST_P(OutOfMemory, LeavesNoFileManager) {
+  System::current();
+  const FailingAllocation failing(0, GetParam());
+  EXPECT_EQ(System::current().makeFileManager(), nullptr);
+}
 
 TEST_P(OutOfMemory, MakesACopyFailAndNothingElse) {
   writeFile(folder / "from/a/b/c/d/e/f/file", "x");

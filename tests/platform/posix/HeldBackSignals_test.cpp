@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <initializer_list>
 #include <random>
@@ -17,7 +19,6 @@ namespace zk::test {
 
 namespace {
 
-constexpr int kEndedBySignal = 128;
 constexpr std::initializer_list<int> kSignals = {SIGINT, SIGTERM, SIGQUIT};
 
 bool isBlocked(int number) {
@@ -107,6 +108,23 @@ TEST_F(HeldBackSignalsTest, WaitForTheEndOfAnAttempt) {
               ::_exit(0);
             }),
             kEndedBySignal + SIGINT);
+}
+
+TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
+  take();
+  EXPECT_EQ(statusInChild([this] {
+              HeldBackSignals::begin();
+              struct sigaction action = {};
+              action.sa_handler = [](int) {};
+              ::sigaction(SIGALRM, &action, nullptr);
+              // Again and again, in case the first one comes before the wait has begun.
+              const itimerval timer = {{0, 20'000}, {0, 20'000}};
+              ::setitimer(ITIMER_REAL, &timer, nullptr);
+              EXPECT_EQ(System::current().sem_wait(handle), -1);
+              EXPECT_EQ(errno, EINTR);
+            }),
+            0);
+  EXPECT_EQ(name.count(), 0);
 }
 
 TEST_F(HeldBackSignalsTest, AreHeldBackBeyondAnAttemptThatSucceeded) {
