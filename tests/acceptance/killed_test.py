@@ -1,0 +1,34 @@
+"""An installer that is killed while it copies."""
+
+import os
+import time
+
+import pytest
+
+from support.bundles import Bundle
+from support.installer import INSTALLED
+
+MOMENTS = [0.01, 0.04, 0.08, 0.12, 0.16, 0.2, 0.3]  # seconds after the target has ended
+
+
+@pytest.mark.parametrize("moment", MOMENTS)
+def test_it_leaves_the_old_version_complete_in_its_place_or_in_the_backup_and_the_lock_to_the_next(scene, moment):
+    for bundle in (scene.target, scene.update):
+        for number in range(60):
+            (bundle.resources / f"{number}").write_bytes(os.urandom(3000))
+    old, update = scene.target.tree(), scene.update.tree()
+    run = scene.begin()
+    scene.end_target()
+    time.sleep(moment)
+    run.end()
+
+    places = [scene.target, *map(Bundle, scene.backups())]
+    assert any(place.path.exists() and place.tree() == old for place in places)
+    assert scene.update.tree() == update
+    if not scene.target.path.exists() or scene.target.tree() not in (old, update):
+        return  # an application that is no longer whole cannot be started, and nobody asks for its update
+    if scene.is_held(scene.installer_semaphore):
+        scene.installer_semaphore.post()
+    scene.start_target()
+    assert scene.install() == INSTALLED
+    assert scene.target.tree() == update
