@@ -27,14 +27,14 @@ class NSBundle final : public NSObject {
   const Ref<NSURL>& bundleURL() const { return bundleURL_; }
   /// The text under CFBundleIdentifier in the Info.plist; absent when there is none.
   Ref<NSString> bundleIdentifier() const;
-  /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>, where
-  /// the name is the text under CFBundleExecutable or else the bundle's own without its extension. Absent for a name that
-  /// leads out of the bundle. The file need not exist.
+  /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>,
+  /// where the name is the text under CFBundleExecutable or else the bundle's own without its extension. Absent for a
+  /// name that leads out of the bundle. The file need not exist.
   Ref<NSString> executablePath() const;
 
-  /// The translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that LANGUAGE,
-  /// LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty or absent.
-  /// errno stays as it was. The files of a table are read once, when the table is first asked for.
+  /// The translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that
+  /// LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty
+  /// or absent. errno stays as it was. The files of a table are read once, when the table is first asked for.
   /// @param table the name of the table; absent means Localizable
   Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                       const Ref<NSString>& table) const;

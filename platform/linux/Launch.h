@@ -5,8 +5,8 @@
 
 namespace zk {
 
-/// Starts a program as a new session that keeps nothing of this process but its environment: standard streams on /dev/null,
-/// every other descriptor closed, default signal actions, an empty signal mask, "/" as its current folder.
+/// Starts a program as a new session that keeps nothing of this process but its environment: standard streams on
+/// /dev/null, every other descriptor closed, default signal actions, an empty signal mask, "/" as its current folder.
 /// @return whether the program runs; where it cannot be executed no process stays behind
 bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments);
 

@@ -13,8 +13,8 @@ namespace fs = std::filesystem;
 /// How many arguments are looked at: a process shows what it likes, and as much of it.
 constexpr std::size_t kMostArguments = 16;
 
-/// What an interpreter or a loader runs: the first of its arguments that names a file. Options do not, nor do the values
-/// that most of them have. Nothing where there is none.
+/// What an interpreter or a loader runs: the first of its arguments that names a file. Options do not, nor do the
+/// values that most of them have. Nothing where there is none.
 std::optional<fs::path> scriptOf(std::int32_t pid) {
   const std::vector<std::string> arguments = shownArgumentsOf(pid);
   const fs::path folder = currentFolderOf(pid).value_or("/");
@@ -42,8 +42,8 @@ ProcessBundle bundleOfProcess(std::int32_t pid, const Executable& executable) {
   const Ref<NSBundle> around = NSBundle::bundleAroundExecutable(NSString::stringWithBytes(executable.path));
   if (around) return {around, false};
 
-  // Nothing tells an interpreter from other programs but that it runs what its arguments name. A program that only works on
-  // a bundle's own executable is taken for one, too; no record holds what was told this way.
+  // Nothing tells an interpreter from other programs but that it runs what its arguments name. A program that only
+  // works on a bundle's own executable is taken for one, too; no record holds what was told this way.
   const std::optional<fs::path> script = scriptOf(pid);
   const Ref<NSBundle> bundle = script ? bundleOfProgram(*script) : nullptr;
   return {bundle, bundle != nullptr};

@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::string_view kDeletedNote = " (deleted)";
 
-/// The folders under /proc that tell of a process: its own, then those of its threads. The first thread's and the process's
-/// own tell nothing once that thread has ended, though others still run.
+/// The folders under /proc that tell of a process: its own, then those of its threads. The first thread's and the
+/// process's own tell nothing once that thread has ended, though others still run.
 std::vector<std::string> foldersOf(std::int32_t pid) {
   std::vector<std::string> folders{procFolder(pid)};
   std::error_code error;

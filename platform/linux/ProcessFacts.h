@@ -10,8 +10,8 @@ namespace zk {
 
 /// A process's executable.
 struct Executable {
-  std::string path;   ///< where it lay when the process was started, or was moved to since
-  bool isReplaced;    ///< whether something else, or nothing, lies there now
+  std::string path;  ///< where it lay when the process was started, or was moved to since
+  bool isReplaced;   ///< whether something else, or nothing, lies there now
 };
 
 /// The executable of a running process; nothing when it has none (a kernel thread) or it may not be known.
@@ -27,8 +27,8 @@ std::optional<std::string> currentFolderOf(std::int32_t pid);
 /// has; nothing when it cannot be found out. No clock that can be set is part of it.
 std::optional<std::uint32_t> launchStampOf(std::int32_t pid);
 
-/// The stamp of a process that was started so many clock ticks after the boot with this id. A sum of the id's hash and the
-/// ticks: two start times of one boot never give the same stamp before 2^32 ticks have passed.
+/// The stamp of a process that was started so many clock ticks after the boot with this id. A sum of the id's hash and
+/// the ticks: two start times of one boot never give the same stamp before 2^32 ticks have passed.
 std::uint32_t launchStamp(std::string_view bootId, std::uint64_t startTicks);
 
 }  // namespace zk

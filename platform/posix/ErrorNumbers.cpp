@@ -12,6 +12,8 @@ constexpr int kNoCounterpart = 1000;
 }  // namespace
 
 int macOSErrorNumber(int systemErrorNumber) {
+  // A row of the table in a line:
+  // clang-format off
   switch (systemErrorNumber) {
     case 0: return 0;
     case EPERM: return 1;
@@ -104,6 +106,7 @@ int macOSErrorNumber(int systemErrorNumber) {
     case EOWNERDEAD: return 105;
     default: return systemErrorNumber > 0 ? kNoCounterpart + systemErrorNumber : systemErrorNumber;
   }
+  // clang-format on
 }
 
 int errorNumber() { return macOSErrorNumber(errno); }

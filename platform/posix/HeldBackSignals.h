@@ -2,8 +2,8 @@
 
 namespace zk {
 
-/// SIGINT, SIGTERM and SIGQUIT: they end a process as long as it holds nothing, and are held back from then on, to its end.
-/// In a process that has not begun with this nothing here does anything: a host's signals are its own.
+/// SIGINT, SIGTERM and SIGQUIT: they end a process as long as it holds nothing, and are held back from then on, to its
+/// end. In a process that has not begun with this nothing here does anything: a host's signals are its own.
 class HeldBackSignals {
  public:
   HeldBackSignals() = delete;
@@ -17,8 +17,8 @@ class HeldBackSignals {
   /// Holds them back to the end of the process.
   static void holdBack();
 
-  /// Holds them back while it is open: for an attempt to take something, so that no signal comes between its success and
-  /// holdBack(). Afterwards they are let through, unless they are held back by then.
+  /// Holds them back while it is open: for an attempt to take something, so that no signal comes between its success
+  /// and holdBack(). Afterwards they are let through, unless they are held back by then.
   class Attempt {
    public:
     Attempt();

@@ -16,8 +16,8 @@ struct ItemPlace {
 
 /// Copies a file, a link or a FIFO, with its metadata, to a place where nothing is. Of a file the copy is then on the
 /// disk; of the others, once the folder is.
-/// @param status the item's status; what is there must still be of that kind. Of a file that was replaced meanwhile it is
-/// renewed.
+/// @param status the item's status; what is there must still be of that kind. Of a file that was replaced meanwhile it
+/// is renewed.
 /// @return 0 or an error number; ENOTSUP for an item of another kind
 int copyItem(ItemPlace original, struct stat& status, ItemPlace copy);
 
