@@ -14,6 +14,7 @@
 #include "posix/FileDescriptor.h"
 
 // There in a build with coverage only: what the child has covered is written by no one else.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name
 extern "C" int __llvm_profile_write_file() __attribute__((weak));
 
 namespace zk::test {
@@ -59,7 +60,8 @@ ChildProcess::ChildProcess(const std::function<void()>& body)
 ChildProcess::~ChildProcess() {
   if (isReaped_) return;
   ::kill(pid_, SIGKILL);
-  wait();
+  while (::waitpid(pid_, &status_, 0) != pid_ && errno == EINTR) {
+  }
 }
 
 void ChildProcess::signal(int number) const { ::kill(pid_, number); }

@@ -227,7 +227,7 @@ class MessyTree {
   }
 
   void addFile(const fs::path& path) {
-    writeFile(path, std::string(pick(3) * pick(20000), static_cast<char>(pick(256))));
+    writeFile(path, std::string(std::size_t{pick(3)} * pick(20000), static_cast<char>(pick(256))));
     if (pick(3) == 0) {
       EXPECT_EQ(::truncate(path.c_str(), 1 + pick(2000000)), 0);
     }

@@ -27,7 +27,6 @@ namespace zk::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 
 constexpr char kReportingProgram[] = ZK_REPORTING_PROGRAM;

@@ -105,9 +105,7 @@ TEST(BinaryReader, ReadsCountsOfEveryWidth) {
 
 TEST(BinaryReader, RefusesCountsThatAreNoIntegers) {
   EXPECT_EQ(readObject("\x5F\x23" + bigEndian(0, 8)), "absent");
-  EXPECT_EQ(readObject("\x5F\x51"
-                       "a"),
-            "absent");
+  EXPECT_EQ(readObject("\x5F\x51\x61"), "absent");
   EXPECT_EQ(readObject("\x5F\x00\x03"
                        "abc"s),
             "absent");
@@ -117,17 +115,10 @@ TEST(BinaryReader, RefusesCountsThatAreNoIntegers) {
 
 TEST(BinaryReader, RefusesWhatReachesBeyondTheObjects) {
   for (const auto& bytes :
-       {"\x11\x01"s, "\x13\x01"s, "\x14\x01"s, "\x22\x01"s, "\x23\x01"s, "\x33\x01"s,
-        "\x42"
-        "a"s,
-        "\x52"
-        "a"s,
-        "\x61"
-        "a"s,
-        "\x72"
-        "a"s,
-        "\x81\x01"s, "\xA1"s, "\xD1\x00"s, "\x4F\x13"s + bigEndian(~0ULL, 8), "\xAF\x13"s + bigEndian(1ULL << 63, 8),
-        "\xDF\x13"s + bigEndian((1ULL << 63) + 1, 8), "\x6F\x13"s + bigEndian((1ULL << 63) + 1, 8)}) {
+       {"\x11\x01"s, "\x13\x01"s, "\x14\x01"s, "\x22\x01"s, "\x23\x01"s, "\x33\x01"s, "\x42\x61"s, "\x52\x61"s,
+        "\x61\x61"s, "\x72\x61"s, "\x81\x01"s, "\xA1"s, "\xD1\x00"s, "\x4F\x13"s + bigEndian(~0ULL, 8),
+        "\xAF\x13"s + bigEndian(1ULL << 63, 8), "\xDF\x13"s + bigEndian((1ULL << 63) + 1, 8),
+        "\x6F\x13"s + bigEndian((1ULL << 63) + 1, 8)}) {
     EXPECT_EQ(readObject(bytes), "absent") << hexadecimal(bytes);
   }
 }
@@ -142,34 +133,20 @@ TEST(BinaryReader, ReadsUIDsAsDictionaries) {
 
 TEST(BinaryReader, ReadsArraysAndBothKindsOfSetsAsLists) {
   for (const char* marker : {"\xA2", "\xB2", "\xC2"}) {
-    EXPECT_EQ(read(binaryDocument({marker + "\x01\x02"s, "\x09",
-                                   "\x51"
-                                   "a"})),
-              R"([true,"a"])");
+    EXPECT_EQ(read(binaryDocument({marker + "\x01\x02"s, "\x09", "\x51\x61"})), R"([true,"a"])");
   }
   EXPECT_EQ(readObject("\xA0"), "[]");
 }
 
 TEST(BinaryReader, ReadsDictionariesInAnyOrderOfKeys) {
-  EXPECT_EQ(read(binaryDocument({"\xD2\x01\x02\x03\x04",
-                                 "\x51"
-                                 "b",
-                                 "\x51"
-                                 "a",
-                                 "\x10\x01", "\x10\x02"})),
+  EXPECT_EQ(read(binaryDocument({"\xD2\x01\x02\x03\x04", "\x51\x62", "\x51\x61", "\x10\x01", "\x10\x02"})),
             R"({"dict":{"a":2,"b":1}})");
   EXPECT_EQ(readObject("\xD0"), R"({"dict":{}})");
 }
 
 TEST(BinaryReader, FindsObjectsInADictionaryByKey) {
-  const auto dictionary = asDictionary(readBinaryPropertyList(binaryDocument({"\xD3\x01\x02\x03\x04\x05\x06",
-                                                                              "\x51"
-                                                                              "c",
-                                                                              "\x51"
-                                                                              "a",
-                                                                              "\x51"
-                                                                              "b",
-                                                                              "\x10\x03", "\x10\x01", "\x10\x02"})));
+  const auto dictionary = asDictionary(readBinaryPropertyList(binaryDocument(
+      {"\xD3\x01\x02\x03\x04\x05\x06", "\x51\x63", "\x51\x61", "\x51\x62", "\x10\x03", "\x10\x01", "\x10\x02"})));
   ASSERT_TRUE(dictionary);
   EXPECT_EQ(jsonFromPropertyList(dictionary->objectForKey("a"_ns)), "1");
   EXPECT_EQ(jsonFromPropertyList(dictionary->objectForKey("b"_ns)), "2");
@@ -179,31 +156,19 @@ TEST(BinaryReader, FindsObjectsInADictionaryByKey) {
 
 TEST(BinaryReader, TakesTheLastOfEqualKeys) {
   const std::vector<std::string> values = {"\x10\x01", "\x10\x02", "\x10\x03"};
-  EXPECT_EQ(read(binaryDocument({"\xD3\x01\x02\x01\x03\x04\x05",
-                                 "\x51"
-                                 "a",
-                                 "\x61\x00"
-                                 "a"s,
-                                 values[0], values[1], values[2]})),
+  EXPECT_EQ(read(binaryDocument(
+                {"\xD3\x01\x02\x01\x03\x04\x05", "\x51\x61", "\x61\x00\x61"s, values[0], values[1], values[2]})),
             R"({"dict":{"a":3}})");
 }
 
 TEST(BinaryReader, ReadsKeysInEveryEncoding) {
-  for (const auto& key : {"\x51"
-                          "a"s,
-                          "\x61\x00"
-                          "a"s,
-                          "\x71"
-                          "a"s}) {
+  for (const auto& key : {"\x51\x61"s, "\x61\x00\x61"s, "\x71\x61"s}) {
     EXPECT_EQ(read(binaryDocument({"\xD1\x01\x02", key, "\x09"})), R"({"dict":{"a":true}})") << hexadecimal(key);
   }
 }
 
 TEST(BinaryReader, RefusesKeysThatAreNoText) {
-  EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01",
-                                 "\x41"
-                                 "a"})),
-            "absent");
+  EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x41\x61"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x80\x01"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x10\x01"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x02", "\xA0", "\x10\x01"})), "absent");
@@ -213,10 +178,7 @@ TEST(BinaryReader, ReadsReferencesAndOffsetsOfEveryWidth) {
   for (std::size_t offsetSize = 1; offsetSize <= 8; ++offsetSize) {
     for (std::size_t referenceSize = 1; referenceSize <= 8; ++referenceSize) {
       const std::string references = bigEndian(1, referenceSize) + bigEndian(2, referenceSize);
-      EXPECT_EQ(read(binaryDocument({"\xD1" + references,
-                                     "\x51"
-                                     "a",
-                                     "\x09"},
+      EXPECT_EQ(read(binaryDocument({"\xD1" + references, "\x51\x61", "\x09"},
                                     {.offsetSize = offsetSize, .referenceSize = referenceSize})),
                 R"({"dict":{"a":true}})")
           << offsetSize << " " << referenceSize;
@@ -277,19 +239,14 @@ TEST(BinaryReader, RefusesEveryPrefixOfADocument) {
 }
 
 TEST(BinaryReader, BuildsAnObjectOnceHoweverOftenItIsReferredTo) {
-  const auto array = asArray(readBinaryPropertyList(binaryDocument({"\xA2\x01\x01",
-                                                                    "\x51"
-                                                                    "a"})));
+  const auto array = asArray(readBinaryPropertyList(binaryDocument({"\xA2\x01\x01", "\x51\x61"})));
   ASSERT_TRUE(array);
   EXPECT_EQ(array->objects()[0], array->objects()[1]);
 }
 
 TEST(BinaryReader, RefusesContainersThatHoldThemselves) {
   EXPECT_EQ(read(binaryDocument({"\xA1\x00"s})), "absent");
-  EXPECT_EQ(read(binaryDocument({"\xA1\x01", "\xD1\x02\x00"s,
-                                 "\x51"
-                                 "a"})),
-            "absent");
+  EXPECT_EQ(read(binaryDocument({"\xA1\x01", "\xD1\x02\x00"s, "\x51\x61"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x00\x00"s})), "absent") << "its own key";
 }
 

@@ -123,30 +123,18 @@ TEST(BinaryWriter, GivesBackTextsOfAnyBytes) {
 
 TEST(BinaryWriter, WritesContainers) {
   EXPECT_EQ(write(array({})), binaryDocument({"\xA0"}));
-  EXPECT_EQ(write(array({text("a"), number(1)})), binaryDocument({"\x51"
-                                                                  "a",
-                                                                  "\x10\x01", "\xA2\x00\x01"s},
-                                                                 {.top = 2}));
+  EXPECT_EQ(write(array({text("a"), number(1)})),
+            binaryDocument({"\x51\x61", "\x10\x01", "\xA2\x00\x01"s}, {.top = 2}));
   EXPECT_EQ(write(NSDictionary::dictionaryWithEntries({{"b"_ns, number(1)}, {"a"_ns, number(2)}})),
-            binaryDocument({"\x51"
-                            "a",
-                            "\x51"
-                            "b",
-                            "\x10\x02", "\x10\x01", "\xD2\x00\x01\x02\x03"s},
-                           {.top = 4}));
+            binaryDocument({"\x51\x61", "\x51\x62", "\x10\x02", "\x10\x01", "\xD2\x00\x01\x02\x03"s}, {.top = 4}));
 }
 
 TEST(BinaryWriter, StoresEqualObjectsOnce) {
   EXPECT_EQ(write(array({text("a"), text("a"), array({text("a")}), array({text("a")})})),
-            binaryDocument({"\x51"
-                            "a",
-                            "\xA1\x00"s, "\xA4\x00\x00\x01\x01"s},
-                           {.top = 2}));
+            binaryDocument({"\x51\x61", "\xA1\x00"s, "\xA4\x00\x00\x01\x01"s}, {.top = 2}));
   const auto dictionary = [] { return NSDictionary::dictionaryWithEntries({{"a"_ns, text("a")}}); };
-  EXPECT_EQ(write(array({dictionary(), dictionary()})), binaryDocument({"\x51"
-                                                                        "a",
-                                                                        "\xD1\x00\x00"s, "\xA2\x01\x01"},
-                                                                       {.top = 2}));
+  EXPECT_EQ(write(array({dictionary(), dictionary()})),
+            binaryDocument({"\x51\x61", "\xD1\x00\x00"s, "\xA2\x01\x01"}, {.top = 2}));
 }
 
 TEST(BinaryWriter, KeepsNumbersOfDifferentKindsApart) {

@@ -118,9 +118,7 @@ std::vector<HostileDocument> hungryBinaries(std::size_t size) {
                                                                                      {"empty data", "\x40"},
                                                                                      {"empty strings", "\x50"},
                                                                                      {"empty UTF-16 strings", "\x60"},
-                                                                                     {"strings",
-                                                                                      "\x51"
-                                                                                      "a"},
+                                                                                     {"strings", "\x51\x61"},
                                                                                      {"UTF-16 strings", "\x61\xFF\xFF"},
                                                                                      {"integers", "\x10\x01"},
                                                                                      {"UIDs", "\x80\x01"}}) {
@@ -135,9 +133,7 @@ std::vector<HostileDocument> hungryBinaries(std::size_t size) {
     std::string references;
     for (std::size_t index = 1; index < count; ++index) references += bigEndian(index, 3);
     objects[0] = "\xAF\x12" + bigEndian(count - 1, 4) + references;
-    objects.emplace_back(
-        "\x51"
-        "a");
+    objects.emplace_back("\x51\x61");
     return binaryDocument(objects, {.offsetSize = 3, .referenceSize = 3});
   };
   documents.push_back({"binary arrays of one", shared("\xA1" + bigEndian(count, 3))});
@@ -147,10 +143,9 @@ std::vector<HostileDocument> hungryBinaries(std::size_t size) {
   const std::string half = "\x12" + bigEndian(size / 2, 4);
   documents.push_back({"references of one byte",
                        binaryDocument({"\xAF" + length + std::string(size, '\x01'), "\x09"}, {.offsetSize = 4})});
-  documents.push_back({"entries of one byte each", binaryDocument({"\xDF" + half + std::string(size / 2 * 2, '\x01'),
-                                                                   "\x51"
-                                                                   "a"},
-                                                                  {.offsetSize = 4})});
+  documents.push_back(
+      {"entries of one byte each",
+       binaryDocument({"\xDF" + half + std::string(size / 2 * 2, '\x01'), "\x51\x61"}, {.offsetSize = 4})});
   std::string keys;
   for (std::size_t index = 0; index < size / 2; ++index) keys += static_cast<char>(1 + index % 200);
   std::vector<std::string> objects = {"\xDF" + half + keys + keys};
