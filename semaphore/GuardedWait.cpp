@@ -34,13 +34,12 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
   };
 
   std::size_t attempt = 0;
-  const auto hasPausesLeft = [&] { return maxAttempts == kNoLimit || attempt < maxAttempts; };
-  bool mayPause = hasPausesLeft();
   while (!tryWait(&lastError)) {
     if (!isBusyError(lastError)) return fail(lastError);
 
     const Ref<NSDictionary> record = recordIn(processInfoAtURL(directory));
     const bool isHolderGone = record && !isProcessInfoValid(record);
+    const bool mayPause = maxAttempts == kNoLimit || attempt < maxAttempts;
     if (!isHolderGone && mayPause) {
       ++attempt;
       if (!waitBlock) {
@@ -48,14 +47,13 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
       } else if (!waitBlock(attempt, testInterval)) {
         return fail(POSIX::errorWithPOSIXCode(ZKECANCELED, nullptr));
       }
-      mayPause = hasPausesLeft();
     } else if (record && !isHolderGone) {
       return fail(lastError);
     } else if (!takeOver(directory, &lastError)) {
       return fail(lastError);
     }
-    // After a take-over the next try comes at once, with the attempts and the leave to pause as they were. Where others
-    // take the new semaphore first and leave no record, it is taken over again, without a pause.
+    // After a take-over the next try comes at once and the attempts stay as they were. Where others take the new
+    // semaphore first and leave no record, it is taken over again, without a pause.
   }
 
   // The semaphore is held: whatever keeps the record from being written, the caller must learn that.
@@ -64,6 +62,9 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
 }
 
 /// Puts a fresh semaphore in the place of the one whose holder is gone. Others that have the old one open keep it.
+///
+/// Of two that find the same holder gone at the same moment the slower one may take over from the faster one: no lock
+/// stands between the look at the record and the removal of the name.
 bool ZKPOSIXSemaphore::takeOver(const Ref<NSURL>& directory, Ref<NSError>* error) {
   if (!unlink(error)) return false;
   unlessOutOfMemory([&] { return removeProcessInfoAtURL(directory); });

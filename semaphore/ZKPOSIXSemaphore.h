@@ -86,12 +86,14 @@ class ZKPOSIXSemaphore final : public NSObject {
 
   /// `waitWithProcessInfo:maxAttempts:testInterval:error:waitBlock:`: takes the semaphore, trying again after a pause
   /// for as long as it is taken. A holder whose record shows that it is gone has the semaphore taken over from it at
-  /// once; one that never left a record, once the pauses are used up. Leaves this process's own record on success.
+  /// once; one that never left a record, once the pauses are used up, even if it lives. Leaves this process's own
+  /// record on success, where it can be written.
   /// @param directory the folder of the process-info file; when absent no record is found, written or deleted
   /// @param maxAttempts how many pauses are made at most; kNoLimit for any number
   /// @param testInterval length of a pause, in seconds
-  /// @param error the busy error when the holder still lives and the pauses are used up; ECANCELED when the wait block
-  ///        ended the wait; else the error of the call that failed
+  /// @param error the busy error when the holder still lives and the pauses are used up, and also when a semaphore that
+  ///        is to be taken over cannot be removed; ECANCELED when the wait block ended the wait; else the error of the
+  ///        call that failed
   /// @param waitBlock when empty, the pauses are slept
   bool waitWithProcessInfo(const Ref<NSURL>& directory, std::size_t maxAttempts, double testInterval,
                            Ref<NSError>* error = nullptr, const WaitBlock& waitBlock = nullptr);

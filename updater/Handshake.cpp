@@ -24,11 +24,7 @@ bool ZKUpdater::notifyReady() {
   const Ref<NSString> name = NSUserDefaults::standardUserDefaults().stringForKey("installerSemaphore"_ns);
   if (length(name) == 0) return true;
 
-  if (installerSemaphore) {
-    installerSemaphore->post();
-    installerSemaphore = nullptr;
-  }
-
+  releaseInstallerSemaphore();
   const Ref<ZKPOSIXSemaphore> semaphore = sharedSemaphore(name);
   if (!semaphore) {
     logError("Failed to create installer semaphore.");
@@ -46,11 +42,7 @@ bool ZKUpdater::waitForUpdateLock() {
   const Ref<NSString> name = NSUserDefaults::standardUserDefaults().stringForKey("updateSemaphore"_ns);
   if (length(name) == 0) return true;
 
-  if (updateSemaphore) {
-    updateSemaphore->postWithProcessInfo(updateDirectory);
-    updateSemaphore = nullptr;
-  }
-
+  releaseUpdateLock();
   const Ref<ZKPOSIXSemaphore> semaphore = sharedSemaphore(name);
   if (!semaphore) {
     logError("Failed to create update semaphore.");
@@ -81,14 +73,20 @@ bool ZKUpdater::waitForTargetExit() {
 }
 
 void ZKUpdater::releaseSemaphores() {
-  if (updateSemaphore) {
-    updateSemaphore->postWithProcessInfo(updateDirectory);
-    updateSemaphore = nullptr;
-  }
-  if (installerSemaphore) {
-    installerSemaphore->post();
-    installerSemaphore = nullptr;
-  }
+  releaseUpdateLock();
+  releaseInstallerSemaphore();
+}
+
+void ZKUpdater::releaseUpdateLock() {
+  if (!updateSemaphore) return;
+  updateSemaphore->postWithProcessInfo(updateDirectory);
+  updateSemaphore = nullptr;
+}
+
+void ZKUpdater::releaseInstallerSemaphore() {
+  if (!installerSemaphore) return;
+  installerSemaphore->post();
+  installerSemaphore = nullptr;
 }
 
 }  // namespace zk

@@ -7,8 +7,8 @@
 namespace zk {
 
 /// One run of the installer: the application that is to be updated (the target), where its update lies, and the two
-/// semaphores. Its steps run once, in the order of runInstaller(); each answers whether it succeeded and logs one line
-/// when it did not.
+/// semaphores. Its steps run in the order of runInstaller(); each answers whether it succeeded and logs one line when it
+/// did not. A step that takes a semaphore gives back the one that it took before.
 class ZKUpdater : public NSObject, public NSFileManagerDelegate {
  public:
   static Class classObject();
@@ -44,6 +44,10 @@ class ZKUpdater : public NSObject, public NSFileManagerDelegate {
 
  protected:
   ZKUpdater() = default;
+
+  // Handshake.cpp
+  void releaseUpdateLock();
+  void releaseInstallerSemaphore();
 
   // Discovery.cpp
   bool initTargetInfo();

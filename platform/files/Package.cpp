@@ -5,6 +5,7 @@
 #include <string>
 
 #include "objects/NSURL.h"
+#include "text/Characters.h"
 
 namespace zk {
 
@@ -13,8 +14,6 @@ namespace {
 constexpr std::array<std::string_view, 16> kPackageExtensions = {
     "app",         "bundle",     "plugin", "component", "kext", "prefpane", "appex", "xpc",
     "qlgenerator", "mdimporter", "saver",  "service",   "wdgt", "rtfd",     "pkg",   "mpkg"};
-
-char lowerCase(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
 
 }  // namespace
 

@@ -1,7 +1,6 @@
 #include "linux/Launch.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 
 #include "posix/FileDescriptor.h"
 #include "posix/POSIXSystem.h"
+#include "posix/Uninterrupted.h"
 
 namespace zk {
 
@@ -78,8 +78,7 @@ bool launchDetached(const std::string& executable, const std::vector<std::string
 
   writing.reset();
   if (isRunning(reading.get())) return true;
-  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  uninterrupted([child] { return ::waitpid(child, nullptr, 0); });
   return false;
 }
 

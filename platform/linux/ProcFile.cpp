@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "posix/FileDescriptor.h"
+#include "posix/Uninterrupted.h"
 
 namespace zk {
 
@@ -18,8 +19,7 @@ std::optional<std::string> readProcFile(const std::string& path) {
   std::string content;
   char part[4096];
   while (true) {
-    const ssize_t count = ::read(file.get(), part, sizeof part);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = uninterrupted([&] { return ::read(file.get(), part, sizeof part); });
     if (count < 0) return std::nullopt;
     if (count == 0) return content;
     content.append(part, static_cast<std::size_t>(count));

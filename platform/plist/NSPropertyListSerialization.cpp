@@ -6,7 +6,7 @@
 
 #include "plist/BinaryReader.h"
 #include "plist/BinaryWriter.h"
-#include "plist/Characters.h"
+#include "text/Characters.h"
 #include "plist/TextEncoding.h"
 #include "plist/TextReader.h"
 #include "plist/XMLReader.h"

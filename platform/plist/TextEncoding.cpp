@@ -1,6 +1,5 @@
 #include "plist/TextEncoding.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 

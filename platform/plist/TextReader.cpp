@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "objects/NSData.h"
-#include "plist/Characters.h"
+#include "text/Characters.h"
 #include "plist/Nesting.h"
 #include "plist/NextStepEncoding.h"
 #include "plist/TextEncoding.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "plist/Characters.h"
 #include "plist/TextEncoding.h"
+#include "text/Characters.h"
 
 namespace zk {
 
@@ -38,10 +38,9 @@ constexpr bool isXMLCharacter(char32_t codePoint) {
          (codePoint >= 0x10000 && codePoint <= 0x10FFFF);
 }
 
-bool isSameIgnoringCase(std::string_view text, std::string_view lowerCase) {
-  return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(), [](char left, char right) {
-    return (left >= 'A' && left <= 'Z' ? static_cast<char>(left - 'A' + 'a') : left) == right;
-  });
+bool isSameIgnoringCase(std::string_view text, std::string_view inLowerCase) {
+  return std::equal(text.begin(), text.end(), inLowerCase.begin(), inLowerCase.end(),
+                    [](char left, char right) { return lowerCase(left) == right; });
 }
 
 bool isEncodingKnown(std::string_view name) {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "plist/Characters.h"
+#include "text/Characters.h"
 
 namespace zk {
 

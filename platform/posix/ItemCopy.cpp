@@ -83,7 +83,12 @@ int copyItem(ItemPlace original, struct stat& status, ItemPlace copy) {
 FileDescriptor makePrivateFolder(ItemPlace place) {
   if (::mkdirat(place.folder, place.name, S_IRWXU) != 0) return FileDescriptor();
   FileDescriptor folder = openOwnFolder(place.folder, place.name);
-  if (!folder.isOpen()) return folder;
+  if (!folder.isOpen()) {
+    const int error = errno;
+    ::unlinkat(place.folder, place.name, AT_REMOVEDIR);
+    errno = error;
+    return folder;
+  }
   // From here on nothing that is made inside inherits anything.
   removeInheritedACLs({folder.get()});
   ::fchmod(folder.get(), S_IRWXU);

@@ -2,8 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <string>
-
 #include "posix/FileDescriptor.h"
 
 namespace zk {

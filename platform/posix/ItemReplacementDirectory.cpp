@@ -1,11 +1,11 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 
 #include "files/NSFileManager.h"
 #include "posix/FileError.h"
 #include "posix/Folder.h"
+#include "posix/ItemCopy.h"
 #include "posix/ItemPath.h"
 #include "posix/RandomName.h"
 
@@ -33,14 +33,6 @@ std::string replacementName(const std::string& name) {
   return "." + cutToSize(name, kLongestName - 1 - ending.size()) + ending;
 }
 
-/// Makes a folder that is its owner's alone, and nothing where something is already.
-/// @return 0 or an error number
-int makeFolder(int parent, const char* name) {
-  if (::mkdirat(parent, name, S_IRWXU) != 0) return errno;
-  // The process's mask may have taken something away, and the parent folder have added its set-group-id bit.
-  return ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
-}
-
 int makeReplacementFolder(const ItemPath& item, std::string& name) {
   const FileDescriptor folder = openFolderToSearch(AT_FDCWD, item.folder.c_str(), Links::followed);
   if (!folder.isOpen()) return errno;
@@ -48,7 +40,7 @@ int makeReplacementFolder(const ItemPath& item, std::string& name) {
   for (int attempt = 0; error == EEXIST && attempt < kMostAttempts; ++attempt) {
     name = replacementName(item.name);
     if (name.empty()) return errno;
-    error = makeFolder(folder.get(), name.c_str());
+    error = makePrivateFolder({folder.get(), name.c_str()}).isOpen() ? 0 : errno;
   }
   return error;
 }

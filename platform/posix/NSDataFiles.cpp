@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "objects/NSURL.h"
 #include "posix/FileDescriptor.h"
 #include "posix/RandomName.h"
+#include "posix/Uninterrupted.h"
 
 namespace zk {
 
@@ -19,8 +19,7 @@ constexpr mode_t kNewFileMode = 0666;
 
 bool writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
     if (count < 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
@@ -63,8 +62,8 @@ Ref<NSData> NSData::dataWithContentsOfURL(const Ref<NSURL>& url) {
   std::string bytes(static_cast<std::size_t>(file.st_size) + 1, '\0');
   std::size_t filled = 0;
   while (true) {
-    const ssize_t count = ::read(descriptor.get(), bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count =
+        uninterrupted([&] { return ::read(descriptor.get(), bytes.data() + filled, bytes.size() - filled); });
     if (count < 0) return nullptr;
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);

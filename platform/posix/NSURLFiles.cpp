@@ -6,6 +6,7 @@
 
 #include "files/Package.h"
 #include "objects/NSURL.h"
+#include "posix/ItemPath.h"
 
 namespace zk {
 
@@ -16,16 +17,16 @@ Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
   if (absolute.front() != '/') {
     const std::unique_ptr<char, decltype(&std::free)> current(::getcwd(nullptr, 0), &std::free);
     if (!current) return nullptr;
-    absolute = std::string(current.get()) + "/" + absolute;
+    absolute = joinedPath(current.get(), absolute);
   }
-  while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
+  absolute.resize(withoutTrailingSlashes(absolute).size());
   if (absolute.size() > kLongestPath) return nullptr;
   return std::make_shared<NSURL>(std::move(absolute));
 }
 
 bool NSURL::getResourceValue(Ref<NSNumber>& value, const Ref<NSString>& forKey) const {
   struct stat item;
-  if (!areEqual(forKey, NSURLIsPackageKey) || ::lstat(path_->UTF8String(), &item) != 0) return false;
+  if (!areEqual(forKey, NSURLIsPackageKey) || ::lstat(path_->fileSystemRepresentation().c_str(), &item) != 0) return false;
   value = NSNumber::numberWithBool(S_ISDIR(item.st_mode) && isPackageName(lastPathComponent()->bytes()));
   return true;
 }

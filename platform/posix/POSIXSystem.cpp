@@ -28,7 +28,7 @@ constexpr long kNanosecondsPerSecond = 1'000'000'000;
 std::vector<std::string> processArguments;
 
 /// The handle as the C library knows it; where there is none, it would not say so but crash.
-sem_t* openSemaphore(SemaphoreHandle semaphore) {
+sem_t* handleOf(SemaphoreHandle semaphore) {
   if (semaphore == ZKSEM_FAILED) errno = EINVAL;
   return static_cast<sem_t*>(semaphore);
 }
@@ -53,12 +53,12 @@ SemaphoreHandle POSIXSystem::sem_open(const char* name, int flags, std::uint16_t
 }
 
 int POSIXSystem::sem_close(SemaphoreHandle semaphore) {
-  sem_t* const handle = openSemaphore(semaphore);
+  sem_t* const handle = handleOf(semaphore);
   return handle == SEM_FAILED ? -1 : ::sem_close(handle);
 }
 
 int POSIXSystem::sem_wait(SemaphoreHandle semaphore) {
-  sem_t* const handle = openSemaphore(semaphore);
+  sem_t* const handle = handleOf(semaphore);
   if (handle == SEM_FAILED) return -1;
   if (!HeldBackSignals::mayEndProcess()) return ::sem_wait(handle);
 
@@ -74,7 +74,7 @@ int POSIXSystem::sem_wait(SemaphoreHandle semaphore) {
 }
 
 int POSIXSystem::sem_trywait(SemaphoreHandle semaphore) {
-  sem_t* const handle = openSemaphore(semaphore);
+  sem_t* const handle = handleOf(semaphore);
   if (handle == SEM_FAILED) return -1;
   const HeldBackSignals::Attempt attempt;
   const int result = ::sem_trywait(handle);
@@ -83,7 +83,7 @@ int POSIXSystem::sem_trywait(SemaphoreHandle semaphore) {
 }
 
 int POSIXSystem::sem_post(SemaphoreHandle semaphore) {
-  sem_t* const handle = openSemaphore(semaphore);
+  sem_t* const handle = handleOf(semaphore);
   return handle == SEM_FAILED ? -1 : ::sem_post(handle);
 }
 

@@ -23,8 +23,9 @@ void setAction(void (*action)(int)) {
   for (int number = 1; number <= SIGRTMAX; ++number) ::signal(number, action);
 }
 
-/// Default actions for all signals but those that an installer outlives.
-void ignoreSignals() {
+/// Default actions for all signals but those that an installer outlives. All stay blocked until the caller lets them
+/// through.
+void setActionsOfInstaller() {
   // Whatever comes meanwhile waits: a hang-up must not find its default action in between.
   sigset_t all;
   ::sigfillset(&all);
@@ -46,7 +47,7 @@ void resetSignals() {
 
 void startProcess(int argumentCount, char** arguments) {
   openStandardDescriptors();
-  ignoreSignals();
+  setActionsOfInstaller();
   HeldBackSignals::begin();
   setProcessArguments({arguments, arguments + argumentCount});
 }

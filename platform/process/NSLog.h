@@ -1,5 +1,6 @@
 #pragma once
 
+#include "objects/OutOfMemory.h"
 #include "process/System.h"
 #include "text/Formatting.h"
 
@@ -8,7 +9,7 @@ namespace zk {
 /// Writes one line to the log: `format` filled with `arguments`. Never fails, blocks or ends the process.
 template <class... Arguments>
 void NSLog(const Ref<NSString>& format, const Arguments&... arguments) {
-  System::current().log(stringWithFormat(format, arguments...)->bytes());
+  unlessOutOfMemory([&] { System::current().log(stringWithFormat(format, arguments...)->bytes()); });
 }
 
 }  // namespace zk

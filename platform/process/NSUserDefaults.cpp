@@ -5,14 +5,13 @@
 #include <string_view>
 
 #include "process/System.h"
+#include "text/Characters.h"
 
 namespace zk {
 
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 /// Whether an argument is a key: a hyphen with something behind it that is neither a number's digit nor another lone
 /// hyphen.

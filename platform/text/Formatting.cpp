@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "text/Characters.h"
+
 namespace zk {
 
 namespace {
@@ -33,8 +35,6 @@ constexpr std::array<Size, 6> kSizes = {{{'h', kBits<short>, kBits<char>},
                                          {'t', kBits<std::ptrdiff_t>, 0}}};
 
 bool isFlag(char letter) { return letter == '-' || letter == '+' || letter == ' ' || letter == '#' || letter == '0'; }
-
-bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
 /// One conversion of a format.
 struct Conversion {

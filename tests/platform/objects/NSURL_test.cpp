@@ -31,6 +31,11 @@ class CurrentFolder {
   fs::path before_;
 };
 
+TEST(NSURL, MakesARelativePathAbsoluteInTheRootFolder) {
+  const CurrentFolder root("/");
+  EXPECT_EQ(NSURL::fileURLWithPath("tmp/"_ns)->path()->bytes(), "/tmp");
+}
+
 TEST(NSURL, KeepsAnAbsolutePathWithoutItsTrailingSlashes) {
   EXPECT_EQ(pathOf("/a/b"), "/a/b");
   EXPECT_EQ(pathOf("/a/b///"), "/a/b");

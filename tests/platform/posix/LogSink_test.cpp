@@ -308,7 +308,9 @@ TEST(LogLine, IsCutToTheRoomOfAPipeThatCannotBeOpenedAgain) {
   const std::string some(static_cast<std::size_t>(size) - PIPE_BUF, '.');
   ASSERT_EQ(::write(pipe.writing.get(), some.data(), some.size()), static_cast<ssize_t>(some.size()));
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), std::string(100'000, 'x'), refuseToOpen), 0);
-  EXPECT_EQ(readAvailable(pipe.reading.get()).size(), static_cast<std::size_t>(size));
+  const std::string read = readAvailable(pipe.reading.get());
+  EXPECT_EQ(read.size(), static_cast<std::size_t>(size));
+  EXPECT_TRUE(read.ends_with("x\n")) << "the next line begins a line";
 }
 
 TEST(LogLine, GoesThroughASocket) {

@@ -14,6 +14,10 @@ constexpr bool isLetterOrDigit(char character) {
   return isDigit(character) || (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
 }
 
+constexpr char lowerCase(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
 /// What a digit of base 2 to 16 stands for; nothing for any other character.
 constexpr std::optional<unsigned> digitValue(char character, unsigned base) {
   unsigned value = base;
