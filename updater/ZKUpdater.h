@@ -7,8 +7,8 @@
 namespace zk {
 
 /// One run of the installer: the application that is to be updated (the target), where its update lies, and the two
-/// semaphores. Its steps run in the order of runInstaller(); each answers whether it succeeded and logs one line when it
-/// did not. A step that takes a semaphore gives back the one that it took before.
+/// semaphores. Its steps run in the order of runInstaller(); each answers whether it succeeded and logs one line when
+/// it did not. A step that takes a semaphore gives back the one that it took before.
 class ZKUpdater : public NSObject, public NSFileManagerDelegate {
  public:
   static Class classObject();

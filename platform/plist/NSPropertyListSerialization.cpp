@@ -6,10 +6,10 @@
 
 #include "plist/BinaryReader.h"
 #include "plist/BinaryWriter.h"
-#include "text/Characters.h"
 #include "plist/TextEncoding.h"
 #include "plist/TextReader.h"
 #include "plist/XMLReader.h"
+#include "text/Characters.h"
 
 namespace zk {
 

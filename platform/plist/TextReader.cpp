@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "objects/NSData.h"
-#include "text/Characters.h"
 #include "plist/Nesting.h"
 #include "plist/NextStepEncoding.h"
 #include "plist/TextEncoding.h"
 #include "plist/ValueStack.h"
+#include "text/Characters.h"
 
 namespace zk {
 

@@ -26,7 +26,8 @@ Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
 
 bool NSURL::getResourceValue(Ref<NSNumber>& value, const Ref<NSString>& forKey) const {
   struct stat item;
-  if (!areEqual(forKey, NSURLIsPackageKey) || ::lstat(path_->fileSystemRepresentation().c_str(), &item) != 0) return false;
+  if (!areEqual(forKey, NSURLIsPackageKey) || ::lstat(path_->fileSystemRepresentation().c_str(), &item) != 0)
+    return false;
   value = NSNumber::numberWithBool(S_ISDIR(item.st_mode) && isPackageName(lastPathComponent()->bytes()));
   return true;
 }

@@ -103,7 +103,7 @@ class Describer {
 
     std::set<std::string> names;
     for (const fs::directory_entry& entry : fs::directory_iterator(path)) names.insert(entry.path().filename());
-    for (const std::string& below : names) describe(name.empty() ? below : name + "/" + below);
+    for (const std::string& below : names) describe(fs::path(name) / below);
   }
 
   const fs::path top_;

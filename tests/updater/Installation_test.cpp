@@ -119,7 +119,7 @@ class RealInstallation : public testing::Test {
  protected:
   class RealFiles : public test::ScriptedRun {
    public:
-    Ref<NSFileManager> makeFileManager() override { return ForwardingSystem::makeFileManager(); }
+    Ref<NSFileManager> makeFileManager() override { return std::make_shared<NSFileManager>(); }
   };
 
   RealInstallation() {

@@ -301,7 +301,7 @@ std::string overlappingArrays(std::size_t count) {
   }
   document += std::string(250, '\xFF');
   // What the markers are as references to.
-  while (offsets.size() < 2 * 256) offsets += bigEndian(document.size(), 2);
+  while (offsets.size() < std::size_t{2} * 256) offsets += bigEndian(document.size(), 2);
   document += "\x09";
   return document + offsets + binaryTrailer({.offsetSize = 2}, 256, document.size());
 }

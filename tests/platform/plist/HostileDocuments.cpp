@@ -232,7 +232,7 @@ std::vector<HostileDocument> slowDocuments(std::size_t size) {
       {"overlapping UIDs", overlappingUIDs(size / 4, 1, 3, 0)},
       {"overlapping UIDs before something", overlappingUIDs(size / 6, 1, 3, size / 3)},
       {"few overlapping UIDs", overlappingUIDs(65535, 2, 2, 0)},
-      {"few overlapping UIDs before something", overlappingUIDs(65535, 2, 2, 2 * 65536)},
+      {"few overlapping UIDs before something", overlappingUIDs(65535, 2, 2, std::size_t{2} * 65536)},
       {"arrays that double", doublingArrays(500)},
       {"comments that do not end", repeated(size, "(", "/*", "")},
       {"comments", repeated(size, "(", "/**/", ")")},

@@ -57,9 +57,7 @@ TEST(NSScanner, DecimalDigitsAloneCount) {
 }
 
 TEST(NSScanner, AFailedScanChangesNeitherValueNorPosition) {
-  for (const char* text : {"", "  ", "x", " x", "-", " + ", "+-1", "--1", "- 1", " \u2003(4)",
-                           "\xFF"
-                           "1"}) {
+  for (const char* text : {"", "  ", "x", " x", "-", " + ", "+-1", "--1", "- 1", " \u2003(4)", "\xFF\x31"}) {
     const Ref<NSScanner> scanner = scannerOf(text);
     std::int32_t value = 77;
     std::int64_t wide = 88;
