@@ -67,7 +67,7 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
 /// stands between the look at the record and the removal of the name.
 bool ZKPOSIXSemaphore::takeOver(const Ref<NSURL>& directory, Ref<NSError>* error) {
   if (!unlink(error)) return false;
-  unlessOutOfMemory([&] { return removeProcessInfoAtURL(directory); });
+  removeProcessInfoAtURL(directory);
   // Not exclusive: what another process has created meanwhile is opened as it is, count included.
   return openWithName(name(), ZKO_CREAT, kSharedMode, 1, error);
 }

@@ -5,11 +5,9 @@
 namespace zk {
 
 Ref<NSArray> NSArray::arrayWithObjects(std::vector<Ref<NSObject>> objects) {
-  if (objects.size() == 1) return arrayWithObject(std::move(objects.front()));
+  if (objects.size() == 1) return std::make_shared<NSArray>(std::move(objects.front()));
   return std::make_shared<NSArray>(std::move(objects));
 }
-
-Ref<NSArray> NSArray::arrayWithObject(Ref<NSObject> object) { return std::make_shared<NSArray>(std::move(object)); }
 
 std::span<const Ref<NSObject>> NSArray::objects() const {
   if (const auto* object = std::get_if<Ref<NSObject>>(&objects_)) return {object, 1};

@@ -15,7 +15,6 @@ class NSArray final : public NSObject {
   explicit NSArray(Ref<NSObject> object) : objects_(std::move(object)) {}
 
   static Ref<NSArray> arrayWithObjects(std::vector<Ref<NSObject>> objects);
-  static Ref<NSArray> arrayWithObject(Ref<NSObject> object);
 
   /// Valid as long as the list.
   std::span<const Ref<NSObject>> objects() const;

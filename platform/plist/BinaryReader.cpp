@@ -143,7 +143,7 @@ bool BinaryReader::readTrailer() {
   const auto isWidth = [](std::size_t size) { return size >= 1 && size <= kWidestReference; };
   if (!isWidth(offsetSize_) || !isWidth(referenceSize_)) return false;
   if (offsetTable > end || objectCount > (end - offsetTable) / offsetSize_) return false;
-  // For the same reason there are no more objects than places that an offset can name.
+  // Objects that do not overlap are no more than the places that an offset can name.
   if (offsetSize_ < 4 && objectCount > std::uint64_t{1} << 8 * offsetSize_) return false;
   offsets_ = document_.substr(offsetTable, objectCount * offsetSize_);
   document_ = document_.substr(0, offsetTable);

@@ -10,11 +10,6 @@ Ref<NSArray> ValueStack::takeArray(std::size_t first) {
     if (!emptyArray_) emptyArray_ = NSArray::arrayWithObjects({});
     return emptyArray_;
   }
-  if (first + 1 == objects_.size()) {
-    const auto array = NSArray::arrayWithObject(std::move(objects_.back()));
-    objects_.pop_back();
-    return array;
-  }
   const auto begin = objects_.begin() + static_cast<std::ptrdiff_t>(first);
   std::vector<Ref<NSObject>> objects(std::make_move_iterator(begin), std::make_move_iterator(objects_.end()));
   objects_.resize(first);

@@ -225,7 +225,7 @@ def test_binary_and_xml_documents_of_libplist_are_read(exchange):
 
 
 def test_binary_and_xml_documents_of_gnustep_are_read_as_by_plistlib(exchange):
-    # It takes numbers of equal value for one, whatever their kinds, and writes reals of few digits and "\\UD83D\\UDE00" for
+    # It takes numbers of equal value for one, whatever their kinds, and writes reals of few digits and \UD83D\UDE00 for
     # one character to XML: what it writes is not always what it had.
     names = exchange.files([document.content for document in made_as_xml(300, SEED + 3)])
     folder = exchange.new_folder()

@@ -123,7 +123,10 @@ def test_it_is_held_back_during_the_swap_whichever_semaphores_are_held(scene, na
 # What never ends it
 
 
-@by_name([signal.SIGHUP, signal.SIGPIPE, signal.SIGXFSZ])
+IGNORED = [signal.SIGHUP, signal.SIGPIPE, signal.SIGXFSZ]
+
+
+@by_name(IGNORED)
 @pytest.mark.parametrize("names", [{}, {"installerSemaphore": None, "updateSemaphore": None}], ids=["both", "none"])
 def test_an_installer_outlives(scene, number, names):
     run = scene.begin(**names)
@@ -133,7 +136,7 @@ def test_an_installer_outlives(scene, number, names):
     assert run.outcome() == INSTALLED
 
 
-@by_name([signal.SIGHUP, signal.SIGPIPE, signal.SIGXFSZ])
+@by_name(IGNORED)
 @pytest.mark.parametrize("waited_for", ["installer_semaphore", "update_semaphore"])
 def test_an_installer_outlives_while_it_waits_for_a_semaphore(scene, number, waited_for):
     semaphore = getattr(scene, waited_for).create(taken=True)

@@ -1,6 +1,7 @@
 """What may include and link what."""
 
 import json
+import os
 import re
 import shlex
 import subprocess
@@ -62,6 +63,22 @@ def test_an_include_compiles_if_and_only_if_it_leads_downwards(commands, tmp_pat
     else:
         assert result.returncode != 0
         assert re.search(rf"{re.escape(header)}.*(No such file|not found)", result.stderr), result.stderr
+
+
+def test_another_project_builds_the_libraries_without_the_tests_and_with_its_own_warnings(checkout, tmp_path):
+    (tmp_path / "CMakeLists.txt").write_text(
+        "cmake_minimum_required(VERSION 3.25)\n"
+        "project(host CXX)\n"
+        f'add_subdirectory("{checkout}" zkupdater EXCLUDE_FROM_ALL)\n'
+        "add_executable(host main.cpp)\n"
+        "target_link_libraries(host PRIVATE zk::semaphore zk::version)\n"
+    )
+    (tmp_path / "main.cpp").write_text("int main() {}\n")
+    subprocess.run(["cmake", "-G", "Ninja", "-B", "build"], cwd=tmp_path, check=True, stdout=subprocess.DEVNULL)
+    rules = (tmp_path / "build/build.ninja").read_text()
+    assert "libzk_semaphore.a" in rules
+    assert "-Werror" not in rules
+    assert "tests" not in os.listdir(tmp_path / "build/zkupdater")
 
 
 def test_every_header_named_here_exists(checkout):

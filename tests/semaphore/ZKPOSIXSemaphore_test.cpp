@@ -1,8 +1,6 @@
 #include "ZKPOSIXSemaphore.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/time.h>
 
 #include <cerrno>
 #include <map>
@@ -12,6 +10,7 @@
 #include "objects/NSAutoreleasePool.h"
 #include "process/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
+#include "support/FrequentAlarm.h"
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
 
@@ -286,21 +285,13 @@ TEST(ZKPOSIXSemaphore, TheErrorNumberSurvivesTheLookUpOfTheReason) {
 }
 
 TEST(ZKPOSIXSemaphore, AWaitInterruptedByASignalFailsWithEINTR) {
-  struct sigaction action = {};
-  action.sa_handler = [](int) {};
-  struct sigaction previous;
-  ASSERT_EQ(::sigaction(SIGALRM, &action, &previous), 0);
-  // Again and again, in case the first one comes before the wait has begun.
-  const itimerval timer = {{0, 20'000}, {0, 20'000}};
-  const itimerval none = {};
-  ASSERT_EQ(::setitimer(ITIMER_REAL, &timer, nullptr), 0);
-
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   Ref<NSError> error;
-  EXPECT_FALSE(semaphore->wait(&error));
-  ::setitimer(ITIMER_REAL, &none, nullptr);
-  ::sigaction(SIGALRM, &previous, nullptr);
+  {
+    const test::FrequentAlarm alarm;
+    EXPECT_FALSE(semaphore->wait(&error));
+  }
   ASSERT_NE(error, nullptr);
   EXPECT_EQ(error->code(), ZKEINTR);
   EXPECT_EQ(reasonOf(error), "The call was interrupted by a signal.");

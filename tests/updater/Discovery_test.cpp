@@ -5,6 +5,7 @@
 
 #include "ZKUpdater.h"
 #include "support/TemporaryFolder.h"
+#include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
 
 namespace zk {
@@ -182,20 +183,11 @@ TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
   EXPECT_EQ(found(), "none");
 }
 
-/// An updater that was not made by a look-up: its fields are what a test sets.
-class BareUpdater : public ZKUpdater {
- public:
-  using ZKUpdater::targetBundleId;
-  using ZKUpdater::targetBundleURL;
-  using ZKUpdater::updateBundleURL;
-  using ZKUpdater::updateDirectory;
-};
-
 TEST_F(UpdateBundle, IsNotSearchedForWithoutATargetIdentifier) {
   // These are there to be taken for a match: a folder without an identifier, a bundle whose identifier is empty.
   std::filesystem::create_directory(folder / "plain");
   makeBundle("B.app", "");
-  BareUpdater updater;
+  test::BareUpdater updater;
   updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
   updater.updateDirectory = folder.url();
   EXPECT_EQ(updater.updateBundleURL(), nullptr);
@@ -213,9 +205,8 @@ TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
 }
 
 TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
-  setInformation("/"_ns, "com.example.a"_ns);
   makeBundle("A.app");
-  BareUpdater updater;
+  test::BareUpdater updater;
   updater.targetBundleURL = NSURL::fileURLWithPath("/"_ns);
   updater.targetBundleId = "com.example.a"_ns;
   updater.updateDirectory = folder.url();

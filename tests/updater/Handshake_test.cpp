@@ -6,6 +6,7 @@
 
 #include "ZKUpdater.h"
 #include "support/TemporaryFolder.h"
+#include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
 
 namespace zk {
@@ -142,21 +143,12 @@ TEST_F(Handshake, TheUpdateLockAloneIsReleasedAlone) {
   EXPECT_EQ(run.events, (Lines{"post update", "close update"}));
 }
 
-/// An updater whose fields a test sets and watches.
-class BareUpdater : public ZKUpdater {
- public:
-  using ZKUpdater::isLogEnabled;
-  using ZKUpdater::targetBundleId;
-  using ZKUpdater::targetBundleURL;
-  using ZKUpdater::updateDirectory;
-};
-
 TEST_F(Handshake, DestructionReleasesWhatIsHeldThenGivesUpTheFieldsThenLogsTheEnd) {
   class WatchingSystem : public test::ScriptedRun {
    public:
     void log(const std::string& message) override {
       for (const auto& [name, object] : watched) events.push_back(name + (object.expired() ? " gone" : " there"));
-      events.push_back(message.substr(message.find("] ") + 2));
+      events.push_back(withoutPrefix(message));
     }
     int sem_post(SemaphoreHandle semaphore) override {
       EXPECT_FALSE(watched.front().second.expired()) << "while the semaphores are released";
@@ -166,7 +158,7 @@ TEST_F(Handshake, DestructionReleasesWhatIsHeldThenGivesUpTheFieldsThenLogsTheEn
   } system;
   system.settings = run.settings;
   const System::Scope inner(system);
-  auto bare = std::make_unique<BareUpdater>();
+  auto bare = std::make_unique<test::BareUpdater>();
   bare->targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
   bare->targetBundleId = NSString::stringWithUTF8String("com.example.a");
   bare->updateDirectory = folder.url();

@@ -100,7 +100,7 @@ TEST_F(Installation, AFailedSwapRollsBackFromOneLevelBelowTheBackupAndHasFailed)
 TEST_F(Installation, TellsOfTheRollbackBeforeItBegins) {
   class LoggingSystem : public test::ScriptedRun {
    public:
-    void log(const std::string& message) override { events.push_back(message.substr(message.find("] ") + 2)); }
+    void log(const std::string& message) override { events.push_back(withoutPrefix(message)); }
   } system;
   system.settings = run.settings;
   system.fileManager->failingCopy = 2;

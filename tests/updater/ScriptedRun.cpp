@@ -44,10 +44,14 @@ std::vector<std::string> ScriptedRun::allSettings() {
       "-updateSemaphore", kUpdate, "-enableLog", "YES"};
 }
 
-std::vector<std::string> ScriptedRun::logLines() const {
+std::string ScriptedRun::withoutPrefix(const std::string& line) {
   static const std::regex prefix(R"(^\[ZKUpdater \(0x[0-9a-f]+\)\] ?)");
+  return std::regex_replace(line, prefix, "");
+}
+
+std::vector<std::string> ScriptedRun::logLines() const {
   std::vector<std::string> lines;
-  for (const std::string& line : rawLog) lines.push_back(std::regex_replace(line, prefix, ""));
+  for (const std::string& line : rawLog) lines.push_back(withoutPrefix(line));
   return lines;
 }
 

@@ -39,7 +39,9 @@ class ScriptedRun : public ForwardingSystem {
 
   /// The settings of a whole run: all five.
   static std::vector<std::string> allSettings();
-  /// The category and the message of each line logged: "Error: …" or "Begin installation".
+  /// The category and the message of a line logged: "Error: …" or "Begin installation".
+  static std::string withoutPrefix(const std::string& line);
+  /// That of each line.
   std::vector<std::string> logLines() const;
 
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override;

@@ -7,12 +7,12 @@ usage: gnustep.py [FOLDER FORM...] < NAMES
 
 import ctypes
 import os
-import struct
 import sys
 from json import dumps
 from pathlib import Path
 
-LIBRARY = "libgnustep-base.so.1.28"
+from property_lists import bits
+
 FORMS = {"text": 1, "xml": 100, "binary": 200}
 UTF_8 = 4
 FAULT_OF_THIS_PROGRAM = 99
@@ -25,7 +25,7 @@ class Foundation:
 
     def __init__(self):
         self.runtime = ctypes.CDLL("libobjc.so.4", mode=ctypes.RTLD_GLOBAL)
-        self.library = ctypes.CDLL(LIBRARY)
+        ctypes.CDLL("libgnustep-base.so.1.28")
         for name in ("objc_get_class", "sel_registerName", "objc_msg_lookup"):
             getattr(self.runtime, name).restype = Object
         self.send(self.send(self.named("NSAutoreleasePool"), "alloc"), "init")
@@ -86,10 +86,6 @@ class Foundation:
         assert self.is_a(value, "NSDictionary")
         return {"dict": {self.text(key): self.tagged(self.send(value, "objectForKey:", Object(key)))
                          for key in self.items(self.send(value, "keyEnumerator"))}}
-
-
-def bits(number):
-    return struct.pack(">d", number).hex()
 
 
 def in_child(work):

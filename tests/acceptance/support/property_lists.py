@@ -264,11 +264,11 @@ class LibPlist:
     """The library that plistutil is made of, in this process: a process for each document takes long."""
 
     def __init__(self):
-        self.library = ctypes.CDLL(LIBPLIST)
+        self.functions = ctypes.CDLL(LIBPLIST)
 
     def _convert(self, document, convert):
         node, text, length = ctypes.c_void_p(), ctypes.c_void_p(), ctypes.c_uint32()
-        self.library.plist_from_memory(document, ctypes.c_uint32(len(document)), ctypes.byref(node))
+        self.functions.plist_from_memory(document, ctypes.c_uint32(len(document)), ctypes.byref(node))
         if not node:
             return None
         try:
@@ -276,14 +276,14 @@ class LibPlist:
             return ctypes.string_at(text, length.value) if text else None
         finally:
             if text:
-                self.library.plist_to_xml_free(text)
-            self.library.plist_free(node)
+                self.functions.plist_to_xml_free(text)
+            self.functions.plist_free(node)
 
     def in_xml(self, document):
-        return self._convert(document, self.library.plist_to_xml)
+        return self._convert(document, self.functions.plist_to_xml)
 
     def in_binary(self, document):
-        return self._convert(document, self.library.plist_to_bin)
+        return self._convert(document, self.functions.plist_to_bin)
 
     def read(self, document):
         """JSON of what it reads, by way of its XML and plistlib."""

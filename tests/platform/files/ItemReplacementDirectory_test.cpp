@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <string>
 
 #include "FileItems.h"
+#include "support/ChildProcess.h"
 
 namespace zk::test {
 namespace {
@@ -126,6 +128,23 @@ TEST_F(ItemReplacementDirectory, WorksInAFolderThatMayNotBeRead) {
                                  EXPECT_NE(make(folder.url("closed/Host.app")), nullptr);
                                }),
             0);
+}
+
+TEST_F(ItemReplacementDirectory, IsNotLeftBehindWhereItCannotBeOpened) {
+  EXPECT_EQ(statusInChild([this] {
+              // One descriptor is left, for the folder around it.
+              const int lowestFree = ::dup(STDIN_FILENO);
+              ::close(lowestFree);
+              rlimit limit{};
+              ::getrlimit(RLIMIT_NOFILE, &limit);
+              limit.rlim_cur = static_cast<rlim_t>(lowestFree) + 1;
+              ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+              EXPECT_EQ(make(folder.url("Host.app")), nullptr);
+              ASSERT_NE(error, nullptr);
+              EXPECT_EQ(error->code(), 24);
+            }),
+            0);
+  EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
 TEST_F(ItemReplacementDirectory, LeavesNoDescriptorOpen) {

@@ -5,7 +5,6 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +14,7 @@
 
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
+#include "support/FrequentAlarm.h"
 #include "support/OwnMounts.h"
 #include "support/RefuseSystemCall.h"
 
@@ -254,13 +254,8 @@ TEST_P(ProcessExistence, WithoutAnyProcFileSystem) {
 
 TEST_P(ProcessExistence, IsToldWhileSignalsComeIn) {
   inThisWay([] {
-    ::signal(SIGALRM, [](int) {});
-    const itimerval often{{0, 20}, {0, 20}};
-    ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
+    const FrequentAlarm alarm(20);
     for (int count = 0; count < 1'000; ++count) ASSERT_EQ(ask(::getpid()), Existence::exists);
-    const itimerval never{};
-    ::setitimer(ITIMER_REAL, &never, nullptr);
-    ::signal(SIGALRM, SIG_DFL);
   });
 }
 

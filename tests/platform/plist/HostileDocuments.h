@@ -14,9 +14,9 @@ struct HostileDocument {
 /// very many very small objects, empty containers, keys, shared references.
 std::vector<HostileDocument> hungryDocuments(std::size_t size);
 
-/// Documents of about `size` bytes that ask for much more time than their size where a reader goes
-/// over anything twice: contents that never end, containers that claim the same contents, keys that are long to
-/// compare, references that double at every level.
+/// Documents of about `size` bytes that ask for much more time or memory than their size where a
+/// reader goes over anything twice: contents that never end, containers that claim the same contents, objects that are
+/// all in one place, keys that are long to compare, references that double at every level.
 std::vector<HostileDocument> slowDocuments(std::size_t size);
 
 /// Arrays in the binary form of which each holds the next one twice; `levels` of them, around one empty array.

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +12,7 @@
 
 #include "process/System.h"
 #include "support/ChildProcess.h"
+#include "support/FrequentAlarm.h"
 #include "support/SemaphoreName.h"
 
 namespace zk::test {
@@ -114,12 +114,7 @@ TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
   take();
   EXPECT_EQ(statusInChild([this] {
               HeldBackSignals::begin();
-              struct sigaction action = {};
-              action.sa_handler = [](int) {};
-              ::sigaction(SIGALRM, &action, nullptr);
-              // Again and again, in case the first one comes before the wait has begun.
-              const itimerval timer = {{0, 20'000}, {0, 20'000}};
-              ::setitimer(ITIMER_REAL, &timer, nullptr);
+              const FrequentAlarm alarm;
               EXPECT_EQ(System::current().sem_wait(handle), -1);
               EXPECT_EQ(errno, EINTR);
             }),

@@ -4,7 +4,6 @@
 #include <semaphore.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +12,7 @@
 
 #include "process/ErrorNumbers.h"
 #include "support/ChildProcess.h"
+#include "support/FrequentAlarm.h"
 #include "support/SemaphoreName.h"
 
 namespace zk::test {
@@ -146,11 +146,7 @@ TEST_F(POSIXSystemTest, WaitsUntilAnotherProcessGivesTheSemaphoreBack) {
 TEST_F(POSIXSystemTest, ReportsAWaitThatASignalHasInterrupted) {
   EXPECT_EQ(statusInChild([this] {
               create(0);
-              struct sigaction action {};
-              action.sa_handler = [](int) {};
-              ::sigaction(SIGALRM, &action, nullptr);
-              const itimerval soon{{0, 10'000}, {0, 10'000}};
-              ::setitimer(ITIMER_REAL, &soon, nullptr);
+              const FrequentAlarm alarm;
               errno = 0;
               expectRefused(systemCalls().sem_wait(handle), ZKEINTR);
             }),

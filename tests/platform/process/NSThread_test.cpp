@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/time.h>
 
 #include <chrono>
 #include <limits>
 
 #include "support/ChildProcess.h"
 #include "support/ForwardingSystem.h"
+#include "support/FrequentAlarm.h"
 
 namespace zk::test {
 
@@ -43,15 +43,13 @@ TEST(Sleep, LastsForEverWhenAskedTo) {
     });
     NSThread::sleepForTimeInterval(0.05);
     process.signal(SIGKILL);
-    EXPECT_EQ(process.wait(), 128 + SIGKILL) << seconds << ": it has not slept";
+    EXPECT_EQ(process.wait(), kEndedBySignal + SIGKILL) << seconds << ": it has not slept";
   }
 }
 
 TEST(Sleep, IsNotCutShortBySignals) {
   EXPECT_EQ(statusInChild([] {
-              ::signal(SIGALRM, [](int) {});
-              const itimerval often{{0, 1000}, {0, 1000}};
-              ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
+              const FrequentAlarm alarm(1000);
               EXPECT_GE(timeOfSleep(0.1), Milliseconds(100));
             }),
             0);
