@@ -10,7 +10,7 @@ from support.installer import INSTALLED, failed_with, seconds_since
 from support.processes import eventually
 
 LEAST = 100.0  # seconds
-MOST = 125.0
+MOST = 150.0  # the machine may be busy
 
 
 @pytest.mark.long
