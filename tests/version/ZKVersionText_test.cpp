@@ -13,6 +13,8 @@ struct Row {
   const char* full;
 };
 
+void PrintTo(const Row& row, std::ostream* stream) { *stream << row.normal; }
+
 class ZKVersionText : public testing::TestWithParam<Row> {};
 
 TEST_P(ZKVersionText, HasThreeForms) {
