@@ -4,8 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "posix/FileDescriptor.h"
 #include "posix/POSIXSystem.h"
 #include "posix/Uninterrupted.h"
@@ -52,12 +50,11 @@ bool openStandardStreams() {
 bool isRunning(int report) {
   int words = 0;
   char word;
-  ssize_t count;
-  while ((count = ::read(report, &word, sizeof word)) != 0) {
-    if (count > 0) ++words;
-    if (count < 0 && errno != EINTR) return false;
+  while (true) {
+    const ssize_t count = uninterrupted([&] { return ::read(report, &word, sizeof word); });
+    if (count <= 0) return count == 0 && words == 1;
+    ++words;
   }
-  return words == 1;
 }
 
 }  // namespace

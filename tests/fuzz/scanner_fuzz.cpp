@@ -7,14 +7,13 @@
 #include <string>
 
 #include "fuzz/Fuzzing.h"
+#include "text/Characters.h"
 #include "text/NSScanner.h"
 
 namespace {
 
 using namespace zk;
 using fuzz::require;
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 /// An optional sign and digits, all of them.
 bool isInteger(const std::string& text) {

@@ -7,11 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <stdexcept>
 
 #include "posix/FileDescriptor.h"
+#include "posix/Uninterrupted.h"
 
 // There in a build with coverage only: what the child has covered is written by no one else.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name
@@ -47,8 +47,7 @@ ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
   }
   writing.reset();
   char word;
-  while (::read(reading.get(), &word, sizeof word) < 0 && errno == EINTR) {
-  }
+  uninterrupted([&] { return ::read(reading.get(), &word, sizeof word); });
 }
 
 ChildProcess::ChildProcess(const std::function<void()>& body)
@@ -60,23 +59,23 @@ ChildProcess::ChildProcess(const std::function<void()>& body)
 ChildProcess::~ChildProcess() {
   if (isReaped_) return;
   ::kill(pid_, SIGKILL);
-  while (::waitpid(pid_, &status_, 0) != pid_ && errno == EINTR) {
-  }
+  reap();
 }
 
 void ChildProcess::signal(int number) const { ::kill(pid_, number); }
 
 void ChildProcess::waitUntilZombie() const {
   siginfo_t info;
-  while (::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
-  }
+  uninterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT); });
+}
+
+void ChildProcess::reap() {
+  isReaped_ = uninterrupted([this] { return ::waitpid(pid_, &status_, 0); }) == pid_;
 }
 
 int ChildProcess::wait() {
-  while (!isReaped_) {
-    isReaped_ = ::waitpid(pid_, &status_, 0) == pid_;
-    if (!isReaped_ && errno != EINTR) throw std::runtime_error("the child process cannot be waited for");
-  }
+  if (!isReaped_) reap();
+  if (!isReaped_) throw std::runtime_error("the child process cannot be waited for");
   return WIFSIGNALED(status_) ? kEndedBySignal + WTERMSIG(status_) : WEXITSTATUS(status_);
 }
 

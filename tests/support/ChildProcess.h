@@ -34,6 +34,8 @@ class ChildProcess {
   int wait();
 
  private:
+  void reap();
+
   pid_t pid_;
   bool isReaped_ = false;
   int status_ = 0;

@@ -106,12 +106,11 @@ TEST_F(Installation, TellsOfTheRollbackBeforeItBegins) {
   system.fileManager->failingCopy = 2;
   const System::Scope inner(system);
   EXPECT_FALSE(ZKUpdater::init()->install());
-  const auto message = std::find(system.events.begin(), system.events.end(),
-                                 "Error: Copy update to target failed. Performing rollback.");
-  ASSERT_LT(system.events.end() - message, 4);
-  ASSERT_GT(system.events.end() - message, 1);
-  EXPECT_EQ(message[-1], "copy " + update() + " to /volume/A.app");
-  EXPECT_EQ(message[1], "copy /volume/.temporary/A.app to /volume/A.app");
+  ASSERT_GE(system.events.size(), 4U);
+  EXPECT_EQ(
+      Lines(system.events.end() - 4, system.events.end()),
+      (Lines{"copy " + update() + " to /volume/A.app", "Error: Copy update to target failed. Performing rollback.",
+             "copy /volume/.temporary/A.app to /volume/A.app", "End installation"}));
 }
 
 /// The same over a real tree, with the real file manager.

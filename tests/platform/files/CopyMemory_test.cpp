@@ -40,7 +40,7 @@ class OutOfMemory : public ::testing::TestWithParam<FailingAllocation::How> {
 };
 
 TEST_P(OutOfMemory, LeavesNoFileManager) {
-  System::current();
+  System::current();  // is made at its first use
   const FailingAllocation failing(0, GetParam());
   EXPECT_EQ(System::current().makeFileManager(), nullptr);
 }

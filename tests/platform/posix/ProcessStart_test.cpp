@@ -141,7 +141,7 @@ TEST(ProcessStart, IsEndedByASignalForThatWhichCameBefore) {
               ::raise(SIGTERM);
               start();
             }),
-            128 + SIGTERM);
+            kEndedBySignal + SIGTERM);
 }
 
 TEST(ProcessStart, IsNotEndedByAHangUpWhileItGoesOn) {
