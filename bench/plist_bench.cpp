@@ -9,6 +9,7 @@
 #include <string>
 
 #include "objects/NSURL.h"
+#include "files/NSDataFiles.h"
 #include "plist/NSPropertyListSerialization.h"
 
 namespace zk {
@@ -17,7 +18,7 @@ namespace {
 Ref<NSData> document(const std::string& name) {
   const char* folder = std::getenv("ZK_BENCH_DOCUMENTS");
   const auto path = NSString::stringWithBytes(std::string(folder == nullptr ? "." : folder) + "/" + name);
-  auto data = NSData::dataWithContentsOfURL(NSURL::fileURLWithPath(path));
+  auto data = dataWithContentsOfURL(NSURL::fileURLWithPath(path), std::size_t{1} << 24);
   if (!data) {
     std::cerr << path->bytes() << " cannot be read\n";
     std::exit(1);

@@ -1,7 +1,7 @@
 #include "NSErrorOSStatus.h"
 
 #include "ErrorRecord.h"
-#include "process/StatusComments.h"
+#include "system/System.h"
 
 namespace zk {
 

@@ -1,6 +1,6 @@
 #include "ZKPOSIXSemaphore.h"
 #include "files/NSBundle.h"
-#include "process/ErrorNumbers.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk {
 

@@ -2,7 +2,7 @@
 #include "ZKPOSIXSemaphore.h"
 #include "objects/NSNumber.h"
 #include "objects/OutOfMemory.h"
-#include "process/ErrorNumbers.h"
+#include "system/ErrorNumbers.h"
 #include "process/NSThread.h"
 
 namespace zk {

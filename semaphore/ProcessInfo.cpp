@@ -1,6 +1,6 @@
 #include "ZKPOSIXSemaphore.h"
+#include "files/NSDataFiles.h"
 #include "files/NSFileManager.h"
-#include "objects/NSData.h"
 #include "objects/NSDate.h"
 #include "objects/NSNumber.h"
 #include "plist/NSPropertyListSerialization.h"
@@ -16,6 +16,8 @@ const Ref<NSString> ZKPOSIXSemaphore::creationDateKey = "creationDate"_ns;
 namespace {
 
 constexpr std::size_t kRecordKeyCount = 4;
+/// In bytes. A record takes some hundred; a larger file is a mistake or an attack.
+constexpr std::size_t kLargestRecord = std::size_t{1} << 20;
 
 Ref<NSString> textForKey(const Ref<NSDictionary>& dictionary, const Ref<NSString>& key) {
   return asString(dictionary->objectForKey(key));
@@ -99,7 +101,7 @@ bool ZKPOSIXSemaphore::writeProcessInfoAtURL(const Ref<NSURL>& directory) const 
   const Ref<NSDictionary> record = currentProcessInfo();
   if (!record) return false;
   const Ref<NSData> data = NSPropertyListSerialization::dataFromPropertyList(record, NSPropertyListBinaryFormat_v1_0);
-  return data && data->writeToURL(url, true);
+  return data && writeToURL(data, url, true);
 }
 
 bool ZKPOSIXSemaphore::removeProcessInfoAtURL(const Ref<NSURL>& directory) const {
@@ -110,7 +112,7 @@ bool ZKPOSIXSemaphore::removeProcessInfoAtURL(const Ref<NSURL>& directory) const
 Ref<NSObject> ZKPOSIXSemaphore::processInfoAtURL(const Ref<NSURL>& directory) const {
   const Ref<NSURL> url = processInfoURLAtDirectory(directory);
   if (!url) return nullptr;
-  const Ref<NSData> data = NSData::dataWithContentsOfURL(url);
+  const Ref<NSData> data = dataWithContentsOfURL(url, kLargestRecord);
   if (!data) return nullptr;
   return NSPropertyListSerialization::propertyListWithData(data);
 }

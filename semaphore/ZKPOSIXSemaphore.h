@@ -8,7 +8,7 @@
 #include "objects/NSDictionary.h"
 #include "objects/NSError.h"
 #include "objects/NSURL.h"
-#include "process/System.h"
+#include "system/System.h"
 
 namespace zk {
 

@@ -1,5 +1,6 @@
 #include "ZKUpdater.h"
 #include "files/NSBundle.h"
+#include "files/ResourceValues.h"
 #include "objects/NSAutoreleasePool.h"
 #include "process/NSUserDefaults.h"
 
@@ -76,7 +77,7 @@ Ref<NSURL> ZKUpdater::updateBundleURL() const {
   while (const Ref<NSURL> item = items->nextObject()) {
     // That the property can be read is what counts, not its value: an ordinary folder qualifies as well as a package.
     Ref<NSNumber> isPackage;
-    if (!item->getResourceValue(isPackage, NSURLIsPackageKey)) continue;
+    if (!getResourceValue(item, isPackage, NSURLIsPackageKey)) continue;
     const Ref<NSBundle> bundle = NSBundle::bundleWithURL(item);
     if (bundle && areEqual(bundle->bundleIdentifier(), targetBundleId)) return item;
   }

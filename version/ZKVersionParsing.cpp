@@ -39,7 +39,7 @@ std::optional<std::uint16_t> scanComponent(NSScanner& scanner) {
 
 /// The spin of a group "(4)", with white space around it and around the number.
 std::optional<std::uint16_t> spinOfGroup(const Ref<NSString>& text) {
-  const Ref<NSString> group = text->stringByTrimmingCharactersInSet(NSCharacterSet::whitespaceAndNewlineCharacterSet());
+  const Ref<NSString> group = stringByTrimmingCharactersInSet(text, NSCharacterSet::whitespaceAndNewlineCharacterSet());
   const std::size_t length = group->length();
   if (length < 3 || group->characterAtIndex(0) != '(' || group->characterAtIndex(length - 1) != ')') {
     return std::nullopt;

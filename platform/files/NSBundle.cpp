@@ -5,10 +5,13 @@
 #include <filesystem>
 
 #include "files/Localization.h"
-#include "objects/NSData.h"
+#include "files/NSDataFiles.h"
+#include "objects/Path.h"
 #include "plist/NSPropertyListSerialization.h"
-#include "process/ErrorNumbers.h"
-#include "process/ProgramPath.h"
+#include "system/ErrorNumbers.h"
+#include "system/Port.h"
+#include "system/System.h"
+#include "text/Characters.h"
 
 namespace zk {
 
@@ -29,8 +32,9 @@ constexpr std::array<BundleLayout, 3> kLayouts = {{
     {"Resources/Info.plist", "", "Resources"},
     {"Info.plist", "", ""},
 }};
-/// Of a folder that holds no Info.plist: in its place stands the folder, which is as good as no file.
-constexpr BundleLayout kPlainFolder = {"", "", ""};
+/// The largest files that are read, in bytes. A larger one is a mistake or an attack.
+constexpr std::size_t kLargestInfo = std::size_t{1} << 20;
+constexpr std::size_t kLargestTranslations = std::size_t{4} << 20;
 
 /// Whether a folder is only the inside of a bundle, by its name, though it may hold an Info.plist.
 bool isInside(const fs::path& folder) { return folder.filename() == "Contents" || folder.filename() == "Resources"; }
@@ -45,11 +49,11 @@ const BundleLayout* layoutOf(const fs::path& folder) {
   return nullptr;
 }
 
-fs::path folderPath(const Ref<NSURL>& url) { return url->path()->fileSystemRepresentation(); }
+fs::path folderPath(const Ref<NSURL>& url) { return fileSystemRepresentation(url->path()); }
 
-/// The dictionary in a property-list file; an empty one when there is none.
-Ref<NSDictionary> dictionaryInFile(const fs::path& path) {
-  const Ref<NSData> data = NSData::dataWithContentsOfURL(std::make_shared<NSURL>(path.string()));
+/// The dictionary in a property-list file of at most `mostBytes`; an empty one when there is none.
+Ref<NSDictionary> dictionaryInFile(const fs::path& path, std::size_t mostBytes) {
+  const Ref<NSData> data = dataWithContentsOfURL(std::make_shared<NSURL>(path.string()), mostBytes);
   const Ref<NSDictionary> dictionary =
       data ? asDictionary(NSPropertyListSerialization::propertyListWithData(data)) : nullptr;
   return dictionary ? dictionary : std::make_shared<NSDictionary>();
@@ -57,9 +61,14 @@ Ref<NSDictionary> dictionaryInFile(const fs::path& path) {
 
 /// Whether a path leads to something inside the folder that it is taken from, links disregarded.
 bool staysInside(const std::string& text) {
-  const fs::path path = text;
+  const fs::path path = fs::path(text).lexically_normal();
   const bool isWhole = text.find('\0') == std::string::npos;
-  return isWhole && !path.empty() && path.is_relative() && std::find(path.begin(), path.end(), "..") == path.end();
+  return isWhole && !path.empty() && path.is_relative() && *path.begin() != "..";
+}
+
+/// The folder of one kind of a bundle's parts; a plain folder keeps them all in itself.
+const char* partOf(const BundleLayout* layout, const char* BundleLayout::* part) {
+  return layout == nullptr ? "" : layout->*part;
 }
 
 Ref<NSBundle> makeBundle(const fs::path& folder) {
@@ -67,7 +76,7 @@ Ref<NSBundle> makeBundle(const fs::path& folder) {
 }
 
 Ref<NSBundle> bundleOfThisProgram() {
-  const std::string program = programPath();
+  const std::string program = port::programPath();
   const Ref<NSBundle> around = NSBundle::bundleAroundExecutable(NSString::stringWithBytes(program));
   if (around) return around;
   return makeBundle(program.empty() ? fs::path("/") : fs::path(program).parent_path());
@@ -75,22 +84,27 @@ Ref<NSBundle> bundleOfThisProgram() {
 
 }  // namespace
 
+bool isPartOfBundleLayout(std::string_view name) {
+  std::string lower(name);
+  std::ranges::transform(lower, lower.begin(), lowerCase);
+  return lower == "contents" || lower == "resources" || lower == "info.plist";
+}
+
 NSBundle::NSBundle(Ref<NSURL> bundleURL)
     : bundleURL_(std::move(bundleURL)),
-      layout_([this]() -> const BundleLayout& {
-        const BundleLayout* found = layoutOf(folderPath(bundleURL_));
-        return found != nullptr ? *found : kPlainFolder;
-      }()),
-      info_(dictionaryInFile(folderPath(bundleURL_) / layout_.info)) {}
+      layout_(bundleURL_->findings() == NSURL::Findings::plainFolder ? nullptr : layoutOf(folderPath(bundleURL_))),
+      info_(layout_ == nullptr ? std::make_shared<NSDictionary>()
+                               : dictionaryInFile(folderPath(bundleURL_) / layout_->info, kLargestInfo)) {}
 
 Ref<NSBundle> NSBundle::bundleWithURL(const Ref<NSURL>& url) {
+  if (!url || url->findings() == NSURL::Findings::noFolder) return nullptr;
   std::error_code error;
-  if (!url || !fs::is_directory(folderPath(url), error)) return nullptr;
-  return std::make_shared<NSBundle>(url);
+  const bool isFolder = url->findings() == NSURL::Findings::plainFolder || fs::is_directory(folderPath(url), error);
+  return isFolder ? std::make_shared<NSBundle>(url) : nullptr;
 }
 
 Ref<NSBundle> NSBundle::bundleAroundExecutable(const Ref<NSString>& path) {
-  fs::path folder = path->fileSystemRepresentation();
+  fs::path folder = fileSystemRepresentation(path);
   while (folder.has_relative_path()) {
     folder = folder.parent_path();
     if (layoutOf(folder) != nullptr) return makeBundle(folder);
@@ -113,10 +127,10 @@ Ref<NSString> NSBundle::bundleIdentifier() const { return infoText("CFBundleIden
 Ref<NSString> NSBundle::executablePath() const {
   const Ref<NSString> given = infoText("CFBundleExecutable"_ns);
   const std::string name = length(given) > 0
-                               ? given->fileSystemRepresentation()
+                               ? fileSystemRepresentation(given)
                                : std::string(nameWithoutExtension(bundleURL_->lastPathComponent()->bytes()));
   if (!staysInside(name)) return nullptr;
-  return NSString::stringWithBytes((folderPath(bundleURL_) / layout_.executables / name).string());
+  return NSString::stringWithBytes((folderPath(bundleURL_) / partOf(layout_, &BundleLayout::executables) / name).string());
 }
 
 const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const {
@@ -128,8 +142,8 @@ const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const 
   std::vector<std::string> languages = wantedLanguages();
   std::reverse(languages.begin(), languages.end());
   for (const std::string& language : languages) {
-    const fs::path folder = folderPath(bundleURL_) / layout_.resources / (language + ".lproj");
-    const Ref<NSDictionary> found = dictionaryInFile(folder / (table + ".strings"));
+    const fs::path folder = folderPath(bundleURL_) / partOf(layout_, &BundleLayout::resources) / (language + ".lproj");
+    const Ref<NSDictionary> found = dictionaryInFile(folder / (table + ".strings"), kLargestTranslations);
     entries.insert(entries.end(), found->entries().begin(), found->entries().end());
   }
   known = NSDictionary::dictionaryWithEntries(std::move(entries));
@@ -139,7 +153,7 @@ const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const 
 Ref<NSString> NSBundle::localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                               const Ref<NSString>& table) const {
   const ErrorNumberKeeper keeper;
-  const std::string tableName = length(table) > 0 ? table->fileSystemRepresentation() : "Localizable";
+  const std::string tableName = length(table) > 0 ? fileSystemRepresentation(table) : "Localizable";
   if (const Ref<NSString> found = asString(translations(tableName)->objectForKey(key))) return found;
   return length(value) > 0 ? value : key;
 }

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "objects/NSDictionary.h"
 #include "objects/NSURL.h"
@@ -9,6 +10,10 @@
 namespace zk {
 
 struct BundleLayout;
+
+/// Whether an item of this name may make the folder that it lies in a bundle. Its case does not count: on some file
+/// systems it makes no difference.
+bool isPartOfBundleLayout(std::string_view name);
 
 /// A folder that holds an application or another piece of software: one with a property list in the regular file
 /// Contents/Info.plist, else Resources/Info.plist, else Info.plist. Any other folder is a bundle without an identifier.
@@ -32,7 +37,7 @@ class NSBundle final : public NSObject {
   /// name that leads out of the bundle. The file need not exist.
   Ref<NSString> executablePath() const;
 
-  /// The translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that
+  /// `localizedStringForKey:value:table:`, the translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that
   /// LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty
   /// or absent. errno stays as it was. The files of a table are read once, when the table is first asked for.
   /// @param table the name of the table; absent means Localizable
@@ -46,7 +51,7 @@ class NSBundle final : public NSObject {
   const Ref<NSDictionary>& translations(const std::string& table) const;
 
   Ref<NSURL> bundleURL_;
-  const BundleLayout& layout_;
+  const BundleLayout* layout_;  ///< null for a plain folder
   Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
   mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };

@@ -1,9 +1,49 @@
 #include "files/NSFileManager.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <new>
+
+#include "files/DirectoryEnumerator.h"
+#include "files/FileError.h"
+#include "files/Folder.h"
+#include "files/ItemPath.h"
+#include "files/PendingItem.h"
+#include "files/ReplacementFolder.h"
+#include "files/TreeCopy.h"
+#include "files/TreeRemoval.h"
 #include "objects/NSAutoreleasePool.h"
-#include "process/System.h"
+#include "objects/Path.h"
+#include "system/ErrorNumbers.h"
+#include "system/System.h"
 
 namespace zk {
+
+namespace {
+
+bool failed(SystemError systemError, const Ref<NSURL>& url, Ref<NSError>* error) {
+  if (error != nullptr) *error = fileError(systemError, url);
+  return false;
+}
+
+/// When memory ran out there may be none for the error either; then it is not reported.
+bool failedForMemory(const Ref<NSURL>& url, Ref<NSError>* error) {
+  try {
+    return failed(SystemError(ENOMEM), url, error);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+SystemError removeAtPath(const ItemPath& path, std::string& failedAt) {
+  FileDescriptor folder;
+  failedAt = path.name;
+  if (const auto error = openFolderToSearch({AT_FDCWD, path.folder.c_str()}, Links::followed, folder)) return error;
+  return removeTree({folder.get(), path.name.c_str()}, failedAt);
+}
+
+}  // namespace
 
 Ref<NSFileManager> NSFileManager::defaultManager() {
   static const Ref<NSFileManager> shared = std::make_shared<NSFileManager>();
@@ -11,5 +51,56 @@ Ref<NSFileManager> NSFileManager::defaultManager() {
 }
 
 Ref<NSFileManager> NSFileManager::fileManager() { return autorelease(System::current().makeFileManager()); }
+
+bool NSFileManager::fileExistsAtPath(const Ref<NSString>& path, bool* isDirectory) {
+  const ErrorNumberKeeper keeper;
+  struct stat item;
+  if (!path || path->bytes().find('\0') != std::string::npos) return false;
+  if (::stat(fileSystemRepresentation(path).c_str(), &item) != 0) return false;
+  if (isDirectory != nullptr) *isDirectory = S_ISDIR(item.st_mode);
+  return true;
+}
+
+Ref<NSDirectoryEnumerator> NSFileManager::enumeratorAtURL(
+    const Ref<NSURL>& url, const std::vector<Ref<NSString>>& /*includingPropertiesForKeys*/, unsigned long options,
+    std::nullptr_t /*errorHandler*/) {
+  const ErrorNumberKeeper keeper;
+  const std::string path = fileSystemRepresentation(url->path());
+  const bool entersPackages = (options & NSDirectoryEnumerationSkipsPackageDescendants) == 0;
+  return makeDirectoryEnumerator(std::string(withoutTrailingSlashes(path)),
+                                 entersPackages ? Packages::entered : Packages::passedOver);
+}
+
+Ref<NSURL> NSFileManager::URLForDirectory(unsigned long directory, unsigned long inDomain,
+                                          const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error) {
+  const bool isKnown = directory == NSItemReplacementDirectory && inDomain == NSUserDomainMask && create;
+  const ItemPath item(fileSystemRepresentation(appropriateForURL->path()));
+  std::string name;
+  const auto systemError = isKnown ? makeReplacementFolder(item, name) : SystemError(EINVAL);
+  if (!systemError) return std::make_shared<NSURL>(joinedPath(item.folder, name));
+  failed(systemError, appropriateForURL, error);
+  return nullptr;
+}
+
+bool NSFileManager::copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error) try {
+  TreeCopy copy(*this, delegate_, url, toURL);
+  if (copy.run()) return true;
+  if (error != nullptr) *error = copy.error();
+  return false;
+} catch (const std::bad_alloc&) {
+  return failedForMemory(url, error);
+}
+
+bool NSFileManager::removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error) try {
+  const ItemPath path(fileSystemRepresentation(url->path()));
+  if (!path.namesItem()) return failed(SystemError(EINVAL), url, error);
+
+  const bool isPending = pendingItem_ != nullptr && pendingItem_->url->isEqual(url);
+  std::string failedAt;
+  const auto systemError = isPending ? removeTree(pendingItem_->item, failedAt) : removeAtPath(path, failedAt);
+  return !systemError || failed(systemError, std::make_shared<NSURL>(joinedPath(path.folder, failedAt)), error);
+} catch (const std::bad_alloc&) {
+  return failedForMemory(url, error);
+}
 
 }  // namespace zk

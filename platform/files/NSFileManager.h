@@ -49,11 +49,13 @@ class NSFileManager : public NSObject {
   /// Asked about every later copy; null for none. Must outlive this object's copies.
   void setDelegate(NSFileManagerDelegate* delegate) { delegate_ = delegate; }
 
-  /// Whether an item exists at `path`, links followed. `isDirectory`, when given, is written if it exists.
+  /// `fileExistsAtPath:isDirectory:`, whether an item exists at `path`, links followed. `isDirectory`, when given, is
+  /// written if it exists.
   virtual bool fileExistsAtPath(const Ref<NSString>& path, bool* isDirectory = nullptr);
 
-  /// All items below a folder: depth first, each folder's entries by the bytes of their names, a folder before what it
-  /// holds; hidden ones too. Links are yielded, never entered; a folder that cannot be read is yielded and passed over.
+  /// `enumeratorAtURL:includingPropertiesForKeys:options:errorHandler:`, all items below a folder: depth first, each
+  /// folder's entries by the bytes of their names, a folder before what it holds; hidden ones too. Links are yielded,
+  /// never entered; a folder that cannot be read is yielded and passed over.
   /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference
   /// here
   /// @param options 0 or NSDirectoryEnumerationSkipsPackageDescendants
@@ -69,12 +71,14 @@ class NSFileManager : public NSObject {
   virtual Ref<NSURL> URLForDirectory(unsigned long directory, unsigned long inDomain,
                                      const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error = nullptr);
 
-  /// Copies the item at `url`, a whole tree when it is a folder, so that it stands at `toURL` and is on the disk. The
-  /// delegate is asked before each item. False when the copy stopped at an error; what was written stays.
+  /// `copyItemAtURL:toURL:error:`, copies the item at `url`, a whole tree when it is a folder, so that it is at `toURL`
+  /// and on the disk. The delegate is asked before each item. False when the copy stopped at an error; what was written
+  /// stays.
   virtual bool copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error = nullptr);
 
-  /// Removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A folder that its owner may not
-  /// write to is made writable first. False at the first thing that cannot be removed, and when nothing is there.
+  /// `removeItemAtURL:error:`, removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A folder
+  /// that its owner may not write to is made writable first. False at the first thing that cannot be removed, and when
+  /// nothing is there.
   virtual bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error = nullptr);
 
  private:

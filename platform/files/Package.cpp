@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-#include "objects/NSURL.h"
+#include "objects/Path.h"
 #include "text/Characters.h"
 
 namespace zk {

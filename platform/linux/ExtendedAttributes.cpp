@@ -1,12 +1,10 @@
-#include "posix/ExtendedAttributes.h"
-
 #include <sys/xattr.h>
 
 #include <cerrno>
 #include <string>
 #include <string_view>
 
-#include "posix/Metadata.h"
+#include "system/Port.h"
 
 namespace zk {
 
@@ -18,12 +16,11 @@ constexpr int kMostAttempts = 10;
 constexpr const char* kAccessACL = "system.posix_acl_access";
 constexpr const char* kDefaultACL = "system.posix_acl_default";
 
-/// The attribute calls on an item. There is no form of them by folder and name: for an item that is not open the path
-/// goes through the descriptor of its folder under /proc, and only its last component, which is not followed, is a
-/// name.
+/// The attribute calls on an item. None of them takes a folder and a name. For an item that is not open the path goes
+/// through its folder's descriptor under /proc; only the last component is a name, and that is not followed.
 class AttributedItem {
  public:
-  explicit AttributedItem(ItemHandle item) : descriptor_(item.descriptor) {
+  explicit AttributedItem(Item item) : descriptor_(item.descriptor) {
     if (!item.isOpen()) path_ = "/proc/self/fd/" + std::to_string(item.descriptor) + "/" + item.name;
   }
 
@@ -49,44 +46,48 @@ class AttributedItem {
 /// Fills `result` by a call that tells the size when it is given no room, and ERANGE when the room has become too
 /// small.
 template <class Call>
-int readWhole(std::string& result, Call call) {
+SystemError readWhole(std::string& result, Call call) {
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     const ssize_t size = call(nullptr, 0);
-    if (size < 0) return errno;
+    if (size < 0) return lastError();
     result.resize(static_cast<std::size_t>(size));
     const ssize_t filled = size == 0 ? 0 : call(result.data(), result.size());
     if (filled < 0 && errno == ERANGE) continue;
-    if (filled < 0) return errno;
+    if (filled < 0) return lastError();
     result.resize(static_cast<std::size_t>(filled));
-    return 0;
+    return {};
   }
-  return ERANGE;
+  return SystemError(ERANGE);
 }
 
 bool isACL(std::string_view name) { return name == kAccessACL || name == kDefaultACL; }
 
-/// The error of an attribute that could not be copied; 0 when the attribute is just left out: it was refused, is too
-/// large for this file system, went away meanwhile (ENODATA), or /proc is not there.
-int unlessLeftOut(int error) {
-  const bool isLeftOut = isRefusal(error) || error == ENODATA || error == ENOENT || error == E2BIG || error == ERANGE;
-  return isLeftOut ? 0 : error;
+/// The error of an attribute that could not be copied; none when the attribute is just left out: it was refused, is too
+/// large for this file system, went away meanwhile (ENODATA), or there is no /proc.
+SystemError unlessLeftOut(SystemError error) {
+  return isRefusal(error) || error.is(ENODATA, ENOENT, E2BIG, ERANGE) ? SystemError() : error;
 }
 
-int copyAttribute(const AttributedItem& original, const AttributedItem& copy, const char* name) {
+SystemError copyAttribute(const AttributedItem& original, const AttributedItem& copy, const char* name) {
   std::string value;
-  const int error = readWhole(value, [&](char* room, std::size_t size) { return original.get(name, room, size); });
-  if (error != 0) return unlessLeftOut(error);
-  return copy.set(name, value) == 0 ? 0 : unlessLeftOut(errno);
+  const auto error = readWhole(value, [&](char* room, std::size_t size) { return original.get(name, room, size); });
+  return unlessLeftOut(error ? error : errorOf(copy.set(name, value)));
 }
 
 }  // namespace
 
-int copyExtendedAttributes(ItemHandle original, ItemHandle copy) {
+bool port::hasExtendedAttributes(int file) {
+  // Where the file system knows none, there are none.
+  const ssize_t size = ::flistxattr(file, nullptr, 0);
+  return size > 0 || (size < 0 && !isUnsupported(lastError()));
+}
+
+SystemError port::copyExtendedAttributes(Item original, Item copy) {
   const AttributedItem from(original);
   const AttributedItem to(copy);
   std::string names;
-  const int error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
-  if (error != 0) return unlessLeftOut(error);
+  const auto error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
+  if (error) return unlessLeftOut(error);
 
   // ACLs last: they may take from the owner the permission that setting the others needs.
   for (const bool areACLs : {false, true}) {
@@ -94,13 +95,13 @@ int copyExtendedAttributes(ItemHandle original, ItemHandle copy) {
     for (std::size_t start = 0; start < names.size(); start = names.find('\0', start) + 1) {
       const char* name = names.c_str() + start;
       if (isACL(name) != areACLs) continue;
-      if (const int failure = copyAttribute(from, to, name); failure != 0) return failure;
+      if (const auto failure = copyAttribute(from, to, name)) return failure;
     }
   }
-  return 0;
+  return {};
 }
 
-void removeInheritedACLs(ItemHandle item) {
+void port::removeInheritedACLs(Item item) {
   const AttributedItem attributed(item);
   attributed.remove(kAccessACL);
   attributed.remove(kDefaultACL);

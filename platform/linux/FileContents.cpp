@@ -1,5 +1,4 @@
-#include "posix/FileContents.h"
-
+#include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -7,60 +6,71 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <limits>
 
-#include "posix/Uninterrupted.h"
+#include "system/Port.h"
+#include "system/ReadingAndWriting.h"
+#include "system/Uninterrupted.h"
 
 namespace zk {
 
 namespace {
 
-/// The most that one call is asked to copy, so that it comes back now and then.
-constexpr off_t kLargestRequest = off_t{1} << 30;
-constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+/// A file up to this size is read and written by one call each.
+constexpr off_t kSmallFile = 256 * 1024;
+/// The most that the kernel is asked to copy in one call; its write-out then begins while the next part is copied.
+constexpr off_t kLargestRequest = off_t{16} << 20;
+constexpr off_t kBlockSize = 512;
 
-int writeAll(int destination, const char* bytes, std::size_t count, off_t offset) {
-  while (count > 0) {
-    const ssize_t written = uninterrupted([&] { return ::pwrite(destination, bytes, count, offset); });
-    if (written < 0) return errno;
-    bytes += written;
-    count -= static_cast<std::size_t>(written);
-    offset += written;
-  }
-  return 0;
+/// An error that says that these two file systems will never do it.
+bool isForGood(SystemError error) { return isUnsupported(error) || error.is(EXDEV, ENOTTY); }
+
+bool sharesBlocks(int source, int destination, port::CopyMeans& means) {
+  if (!means.mayShareBlocks) return false;
+  const auto error = errorOf(::ioctl(destination, FICLONE, source));
+  if (isForGood(error)) means.mayShareBlocks = false;
+  return !error;
 }
 
 /// Copies from `offset` up to `end` or the end of the file inside the kernel, as far as that goes. It may be refused,
-/// by the file system or a filter, and it reads nothing of files whose contents are made up when they are read.
-void copyInsideKernel(int source, int destination, off_t& offset, off_t end) {
+/// by the file system or a filter, and it reads nothing from files whose contents are made up when they are read.
+void copyInsideKernel(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
   off_t from = offset;
   off_t to = offset;
-  while (from < end) {
+  while (means.mayCopyInKernel && from < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - from, kLargestRequest));
-    if (uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); }) <= 0) break;
+    const ssize_t count =
+        uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
+    if (count <= 0) {
+      if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
+      return;
+    }
+    // The disk may as well begin. Whether it does makes no difference to what is waited for at the end.
+    ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
     offset = to;
   }
 }
 
-/// The same through this process, which either does it or tells why it cannot be done.
-int copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
-  std::array<char, kBufferSize> buffer;
+/// The same through this process, which either does it or tells why it cannot be done. Both files are read and written
+/// where they stand.
+SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
+  std::array<char, kSmallFile> buffer;
   while (offset < end) {
-    const auto wanted = static_cast<std::size_t>(std::min(end - offset, static_cast<off_t>(buffer.size())));
-    const ssize_t count = uninterrupted([&] { return ::pread(source, buffer.data(), wanted, offset); });
-    if (count < 0) return errno;
-    if (count == 0) return 0;
-    if (const int error = writeAll(destination, buffer.data(), static_cast<std::size_t>(count), offset); error != 0) {
-      return error;
-    }
+    const auto wanted = static_cast<std::size_t>(std::min(end - offset, kSmallFile));
+    const ssize_t count = uninterrupted([&] { return ::read(source, buffer.data(), wanted); });
+    if (count < 0) return lastError();
+    if (count == 0) return {};
+    if (const auto error = writeAll(destination, {buffer.data(), static_cast<std::size_t>(count)})) return error;
     offset += count;
   }
-  return 0;
+  return {};
 }
 
-int copyRange(int source, int destination, off_t& offset, off_t end) {
-  copyInsideKernel(source, destination, offset, end);
+SystemError copyRange(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
+  copyInsideKernel(source, destination, offset, end, means);
+  if (offset == end) return {};
+  if (const auto error = errorOf(::lseek(source, offset, SEEK_SET))) return error;
+  if (const auto error = errorOf(::lseek(destination, offset, SEEK_SET))) return error;
   return copyThroughBuffer(source, destination, offset, end);
 }
 
@@ -78,36 +88,40 @@ Stretch nextData(int source, off_t offset, off_t end) {
   return {std::min(data, end), hole > data ? std::min(hole, end) : end};
 }
 
-/// Copies the first `end` bytes; `end` becomes less when the file turns out to have become shorter.
-int copyData(int source, int destination, off_t& end) {
+/// Copies a file that may have holes, whose size was `end`.
+SystemError copyData(int source, int destination, off_t end, port::CopyMeans& means) {
   off_t offset = 0;
   while (offset < end) {
     const Stretch data = nextData(source, offset, end);
     offset = data.begin;
-    if (const int error = copyRange(source, destination, offset, data.end); error != 0) return error;
+    if (const auto error = copyRange(source, destination, offset, data.end, means)) return error;
     if (offset < data.end) end = offset;
   }
-  return 0;
+  // A hole at the end was not written, and what was cut off meanwhile is no hole.
+  struct stat now;
+  if (const auto error = errorOf(::fstat(source, &now))) return error;
+  return errorOf(uninterrupted([&] { return ::ftruncate(destination, std::min(end, now.st_size)); }));
+}
+
+SystemError copyInto(int source, const struct stat& status, int destination, port::CopyMeans& means) {
+  off_t offset = 0;
+  // A file of no size may still have contents: those under /proc are made up when they are read.
+  if (status.st_size == 0) {
+    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
+  }
+  if (sharesBlocks(source, destination, means)) return {};
+  if (status.st_blocks < status.st_size / kBlockSize) return copyData(source, destination, status.st_size, means);
+  if (status.st_size <= kSmallFile) return copyThroughBuffer(source, destination, offset, status.st_size);
+  return copyRange(source, destination, offset, status.st_size, means);
 }
 
 }  // namespace
 
-int copyContents(int source, int destination, off_t size) {
-  // A file of no size may still have contents: those of /proc are made up when they are read.
-  if (size == 0) {
-    off_t offset = 0;
-    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
-  }
-  if (::ioctl(destination, FICLONE, source) == 0) return 0;
-
-  off_t end = size;
-  if (const int error = copyData(source, destination, end); error != 0) return error;
-
-  // A hole at the end was not written, and what was cut off meanwhile is no hole.
-  struct stat now;
-  if (::fstat(source, &now) != 0) return errno;
-  end = std::min(end, now.st_size);
-  return uninterrupted([&] { return ::ftruncate(destination, end); }) == 0 ? 0 : errno;
+SystemError port::copyContents(int source, const struct stat& status, Item copy, mode_t mode, CopyMeans& means,
+                               FileDescriptor& made) {
+  constexpr int kCreate = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  made = FileDescriptor(uninterrupted([&] { return ::openat(copy.descriptor, copy.name, kCreate, mode); }));
+  return made.isOpen() ? copyInto(source, status, made.get(), means) : lastError();
 }
 
 }  // namespace zk

@@ -4,9 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "posix/FileDescriptor.h"
-#include "posix/POSIXSystem.h"
-#include "posix/Uninterrupted.h"
+#include "system/FileDescriptor.h"
+#include "process/POSIXSystem.h"
+#include "system/Uninterrupted.h"
 
 namespace zk {
 

@@ -1,19 +1,16 @@
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include "linux/Launch.h"
 #include "linux/ProcessBundle.h"
 #include "linux/ProcessExistence.h"
 #include "linux/ProcessFacts.h"
-#include "posix/POSIXSystem.h"
-#include "process/OperatingSystem.h"
-#include "process/ThreadId.h"
+#include "objects/NSNumber.h"
+#include "process/POSIXSystem.h"
+#include "system/Port.h"
 
 namespace zk {
 
 namespace {
 
-/// Not to be found out: any status but "no error" and "no such process".
+/// The look-up itself failed: any status but "no error" and "no such process".
 constexpr OSStatusCode kLookUpFailed = -50;
 
 class LinuxSystem final : public POSIXSystem {
@@ -57,7 +54,7 @@ class LinuxSystem final : public POSIXSystem {
     return noErr;
   }
 
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+  bool launch(const Ref<NSURL>& /*bundle*/, const std::string& executable, const std::vector<std::string>& arguments,
               unsigned long /*options*/) override {
     return launchDetached(executable, arguments);
   }
@@ -65,11 +62,10 @@ class LinuxSystem final : public POSIXSystem {
 
 }  // namespace
 
-System& operatingSystem() {
-  static LinuxSystem system;
+System& port::operatingSystem() {
+  // Never destroyed: objects that end after main() may still need it.
+  static LinuxSystem& system = *new LinuxSystem;
   return system;
 }
-
-long currentThreadId() { return ::syscall(SYS_gettid); }
 
 }  // namespace zk

@@ -1,13 +1,9 @@
 #include "linux/ProcFile.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <unistd.h>
 
-#include <cerrno>
-
-#include "posix/FileDescriptor.h"
-#include "posix/Uninterrupted.h"
+#include "system/FileDescriptor.h"
+#include "system/ReadingAndWriting.h"
 
 namespace zk {
 
@@ -15,22 +11,15 @@ std::string procFolder(std::int32_t pid) { return "/proc/" + std::to_string(pid)
 
 std::optional<std::string> readProcFile(const std::string& path) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen()) return std::nullopt;
   std::string content;
-  char part[4096];
-  while (true) {
-    const ssize_t count = uninterrupted([&] { return ::read(file.get(), part, sizeof part); });
-    if (count < 0) return std::nullopt;
-    if (count == 0) return content;
-    content.append(part, static_cast<std::size_t>(count));
-  }
+  if (!file.isOpen() || readAll(file.get(), content)) return std::nullopt;
+  return content;
 }
 
-std::optional<std::string> readLink(const std::string& path) {
-  char target[PATH_MAX];
-  const ssize_t count = ::readlink(path.c_str(), target, sizeof target);
-  if (count < 0) return std::nullopt;
-  return std::string(target, static_cast<std::size_t>(count));
+std::optional<std::string> readProcLink(const std::string& path) {
+  std::string target;
+  if (readLink({AT_FDCWD, path.c_str()}, target)) return std::nullopt;
+  return target;
 }
 
 std::optional<std::string> statField(std::string_view line, std::size_t number) {

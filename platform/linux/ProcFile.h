@@ -10,12 +10,11 @@ namespace zk {
 /// The path of a process's (or a thread's) own folder under /proc.
 std::string procFolder(std::int32_t pid);
 
-/// The content of a file under /proc, whose size is not known before it is read; nothing, and errno, when it cannot be
-/// read.
+/// The content of a file under /proc; nothing, and errno, when it cannot be read.
 std::optional<std::string> readProcFile(const std::string& path);
 
-/// What a symbolic link leads to; nothing, and errno, when it cannot be read.
-std::optional<std::string> readLink(const std::string& path);
+/// What a link under /proc leads to; nothing, and errno, when it cannot be read.
+std::optional<std::string> readProcLink(const std::string& path);
 
 /// Fields of /proc/<pid>/stat, counted as proc(5) does.
 inline constexpr std::size_t kStatState = 3;

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+#include "system/System.h"
+
 namespace zk {
 
 namespace {
@@ -32,7 +34,7 @@ Ref<NSBundle> bundleOfProgram(const fs::path& program) {
   if (error) return nullptr;
   const Ref<NSBundle> bundle = NSBundle::bundleAroundExecutable(NSString::stringWithBytes(file.string()));
   const Ref<NSString> executable = bundle ? bundle->executablePath() : nullptr;
-  const bool isOwn = executable && fs::equivalent(executable->fileSystemRepresentation(), file, error);
+  const bool isOwn = executable && fs::equivalent(fileSystemRepresentation(executable), file, error);
   return isOwn && !error ? bundle : nullptr;
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "linux/ProcFile.h"
-#include "posix/FileDescriptor.h"
+#include "system/FileDescriptor.h"
 
 namespace zk {
 

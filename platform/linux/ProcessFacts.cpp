@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "linux/ProcFile.h"
-#include "process/ProgramPath.h"
+#include "system/Item.h"
 
 namespace zk {
 
@@ -37,7 +37,7 @@ struct ProcLink {
 
 std::optional<ProcLink> processLink(std::int32_t pid, const std::string& name) {
   for (const std::string& folder : foldersOf(pid)) {
-    if (std::optional<std::string> target = readLink(folder + name)) return ProcLink{folder + name, *target};
+    if (std::optional<std::string> target = readProcLink(folder + name)) return ProcLink{folder + name, *target};
   }
   return std::nullopt;
 }
@@ -54,7 +54,7 @@ bool isSameFile(const std::string& left, const std::string& right) {
   struct stat leftFile;
   struct stat rightFile;
   return ::stat(left.c_str(), &leftFile) == 0 && ::stat(right.c_str(), &rightFile) == 0 &&
-         leftFile.st_dev == rightFile.st_dev && leftFile.st_ino == rightFile.st_ino;
+         identityOf(leftFile) == identityOf(rightFile);
 }
 
 std::uint32_t hashOf(std::string_view text) {
@@ -107,11 +107,6 @@ std::optional<std::uint32_t> launchStampOf(std::int32_t pid) {
 
 std::uint32_t launchStamp(std::string_view bootId, std::uint64_t startTicks) {
   return hashOf(bootId) + static_cast<std::uint32_t>(startTicks);
-}
-
-std::string programPath() {
-  const std::optional<Executable> executable = executableOf(::getpid());
-  return executable ? executable->path : std::string();
 }
 
 }  // namespace zk

@@ -1,4 +1,4 @@
-#include "process/StatusComments.h"
+#include "system/Port.h"
 
 #include <algorithm>
 #include <array>
@@ -223,7 +223,7 @@ static_assert(std::adjacent_find(kComments.begin(), kComments.end(), std::not_fn
 
 }  // namespace
 
-const char* GetMacOSStatusCommentString(std::int32_t status) {
+const char* port::statusComment(std::int32_t status) {
   const auto row = std::lower_bound(kComments.begin(), kComments.end(), status,
                                     [](const Comment& comment, std::int32_t value) { return comment.status < value; });
   return row != kComments.end() && row->status == status ? row->text : nullptr;

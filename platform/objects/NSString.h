@@ -7,8 +7,6 @@
 
 namespace zk {
 
-class NSCharacterSet;
-
 /// A stretch of a text or of data: where it begins and how long it is, in bytes.
 struct NSRange {
   std::size_t location;
@@ -29,16 +27,11 @@ class NSString final : public NSObject {
   const std::string& bytes() const { return bytes_; }
   std::size_t length() const { return bytes_.size(); }
 
-  /// The bytes under which the operating system's file calls know this text.
-  std::string fileSystemRepresentation() const;
-
   char characterAtIndex(std::size_t index) const { return bytes_[index]; }
   /// The rest from `index`; the empty text when `index` is at or beyond the end.
   Ref<NSString> substringFromIndex(std::size_t index) const;
   /// The part in `range`, cut to what the text holds.
   Ref<NSString> substringWithRange(NSRange range) const;
-  /// The text without the characters of `set` (by whole code points) at its two ends.
-  Ref<NSString> stringByTrimmingCharactersInSet(const NSCharacterSet& set) const;
 
   bool isEqual(const Ref<NSObject>& object) const override;
   std::size_t hash() const override;

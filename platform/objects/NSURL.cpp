@@ -1,17 +1,35 @@
 #include "objects/NSURL.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "objects/Path.h"
+
 namespace zk {
 
-const Ref<NSString> NSURLIsPackageKey = "NSURLIsPackageKey"_ns;
+NSURL::NSURL(std::string path, Findings findings)
+    : path_(std::make_shared<NSString>(std::move(path))), findings_(findings) {}
 
-NSURL::NSURL(std::string path) : path_(std::make_shared<NSString>(std::move(path))) {}
+Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
+  if (length(path) == 0 || path->bytes().find('\0') != std::string::npos) return nullptr;
 
-Ref<NSString> NSURL::lastPathComponent() const { return path_->substringFromIndex(path_->bytes().rfind('/') + 1); }
+  std::string absolute = path->bytes();
+  if (absolute.front() != '/') {
+    const std::unique_ptr<char, decltype(&std::free)> current(::getcwd(nullptr, 0), &std::free);
+    if (!current) return nullptr;
+    absolute = joinedPath(current.get(), absolute);
+  }
+  absolute.resize(withoutTrailingSlashes(absolute).size());
+  if (absolute.size() > kLongestPath) return nullptr;
+  return std::make_shared<NSURL>(std::move(absolute));
+}
+
+Ref<NSString> NSURL::lastPathComponent() const { return NSString::stringWithBytes(lastName(path_->bytes())); }
 
 Ref<NSURL> NSURL::URLByAppendingPathComponent(const Ref<NSString>& component) const {
-  const std::string& folder = path_->bytes();
-  const std::string slash = folder.ends_with('/') ? "" : "/";
-  return fileURLWithPath(NSString::stringWithBytes(folder + slash + component->bytes()));
+  return fileURLWithPath(NSString::stringWithBytes(joinedPath(path_->bytes(), component->bytes())));
 }
 
 Ref<NSURL> NSURL::URLByAppendingPathComponent(const Ref<NSString>& component, bool /*isDirectory*/) const {
@@ -26,15 +44,5 @@ bool NSURL::isEqual(const Ref<NSObject>& object) const {
 std::size_t NSURL::hash() const { return path_->hash(); }
 
 Ref<NSString> NSURL::description() const { return path_; }
-
-std::string_view pathExtension(std::string_view name) {
-  const std::size_t dot = name.rfind('.');
-  return dot == std::string_view::npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
-}
-
-std::string_view nameWithoutExtension(std::string_view name) {
-  const std::size_t dot = name.rfind('.');
-  return dot == std::string_view::npos || dot == 0 ? name : name.substr(0, dot);
-}
 
 }  // namespace zk

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "objects/OutOfMemory.h"
-#include "process/System.h"
+#include "system/System.h"
 #include "text/Formatting.h"
 
 namespace zk {

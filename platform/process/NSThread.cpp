@@ -1,6 +1,6 @@
 #include "process/NSThread.h"
 
-#include "process/System.h"
+#include "system/System.h"
 
 namespace zk {
 

@@ -4,7 +4,7 @@
 #include <limits>
 #include <string_view>
 
-#include "process/System.h"
+#include "system/System.h"
 #include "text/Characters.h"
 
 namespace zk {

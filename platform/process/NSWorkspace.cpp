@@ -2,8 +2,8 @@
 
 #include "files/NSBundle.h"
 #include "objects/NSArray.h"
-#include "process/ErrorNumbers.h"
-#include "process/System.h"
+#include "system/ErrorNumbers.h"
+#include "system/System.h"
 
 namespace zk {
 
@@ -34,8 +34,8 @@ Ref<NSRunningApplication> NSWorkspace::launchApplicationAtURL(const Ref<NSURL>& 
                                                               Ref<NSError>* error) {
   const Ref<NSBundle> bundle = NSBundle::bundleWithURL(url);
   const Ref<NSString> executable = bundle ? bundle->executablePath() : nullptr;
-  if (executable &&
-      System::current().launch(executable->fileSystemRepresentation(), argumentsIn(configuration), options)) {
+  const std::string path = executable ? fileSystemRepresentation(executable) : std::string();
+  if (executable && System::current().launch(url, path, argumentsIn(configuration), options)) {
     return std::make_shared<NSRunningApplication>(url);
   }
   if (error != nullptr) *error = NSError::errorWithDomain(NSPOSIXErrorDomain, ZKENOENT, nullptr);

@@ -73,4 +73,11 @@ void NSMutableCharacterSet::formUnionWithCharacterSet(const NSCharacterSet& othe
   if (&other != this) add(other);
 }
 
+Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set) {
+  std::string_view kept = text->bytes();
+  kept.remove_prefix(set.prefixLength(kept));
+  kept.remove_suffix(set.suffixLength(kept));
+  return NSString::stringWithBytes(kept);
+}
+
 }  // namespace zk

@@ -49,4 +49,7 @@ class NSMutableCharacterSet final : public NSCharacterSet {
   void formUnionWithCharacterSet(const NSCharacterSet& other);
 };
 
+/// `text` without the characters of `set` (by whole code points) at its two ends.
+Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set);
+
 }  // namespace zk

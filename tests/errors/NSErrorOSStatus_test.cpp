@@ -4,8 +4,8 @@
 
 #include <limits>
 
-#include "process/StatusComments.h"
-#include "process/System.h"
+#include "system/System.h"
+#include "system/System.h"
 #include "support/Memory.h"
 
 namespace zk {

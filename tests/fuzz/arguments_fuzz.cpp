@@ -7,7 +7,7 @@
 
 #include "fuzz/Fuzzing.h"
 #include "process/NSUserDefaults.h"
-#include "process/System.h"
+#include "system/System.h"
 #include "support/ForwardingSystem.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "ZKPOSIXSemaphore.h"
-#include "process/ErrorNumbers.h"
+#include "system/ErrorNumbers.h"
 
 int main() {
   using zk::ZKPOSIXSemaphore;

@@ -8,7 +8,7 @@
 
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
-#include "process/ErrorNumbers.h"
+#include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/FrequentAlarm.h"
 #include "support/Memory.h"

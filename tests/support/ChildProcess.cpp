@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "posix/FileDescriptor.h"
-#include "posix/Uninterrupted.h"
+#include "system/FileDescriptor.h"
+#include "system/Uninterrupted.h"
 
 // There in a build with coverage only: what the child has covered is written by no one else.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "files/NSFileManager.h"
-#include "process/System.h"
+#include "system/System.h"
 
 namespace zk::test {
 
@@ -32,9 +32,9 @@ class ForwardingSystem : public System {
     return next_.GetProcessInformation(process, info);
   }
   void sleepForTimeInterval(double seconds) override { next_.sleepForTimeInterval(seconds); }
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
               unsigned long options) override {
-    return next_.launch(executable, arguments, options);
+    return next_.launch(bundle, executable, arguments, options);
   }
 
   std::vector<std::string> arguments() override { return next_.arguments(); }

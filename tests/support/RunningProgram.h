@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "posix/FileDescriptor.h"
+#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 
 namespace zk::test {

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "posix/FileDescriptor.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 

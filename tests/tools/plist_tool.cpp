@@ -8,13 +8,15 @@
 #include <iostream>
 #include <string>
 
-#include "objects/NSURL.h"
+#include "files/NSDataFiles.h"
 #include "platform/plist/PropertyListText.h"
 #include "plist/NSPropertyListSerialization.h"
 
 namespace {
 
 using namespace zk;
+
+constexpr std::size_t kMostBytes = std::size_t{1} << 24;
 
 Ref<NSURL> urlOf(const std::filesystem::path& path) {
   return NSURL::fileURLWithPath(NSString::stringWithBytes(path.string()));
@@ -30,7 +32,7 @@ int main(int count, char** arguments) {
   const std::filesystem::path folder = arguments[1];
   std::string name;
   for (std::size_t line = 0; std::getline(std::cin, name); ++line) {
-    const auto data = NSData::dataWithContentsOfURL(urlOf(name));
+    const auto data = dataWithContentsOfURL(urlOf(name), kMostBytes);
     if (!data) {
       std::cerr << name << " cannot be read\n";
       return 1;
@@ -40,7 +42,7 @@ int main(int count, char** arguments) {
     if (!propertyList) continue;
     const auto written =
         NSPropertyListSerialization::dataFromPropertyList(propertyList, NSPropertyListBinaryFormat_v1_0);
-    if (!written || !written->writeToURL(urlOf(folder / std::to_string(line)), false)) {
+    if (!written || !writeToURL(written, urlOf(folder / std::to_string(line)), false)) {
       std::cerr << name << " cannot be written\n";
       return 1;
     }

@@ -165,10 +165,10 @@ class OutOfMemory : public test::ScriptedRun {
     failIf("arguments");
     return ScriptedRun::arguments();
   }
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
               unsigned long options) override {
     failIf("launch");
-    return ScriptedRun::launch(executable, arguments, options);
+    return ScriptedRun::launch(bundle, executable, arguments, options);
   }
   Ref<NSFileManager> makeFileManager() override {
     failIf("file manager");

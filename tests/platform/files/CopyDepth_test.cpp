@@ -10,7 +10,7 @@
 #include <string>
 
 #include "FileItems.h"
-#include "posix/FileDescriptor.h"
+#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
 

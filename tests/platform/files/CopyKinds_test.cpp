@@ -9,7 +9,7 @@
 #include <string>
 
 #include "FileItems.h"
-#include "posix/FileDescriptor.h"
+#include "system/FileDescriptor.h"
 #include "support/TreeDescription.h"
 
 namespace zk::test {

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "FileItems.h"
-#include "process/System.h"
+#include "system/System.h"
 #include "support/Memory.h"
 #include "support/TreeDescription.h"
 

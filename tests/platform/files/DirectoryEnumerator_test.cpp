@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "FileItems.h"
-#include "posix/FileDescriptor.h"
+#include "files/ResourceValues.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {
@@ -112,22 +113,25 @@ TEST_F(DirectoryEnumerator, YieldsAFolderThatCannotBeReadAndPassesOverIt) {
             0);
 }
 
-TEST_F(DirectoryEnumerator, ReadsAFolderWhenTheItemBehindItIsAskedFor) {
-  writeFile(folder / "a/file", "");
-  writeFile(folder / "b", "");
+TEST_F(DirectoryEnumerator, ReadsAFolderJustBeforeItYieldsIt) {
+  writeFile(folder / "a", "");
+  writeFile(folder / "b/file", "");
+  writeFile(folder / "c", "");
   const Ref<NSDirectoryEnumerator> items = enumerator(folder.url());
   EXPECT_EQ(items->nextObject()->lastPathComponent()->bytes(), "a");
-  writeFile(folder / "a/later", "");
-  EXPECT_THAT(rest(items, folder.path()), ElementsAre("a/file", "a/later", "b"));
+  writeFile(folder / "b/later", "");
+  EXPECT_EQ(items->nextObject()->lastPathComponent()->bytes(), "b");
+  writeFile(folder / "b/too late", "");
+  EXPECT_THAT(rest(items, folder.path()), ElementsAre("b/file", "b/later", "c"));
 }
 
 TEST_F(DirectoryEnumerator, GoesOnWhenAFolderIsRemovedUnderIt) {
-  writeFile(folder / "a/file", "");
+  writeFile(folder / "a/inner/file", "");
   writeFile(folder / "b", "");
   const Ref<NSDirectoryEnumerator> items = enumerator(folder.url());
   EXPECT_EQ(items->nextObject()->lastPathComponent()->bytes(), "a");
   fs::remove_all(folder / "a");
-  EXPECT_THAT(rest(items, folder.path()), ElementsAre("b"));
+  EXPECT_THAT(rest(items, folder.path()), ElementsAre("a/inner", "b"));
 }
 
 TEST_F(DirectoryEnumerator, StaysAtItsEnd) {

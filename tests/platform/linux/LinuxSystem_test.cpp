@@ -7,8 +7,8 @@
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
 #include "linux/ProcessFacts.h"
-#include "process/System.h"
-#include "process/ThreadId.h"
+#include "system/System.h"
+#include "system/Port.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 
@@ -154,9 +154,9 @@ TEST(ProcessManager, HasNoLaunchStampOfAProcessThatHasEnded) {
 TEST(ProcessManager, NamesTheCallingProcess) { EXPECT_EQ(System::current().getpid(), ::getpid()); }
 
 TEST(ThreadId, IsTheProcessIdInTheFirstThreadAndAnotherInOthers) {
-  EXPECT_EQ(currentThreadId(), ::getpid());
+  EXPECT_EQ(port::currentThreadId(), ::getpid());
   long other = 0;
-  std::thread([&other] { other = currentThreadId(); }).join();
+  std::thread([&other] { other = port::currentThreadId(); }).join();
   EXPECT_NE(other, ::getpid());
   EXPECT_GT(other, 0);
 }

@@ -65,9 +65,9 @@ TEST(ProcFile, TellsWhyAFileCannotBeRead) {
 TEST(ProcFile, ReadsWhatALinkSays) {
   const TemporaryFolder folder;
   std::filesystem::create_symlink("no such target", folder / "link");
-  EXPECT_EQ(readLink(folder / "link"), "no such target");
+  EXPECT_EQ(readProcLink(folder / "link"), "no such target");
   errno = 0;
-  EXPECT_EQ(readLink(folder / "no such link"), std::nullopt);
+  EXPECT_EQ(readProcLink(folder / "no such link"), std::nullopt);
   EXPECT_EQ(errno, ENOENT);
 }
 
@@ -75,7 +75,7 @@ TEST(ProcFile, ReadsTheLongestLink) {
   const TemporaryFolder folder;
   const std::string target(4095, 'x');
   std::filesystem::create_symlink(target, folder / "link");
-  EXPECT_EQ(readLink(folder / "link"), target);
+  EXPECT_EQ(readProcLink(folder / "link"), target);
 }
 
 }  // namespace

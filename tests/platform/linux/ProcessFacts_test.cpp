@@ -13,7 +13,7 @@
 
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
-#include "process/ProgramPath.h"
+#include "system/Port.h"
 #include "support/OwnMounts.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
@@ -135,7 +135,7 @@ TEST(ExecutableOfAProcess, KeepsBytesThatAreNotUTF8) {
 
 TEST(ExecutableOfAProcess, IsKnownThoughTheFirstThreadHasEnded) {
   const auto process = makeProcessWithoutFirstThread();
-  expectExecutable(process->pid(), programPath(), false);
+  expectExecutable(process->pid(), port::programPath(), false);
 }
 
 TEST(ExecutableOfAProcess, IsNotKnownOfAZombieOrOfNoProcess) {
@@ -161,7 +161,7 @@ TEST(ExecutableOfAProcess, DoesNotComeFromWhatTheProcessShows) {
 }
 
 TEST(ProgramPath, IsThatOfTheTestItself) {
-  const std::string path = programPath();
+  const std::string path = port::programPath();
   EXPECT_TRUE(fs::equivalent(path, "/proc/self/exe")) << path;
 }
 

@@ -1,4 +1,4 @@
-#include "process/StatusComments.h"
+#include "system/Port.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ TEST(StatusComments, DescribesWellKnownStatuses) {
       {-1701, "not found"},   {-1708, "handler"},   {-1712, "timed out"}, {-10810, "unknown"},  {-10814, "not found"},
       {-10827, "executable"}, {-10829, "sessions"}, {-1, "Queue"}};
   for (const Row& row : rows) {
-    const char* const text = GetMacOSStatusCommentString(row.status);
+    const char* const text = port::statusComment(row.status);
     ASSERT_NE(text, nullptr) << row.status;
     EXPECT_NE(std::string_view(text).find(row.word), std::string_view::npos) << row.status << ": " << text;
   }
@@ -33,14 +33,14 @@ TEST(StatusComments, KnowsNothingOfOtherStatuses) {
   for (const std::int32_t status :
        {0, 1, 43, 123'456'789, -6, -41, -601'000, -10'812, -10'830, std::numeric_limits<std::int32_t>::min(),
         std::numeric_limits<std::int32_t>::max()}) {
-    EXPECT_EQ(GetMacOSStatusCommentString(status), nullptr) << status;
+    EXPECT_EQ(port::statusComment(status), nullptr) << status;
   }
 }
 
 TEST(StatusComments, EveryTextIsAPlainPhrase) {
   int known = 0;
   for (std::int32_t status = -100'000; status <= 100'000; ++status) {
-    const char* const text = GetMacOSStatusCommentString(status);
+    const char* const text = port::statusComment(status);
     if (text == nullptr) continue;
     ++known;
     const std::string_view phrase = text;
@@ -48,7 +48,7 @@ TEST(StatusComments, EveryTextIsAPlainPhrase) {
     EXPECT_TRUE(phrase.front() >= 'A' && phrase.front() <= 'Z') << phrase;
     EXPECT_TRUE(std::all_of(phrase.begin(), phrase.end(), [](char byte) { return byte >= ' ' && byte < 0x7F; }));
     EXPECT_NE(phrase.back(), '.') << phrase;
-    EXPECT_EQ(GetMacOSStatusCommentString(status), text) << "static storage";
+    EXPECT_EQ(port::statusComment(status), text) << "static storage";
   }
   EXPECT_GE(known, 120);
 }

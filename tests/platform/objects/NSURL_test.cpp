@@ -110,48 +110,5 @@ TEST(NSURL, IsEqualByItsPath) {
   EXPECT_EQ(url->description()->bytes(), "/a");
 }
 
-TEST(NSURL, TellsWhetherAnItemIsAPackage) {
-  const test::TemporaryFolder folder;
-  fs::create_directory(folder / "bundle.app");
-  fs::create_directory(folder / "folder");
-  test::writeFile(folder / "file.app", "");
-  fs::create_symlink("bundle.app", folder / "link.app");
-
-  const auto isPackage = [&folder](std::string_view name) {
-    Ref<NSNumber> value;
-    EXPECT_TRUE(folder.url(name)->getResourceValue(value, NSURLIsPackageKey)) << name;
-    EXPECT_TRUE(value && value->isBoolean()) << name;
-    return value && value->boolValue();
-  };
-  EXPECT_TRUE(isPackage("bundle.app"));
-  EXPECT_FALSE(isPackage("folder"));
-  EXPECT_FALSE(isPackage("file.app"));
-  EXPECT_FALSE(isPackage("link.app")) << "a link is not followed";
-}
-
-TEST(NSURL, WritesNoValueThatCannotBeRead) {
-  const test::TemporaryFolder folder;
-  const Ref<NSNumber> before = NSNumber::numberWithInt(7);
-  Ref<NSNumber> value = before;
-  EXPECT_FALSE(folder.url("missing")->getResourceValue(value, NSURLIsPackageKey));
-  EXPECT_FALSE(folder.url()->getResourceValue(value, "NSURLAnotherKey"_ns));
-  EXPECT_FALSE(folder.url()->getResourceValue(value, nullptr));
-  EXPECT_EQ(value, before);
-}
-
-TEST(NSURL, AnExtensionStandsBehindTheLastDot) {
-  EXPECT_EQ(pathExtension("a.b.app"), "app");
-  EXPECT_EQ(pathExtension("a."), "");
-  EXPECT_EQ(pathExtension("a"), "");
-  EXPECT_EQ(pathExtension(".app"), "");
-  EXPECT_EQ(pathExtension(""), "");
-
-  EXPECT_EQ(nameWithoutExtension("a.b.app"), "a.b");
-  EXPECT_EQ(nameWithoutExtension("a."), "a");
-  EXPECT_EQ(nameWithoutExtension("a"), "a");
-  EXPECT_EQ(nameWithoutExtension(".app"), ".app");
-  EXPECT_EQ(nameWithoutExtension(""), "");
-}
-
 }  // namespace
 }  // namespace zk

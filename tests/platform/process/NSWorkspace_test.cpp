@@ -5,7 +5,7 @@
 
 #include "objects/NSArray.h"
 #include "objects/NSNumber.h"
-#include "process/ErrorNumbers.h"
+#include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/TemporaryFolder.h"
 
@@ -18,9 +18,10 @@ using ::testing::ElementsAre;
 /// Remembers what it should have launched.
 class LaunchingSystem final : public ForwardingSystem {
  public:
-  bool launch(const std::string& executable, const std::vector<std::string>& arguments,
+  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
               unsigned long /*options*/) override {
     ++launches;
+    launchedBundle = bundle->path()->bytes();
     launchedExecutable = executable;
     launchedArguments = arguments;
     return isAccepting;
@@ -28,6 +29,7 @@ class LaunchingSystem final : public ForwardingSystem {
 
   bool isAccepting = true;
   int launches = 0;
+  std::string launchedBundle;
   std::string launchedExecutable;
   std::vector<std::string> launchedArguments;
 };
@@ -56,6 +58,7 @@ TEST_F(NSWorkspaceTest, LaunchesTheProgramOfABundleWithTheArguments) {
   ASSERT_TRUE(application);
   EXPECT_TRUE(application->bundleURL()->isEqual(folder.url("X.app")));
   EXPECT_EQ(system.launchedExecutable, folder / "X.app/Contents/MacOS/program");
+  EXPECT_EQ(system.launchedBundle, folder / "X.app");
   EXPECT_THAT(system.launchedArguments, ElementsAre("-key", "NO"));
   EXPECT_EQ(system.launches, 1);
 }

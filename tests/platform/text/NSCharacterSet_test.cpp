@@ -116,7 +116,7 @@ TEST(NSCharacterSet, TakesCharactersWhole) {
 
 TEST(NSStringTrimming, TakesTheMembersOffBothEndsAndNoneInside) {
   const auto trimmed = [](std::string_view text) {
-    return NSString::stringWithBytes(text)->stringByTrimmingCharactersInSet(whiteSpace())->bytes();
+    return stringByTrimmingCharactersInSet(NSString::stringWithBytes(text), whiteSpace())->bytes();
   };
   EXPECT_EQ(trimmed(" \t(4 5)\r\n"), "(4 5)");
   EXPECT_EQ(trimmed("\u2003\u00A0a\u3000b\u2028 "), "a\u3000b");

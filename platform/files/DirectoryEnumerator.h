@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "files/NSFileManager.h"
+
+namespace zk {
+
+/// What an enumeration does with a folder that is a package.
+enum class Packages { entered, passedOver };
+
+/// A walk over the items below the folder at `path`, as NSFileManager's enumeratorAtURL describes it; absent, with a
+/// number in errno, when that folder cannot be read.
+Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Packages packages);
+
+}  // namespace zk

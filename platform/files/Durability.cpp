@@ -1,0 +1,64 @@
+#include "files/Durability.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "files/DirectoryEnumerator.h"
+#include "files/Folder.h"
+#include "files/ItemPath.h"
+#include "objects/Path.h"
+#include "system/Port.h"
+#include "system/System.h"
+#include "system/Uninterrupted.h"
+
+namespace zk {
+
+namespace {
+
+SystemError syncItem(const std::string& path) {
+  constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
+  const FileDescriptor item(uninterrupted([&] { return ::open(path.c_str(), kFlags); }));
+  // A link is on the disk with its folder.
+  if (!item.isOpen()) return errno == ELOOP ? SystemError() : lastError();
+  return port::waitUntilOnDrive(item.get());
+}
+
+/// Waits for each item of a copied tree by itself.
+SystemError syncTree(const std::string& top) {
+  if (const auto error = syncItem(top)) return error;
+  const Ref<NSDirectoryEnumerator> items = makeDirectoryEnumerator(top, Packages::entered);
+  if (!items) return lastError();
+  while (const Ref<NSURL> item = items->nextObject()) {
+    if (const auto error = syncItem(fileSystemRepresentation(item->path()))) return error;
+  }
+  return {};
+}
+
+SystemError syncOutermost(int outermost) {
+  FileDescriptor folder;
+  const auto error = openFolder({outermost, "."}, Links::refused, folder);
+  if (!error) return port::waitUntilOnDrive(folder.get());
+  if (!error.is(EACCES)) return error;
+  // A folder that may be written to but not read cannot be waited for alone.
+  ::sync();
+  return {};
+}
+
+}  // namespace
+
+bool Durability::beginWithFolder(int folder) {
+  if (!port::isTrusted(folder)) return false;
+  folder_ = FileDescriptor(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+  return folder_.isOpen();
+}
+
+SystemError Durability::waitForCopy(int outermost, const ItemPath& top) const {
+  if (folder_.isOpen()) {
+    if (!port::syncFileSystem(folder_.get())) return {};
+    // It may have been another file's error. Each item tells whether it was one of ours.
+    if (const auto error = syncTree(joinedPath(top.folder, top.name))) return error;
+  }
+  return syncOutermost(outermost);
+}
+
+}  // namespace zk

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include "system/Item.h"
+#include "system/SystemError.h"
+
+namespace zk {
+
+inline constexpr mode_t kPermissions = 0777;
+inline constexpr mode_t kAllModeBits = 07777;
+
+/// Gives `copy` everything that `original` has besides its contents, in an order in which no step undoes another's
+/// work: owner and group, extended attributes and ACLs, mode, times. Of the first two, what the process may not set or
+/// the file system does not know is left out.
+/// @param status the status of `original`
+SystemError copyMetadata(Item original, const struct stat& status, Item copy);
+
+/// Gives `copy` the times of the item whose status is `original`.
+SystemError copyTimes(const struct stat& original, Item copy);
+
+}  // namespace zk

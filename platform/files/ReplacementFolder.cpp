@@ -1,0 +1,42 @@
+#include "files/ReplacementFolder.h"
+
+#include <fcntl.h>
+
+#include "files/Folder.h"
+#include "files/ItemCopy.h"
+#include "files/RandomName.h"
+
+namespace zk {
+
+namespace {
+
+constexpr std::size_t kLongestName = 255;
+constexpr int kMostAttempts = 100;
+
+/// The beginning of `name`, at most `size` bytes of it, without a part of a UTF-8 character at its end.
+std::string cutToSize(std::string name, std::size_t size) {
+  if (name.size() <= size) return name;
+  while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0) == 0x80) --size;
+  name.resize(size);
+  return name;
+}
+
+}  // namespace
+
+SystemError makeReplacementFolder(const ItemPath& item, std::string& name) {
+  FileDescriptor parent;
+  if (const auto error = openFolderToSearch({AT_FDCWD, item.folder.c_str()}, Links::followed, parent)) return error;
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    std::string digits;
+    if (const auto error = makeRandomDigits(digits)) return error;
+    const std::string ending = "-" + digits;
+    name = "." + cutToSize(item.name, kLongestName - 1 - ending.size()) + ending;
+
+    FileDescriptor made;
+    const auto error = makePrivateFolder({parent.get(), name.c_str()}, Surroundings::shared, made);
+    if (!error.is(EEXIST)) return error;
+  }
+  return SystemError(EEXIST);
+}
+
+}  // namespace zk

@@ -1,0 +1,61 @@
+#include <linux/magic.h>
+#include <sys/utsname.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "system/Port.h"
+#include "system/Uninterrupted.h"
+
+namespace zk {
+
+namespace {
+
+/// Since this version of Linux syncfs() reports write errors.
+constexpr int kMajor = 5;
+constexpr int kMinor = 8;
+
+bool doesSyncTellErrors() {
+  utsname kernel;
+  int major = 0;
+  int minor = 0;
+  if (::uname(&kernel) != 0 || std::sscanf(kernel.release, "%d.%d", &major, &minor) != 2) return false;
+  return major > kMajor || (major == kMajor && minor >= kMinor);
+}
+
+bool isDone(SystemError error) { return !error || isUnsupported(error) || error.is(EINVAL); }
+
+}  // namespace
+
+SystemError port::waitUntilOnDrive(int item) {
+  const auto error = errorOf(uninterrupted([&] { return ::fsync(item); }));
+  return isDone(error) ? SystemError() : error;
+}
+
+/// The one list of file systems that are trusted, and why.
+///
+/// They are local and belong to the kernel: their syncfs() writes all data, commits the journal (ext4), log (XFS) or
+/// transaction (Btrfs) that holds the folders' entries, and flushes the drive. tmpfs has nothing to write. They keep
+/// modes and owners as they are. FUSE and network file systems promise neither: their server decides.
+bool port::isTrusted(int folder) {
+  struct statfs fileSystem;
+  if (::fstatfs(folder, &fileSystem) != 0) return false;
+  switch (fileSystem.f_type) {
+    case EXT4_SUPER_MAGIC:
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+      return doesSyncTellErrors();
+    default:
+      return false;
+  }
+}
+
+SystemError port::syncFileSystem(int folder) {
+  if (const auto error = errorOf(uninterrupted([&] { return ::syncfs(folder); }))) return error;
+  // The driver that only knows ext2 has the number of ext4, and flushes the drive for a single item alone.
+  return port::waitUntilOnDrive(folder);
+}
+
+}  // namespace zk

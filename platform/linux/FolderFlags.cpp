@@ -1,9 +1,0 @@
-#include "posix/Folder.h"
-
-#include <fcntl.h>
-
-namespace zk {
-
-const int kSearchOnly = O_PATH;
-
-}  // namespace zk

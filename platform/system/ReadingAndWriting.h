@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <string>
+#include <string_view>
+
+#include "system/Item.h"
+#include "system/SystemError.h"
+
+namespace zk {
+
+/// Reads an open file from where it stands to its end.
+/// @param content receives what was read
+/// @param mostBytes a file with more to read fails with EFBIG
+SystemError readAll(int descriptor, std::string& content,
+                    std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
+
+/// Writes all of `bytes` where the open file stands.
+SystemError writeAll(int descriptor, std::string_view bytes);
+
+/// Reads where a symbolic link leads to.
+SystemError readLink(Item link, std::string& target);
+
+}  // namespace zk

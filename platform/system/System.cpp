@@ -1,0 +1,28 @@
+#include "system/System.h"
+
+#include "system/Port.h"
+
+namespace zk {
+
+const Ref<NSString> ZKBundlePathKey = "BundlePath"_ns;
+const Ref<NSString> kCFBundleIdentifierKey = "CFBundleIdentifier"_ns;
+const Ref<NSString> kCFBundleExecutableKey = "CFBundleExecutable"_ns;
+const Ref<NSString> ZKBundleMayChangeKey = "ZKBundleMayChange"_ns;
+
+std::string fileSystemRepresentation(const Ref<NSString>& text) {
+  return port::fileSystemRepresentation(text->bytes());
+}
+
+const char* GetMacOSStatusCommentString(std::int32_t status) { return port::statusComment(status); }
+
+namespace {
+System* systemInPlace = nullptr;
+}
+
+System& System::current() { return systemInPlace != nullptr ? *systemInPlace : port::operatingSystem(); }
+
+System::Scope::Scope(System& system) : previous_(systemInPlace) { systemInPlace = &system; }
+
+System::Scope::~Scope() { systemInPlace = previous_; }
+
+}  // namespace zk
