@@ -1,11 +1,14 @@
 """The application in examples/, as a host that does what the documents recommend."""
 
 import os
+import signal
 from pathlib import Path
 
 import pytest
 
 from support.processes import eventually
+from support.semaphores import Semaphore
+
 
 class Example:
     """The example in version 1, with an update to version 2."""
@@ -22,13 +25,14 @@ class Example:
         self.installer.write_text(f'#!/bin/sh\necho $$ >"{scene.folder}/pid"\nexec "{scene.installer}" "$@"\n')
         self.installer.chmod(0o755)
         self.lock = scene.update_semaphore
+        self.semaphores = self.lock.name.removesuffix("-update")
 
     def start(self):
         environment = {
             "EXAMPLE_JOURNAL": str(self.journal_path),
             "EXAMPLE_INSTALLER": str(self.installer),
             "EXAMPLE_UPDATE": str(self.scene.updates),
-            "EXAMPLE_SEMAPHORES": self.lock.name.removesuffix("-update"),
+            "EXAMPLE_SEMAPHORES": self.semaphores,
         }
         return self.scene.start([self.bundle.executable], env={**os.environ, **environment})
 
@@ -44,14 +48,20 @@ class Example:
 
     def names(self):
         """The semaphores of this application that the system holds."""
-        return [path.name for path in Path("/dev/shm").glob(f"sem.{self.lock.name.removesuffix('-update')}*")]
+        return [path.name.removeprefix("sem.") for path in Path("/dev/shm").glob(f"sem.{self.semaphores}-*")]
+
+    def remove_names(self):
+        for name in self.names():
+            Semaphore(name).unlink()
 
 
 @pytest.fixture
 def example(scene, build):
     scene.update_semaphore = scene.semaphore("example")
     scene.update_semaphore.name += "-update"
-    return Example(scene, build)
+    example = Example(scene, build)
+    scene.stack.callback(example.remove_names)
+    return example
 
 
 def assert_updates(example):
@@ -62,15 +72,15 @@ def assert_updates(example):
 
 def test_it_updates_itself_and_leaves_only_the_name_of_the_lock(example):
     assert_updates(example)
-    assert example.names() == ["sem." + example.lock.name]
+    assert example.names() == [example.lock.name]
 
 
-def test_it_updates_itself_also_after_an_installer_was_killed_that_held_both_semaphores(example):
-    # The lock keeps the first installer waiting, with its semaphore held.
+def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_semaphore(example):
+    # The taken lock keeps the first installer waiting, with the installer semaphore held.
     example.lock.create(taken=True)
     assert example.start().wait(30) == 0
     assert example.journal(1)[-1] == "the installer is ready; quits"
-    os.kill(example.installer_pid(), 9)
+    os.kill(example.installer_pid(), signal.SIGKILL)
     example.lock.post()
 
     assert_updates(example)
