@@ -86,8 +86,9 @@ def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_sema
     assert_updates(example)
 
 
-def test_it_goes_on_with_the_old_version_when_the_installer_cannot_be_started(example):
-    example.installer.unlink()
+def test_it_goes_on_with_the_old_version_and_ends_an_installer_that_does_not_come_up(example):
+    example.installer.write_text(f'#!/bin/sh\necho $$ >"{example.scene.folder}/pid"\nexec sleep infinity\n')
     assert example.start().wait(30) == 1
     assert example.journal(1)[-1] == "the installer did not come up; goes on as it is"
     assert example.names() == [], "and leaves no semaphore"
+    assert not Path(f"/proc/{example.installer_pid()}").exists()
