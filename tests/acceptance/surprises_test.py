@@ -7,7 +7,6 @@ import pytest
 
 from support.bundles import Bundle
 from support.installer import INSTALLED, failed_creation
-from support.scene import NOBODY
 
 
 def test_a_folder_above_the_targets_own_as_update_folder_may_install_a_backup(scene):
@@ -32,8 +31,7 @@ def test_two_installers_for_one_update_both_succeed_and_start_the_application_tw
 
 
 def test_a_process_that_cannot_be_dumped_is_hidden_from_its_own_user(scene):
-    scene.user = NOBODY
-    scene.installer = shutil.copy2(scene.installer, scene.folder / "zkupdater")
+    scene.become_unprivileged()
     scene.start_target("stay-without-being-dumpable")
     assert scene.install() == failed_creation("Unable to get target process bundle path.")
 
