@@ -5,18 +5,62 @@
 //   EXAMPLE_INSTALLER  the installer's executable
 //   EXAMPLE_UPDATE     the folder that holds a new copy of its bundle
 //   EXAMPLE_SEMAPHORES what the names of the two semaphores begin with
+//
+// The README shows what stands between the two marks.
 
-#include <unistd.h>
-
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <string>
 #include <string_view>
+
+// [host]
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
 #include <thread>
 
-#include "ZKPOSIXSemaphore.h"
+#include "ZKPOSIXSemaphore.h"  // of the CMake target zk::semaphore
+
+/// Whether somebody takes the semaphore within ten seconds.
+bool waitUntilTaken(zk::ZKPOSIXSemaphore& semaphore) {
+  for (int check = 0; check < 200; ++check) {
+    zk::Ref<zk::NSError> error;
+    if (!semaphore.tryWait(&error)) return zk::ZKPOSIXSemaphore::isBusyError(error);
+    semaphore.post();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  return false;
+}
+
+/// Starts the installer. True: it is ready, now quit. False: it did not come up, go on with the old version.
+/// @param lock the name of the update semaphore, always the same
+bool startUpdate(const std::string& installer, const std::string& updateFolder, const std::string& lock) {
+  // The installer semaphore needs a new name each time: one that a killed installer left taken would look ready.
+  const std::string pid = std::to_string(::getpid());
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  const std::string name = lock + "-" + pid + "-" + std::to_string(now);
+  const auto semaphore = zk::ZKPOSIXSemaphore::createWithName(zk::NSString::stringWithBytes(name), true, 0666, 1);
+  if (!semaphore) return false;
+
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::execl(installer.c_str(), installer.c_str(), "-pid", pid.c_str(), "-updatePath", updateFolder.c_str(),
+            "-installerSemaphore", name.c_str(), "-updateSemaphore", lock.c_str(), "-enableLog", "YES",
+            static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  const bool isReady = child > 0 && waitUntilTaken(*semaphore);
+  if (child > 0 && !isReady) {
+    ::kill(child, SIGKILL);  // does no harm: the installer changes nothing while this process runs
+    ::waitpid(child, nullptr, 0);
+  }
+  semaphore->unlink();
+  return isReady;
+}
+// [/host]
 
 namespace {
 
@@ -42,59 +86,22 @@ bool isAutoUpdateOff(int argumentCount, char** arguments) {
   return false;
 }
 
-bool startInstaller(const std::string& installerSemaphore, const std::string& updateSemaphore) {
-  const std::string pid = std::to_string(::getpid());
-  const std::string installer = environment("EXAMPLE_INSTALLER");
-  const std::string update = environment("EXAMPLE_UPDATE");
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::execl(installer.c_str(), installer.c_str(), "-pid", pid.c_str(), "-updatePath", update.c_str(),
-            "-installerSemaphore", installerSemaphore.c_str(), "-updateSemaphore", updateSemaphore.c_str(),
-            "-enableLog", "YES", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  return child > 0;
-}
-
-/// Waits, at most ten seconds, until the installer has taken its semaphore: from then on it waits for this
-/// application's end.
-bool waitUntilTaken(zk::ZKPOSIXSemaphore& semaphore) {
-  for (int attempt = 0; attempt < 200; ++attempt) {
-    zk::Ref<zk::NSError> error;
-    if (!semaphore.tryWait(&error)) return zk::ZKPOSIXSemaphore::isBusyError(error);
-    semaphore.post();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return false;
-}
-
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-  const std::string installerName = environment("EXAMPLE_SEMAPHORES") + "-installer";
-  const std::string updateName = environment("EXAMPLE_SEMAPHORES") + "-update";
-
   tell("started with " + std::to_string(argumentCount - 1) + " arguments");
   for (int index = 1; index < argumentCount; ++index) {
     tell("argument " + std::to_string(index) + ": " + arguments[index]);
   }
 
   if (isAutoUpdateOff(argumentCount, arguments)) {
-    // The update is over; nobody needs the names any more.
-    zk::ZKPOSIXSemaphore::unlinkName(zk::NSString::stringWithBytes(installerName));
-    zk::ZKPOSIXSemaphore::unlinkName(zk::NSString::stringWithBytes(updateName));
     tell("ends");
     return 0;
   }
 
-  const auto semaphore =
-      zk::ZKPOSIXSemaphore::createWithName(zk::NSString::stringWithBytes(installerName), false, 0666, 1);
-  if (!semaphore || !startInstaller(installerName, updateName)) {
-    tell("cannot start the installer");
-    return 1;
-  }
-  tell("started the installer");
-  if (!waitUntilTaken(*semaphore)) {
+  tell("starts the installer");
+  if (!startUpdate(environment("EXAMPLE_INSTALLER"), environment("EXAMPLE_UPDATE"),
+                   environment("EXAMPLE_SEMAPHORES") + "-update")) {
     tell("the installer did not come up; goes on as it is");
     return 1;
   }

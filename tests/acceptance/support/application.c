@@ -12,6 +12,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -80,6 +81,9 @@ int main(int argumentCount, char** arguments) {
   const char* word = argumentCount == 2 ? arguments[1] : "";
   const char* reports = getenv("ZK_REPORTS");
   if (strcmp(word, "stay") == 0) {
+    stay(NULL);
+  } else if (strcmp(word, "stay-without-being-dumpable") == 0) {
+    prctl(PR_SET_DUMPABLE, 0);
     stay(NULL);
   } else if (strcmp(word, "stay-with-a-second-thread") == 0) {
     startThread();

@@ -1,0 +1,32 @@
+"""The documents, and the listings in them."""
+
+import re
+from typing import NamedTuple
+
+FENCE = re.compile(r"^```(\w+)\n(.*?)^```$", re.DOTALL | re.MULTILINE)
+
+
+class Listing(NamedTuple):
+    language: str
+    text: str
+
+
+def documents(checkout):
+    found = sorted([checkout / "README.md", *(checkout / "docs").iterdir()])
+    assert len(found) > 2
+    return found
+
+
+def listings(path):
+    return [Listing(*match.groups()) for match in FENCE.finditer(path.read_text())]
+
+
+def only(path, language):
+    """The text of the one listing of a language in a document."""
+    (text,) = [listing.text for listing in listings(path) if listing.language == language]
+    return text
+
+
+def commands(text):
+    """The commands of a listing, without the remarks."""
+    return [line.partition("  #")[0].rstrip() for line in text.splitlines()]
