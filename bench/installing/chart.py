@@ -12,7 +12,7 @@ def draw(comparisons, path):
     import matplotlib
 
     matplotlib.use("svg")
-    matplotlib.rcParams.update({"svg.hashsalt": "install", "font.size": 9})
+    matplotlib.rcParams.update({"svg.hashsalt": "install", "svg.fonttype": "none", "font.size": 9})
     from matplotlib import pyplot
 
     places = list(dict.fromkeys(one.place for one in comparisons))
@@ -25,9 +25,10 @@ def draw(comparisons, path):
     for place, axes in zip(places, columns[0]):
         for index, name in enumerate(SCRIPTS):
             heights = [row + (index - 1.5) * BAR for row in range(len(recipes))]
-            values = [ratios.get((place, recipe, name), 0) for recipe in recipes]
+            values = [ratios[place, recipe, name] for recipe in recipes]
             bars = axes.barh(heights, values, BAR * 0.9, color=COLORS[name], label=name)
-            axes.bar_label(bars, fmt="%.2f", padding=2, fontsize=8)
+            background = {"facecolor": "white", "edgecolor": "none", "pad": 0.5}
+            axes.bar_label(bars, fmt="%.2f", padding=3, fontsize=8, bbox=background)
         axes.axvline(1, color="black", linewidth=0.8)
         axes.set_title(place)
         axes.set_yticks(range(len(recipes)), recipes)
@@ -39,4 +40,4 @@ def draw(comparisons, path):
     handles, names = columns[0][0].get_legend_handles_labels()
     figure.legend(handles, names, loc="lower center", ncols=len(names), frameon=False)
     figure.tight_layout(rect=(0, 0.06, 1, 1))
-    figure.savefig(path, metadata={"Date": None})
+    figure.savefig(path, metadata={"Date": None, "Creator": None})

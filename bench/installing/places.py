@@ -32,7 +32,7 @@ def place(kind, base):
         else:
             with open(image, "wb") as file:
                 file.truncate(IMAGE_SIZE)
-            subprocess.run([*MAKERS[kind], image], check=True)
+            subprocess.run([*MAKERS[kind], image], check=True, stdout=subprocess.DEVNULL)
             # A loop device that mount has attached is detached by the unmounting.
             subprocess.run(["mount", "-o", "loop", image, folder], check=True)
         yield folder
