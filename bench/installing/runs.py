@@ -13,7 +13,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 from installing.places import Device
-from installing.trees import EXECUTABLE, NAME, count_files, make_tree
+from installing.trees import EXECUTABLE, NAME, make_tree, regular_files
 from support.bundles import tree
 from support.processes import adopt_orphans, children, end_child, eventually
 from support.semaphores import Semaphore
@@ -65,11 +65,19 @@ def end_children():
             end_child(pid)
 
 
+def forget_contents(top):
+    """Drops from memory what it holds of the files of a tree; all of it has to be on the disk."""
+    for path in regular_files(top):
+        with open(path, "rb") as file:
+            os.posix_fadvise(file.fileno(), 0, 0, os.POSIX_FADV_DONTNEED)
+
+
 class Stage:
     """An old bundle and its update in a folder, and the place of the application that is replaced again and again."""
 
-    def __init__(self, folder, programs, recipe, seed):
+    def __init__(self, folder, programs, recipe, seed, is_cold):
         self.programs = programs
+        self.is_cold = is_cold
         self.old = folder / "old" / NAME
         self.update = folder / "updates" / NAME
         self.applications = folder / "applications"
@@ -81,16 +89,21 @@ class Stage:
         self.applications.mkdir()
         make_tree(self.old, programs.application, recipe(), f"{seed} old")
         make_tree(self.update, programs.application, recipe(), f"{seed} update")
-        self.files, self.bytes = count_files(self.update)
+        sizes = [os.stat(path).st_size for path in regular_files(self.update)]
+        self.files, self.bytes = len(sizes), sum(sizes)
         adopt_orphans()
 
     def prepare(self):
         subprocess.run(["rm", "-rf", *self.applications.iterdir()], check=True)
         # Blocks that are shared with what stays would be cheaper to remove than an application's own.
         subprocess.run(["cp", "-a", "--reflink=never", self.old, self.target], check=True)
+        # Before the sync, since reading sets access times.
         read = ["find", self.target, self.update, "-type", "f", "-exec", "cat", "{}", "+"]
         subprocess.run(read, check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["sync", "-f", self.applications], check=True)
+        if self.is_cold:
+            forget_contents(self.target)
+            forget_contents(self.update)
 
     def run_script(self, text, wrapper=()):
         self.prepare()

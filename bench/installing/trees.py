@@ -108,13 +108,12 @@ def make_tree(top, program, items, seed):
         else:
             write_random(path, item.size)
             path.chmod(item.mode)
-    for folder, _, names in os.walk(top, topdown=False):
-        for path in [*(os.path.join(folder, name) for name in names), folder]:
-            os.utime(path, ns=(MADE, MADE), follow_symlinks=False)
+    for folder, folders, files in os.walk(top, topdown=False):
+        for name in folders + files:
+            os.utime(os.path.join(folder, name), ns=(MADE, MADE), follow_symlinks=False)
+    os.utime(top, ns=(MADE, MADE))
 
 
-def count_files(top):
-    """How many regular files a tree holds, and how many bytes are in them."""
+def regular_files(top):
     paths = (os.path.join(folder, name) for folder, _, names in os.walk(top) for name in names)
-    sizes = [os.stat(path).st_size for path in paths if not os.path.islink(path)]
-    return len(sizes), sum(sizes)
+    return (path for path in paths if not os.path.islink(path))
