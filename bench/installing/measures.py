@@ -1,4 +1,4 @@
-"""Rounds of runs, what is reckoned from them, and the goals that it is held against."""
+"""Rounds of runs, the figures that follow from them, and the goals for those."""
 
 import random
 import statistics
@@ -61,7 +61,7 @@ def compare(place, recipe, stage, rounds, is_checked=False):
 
 
 def beside(value, goal):
-    """A figure and the most that it is to be, where there is such a goal."""
+    """A figure, and the goal for it where there is one: the most that it may be."""
     return f"{value:.2f}" if goal is None else f"{value:.2f} ({goal:.2f})"
 
 
@@ -97,12 +97,12 @@ def table(comparison):
     return "\n".join([*lines, f"  system calls for each regular file copied: {calls} (zkupdater: {MOST_CALLS})"])
 
 
-def growth(many, few, rounds):
-    """How the installer's times for the first stage relate to those for the second, pairs from one round."""
+def paired_walls(first, second, rounds):
+    """The installer's times for two stages, pairs from one round."""
     pairs = []
     for _ in range(rounds):
-        walls = {stage: stage.run_installer().wall for stage in random.sample([many, few], 2)}
-        pairs.append((walls[many], walls[few]))
+        walls = {stage: stage.run_installer().wall for stage in random.sample([first, second], 2)}
+        pairs.append((walls[first], walls[second]))
     return pairs
 
 
@@ -111,13 +111,13 @@ def median_ratio(pairs):
 
 
 def growth_line(place, many, few, rounds):
-    pairs = [(first / many.files, second / few.files) for first, second in growth(many, few, rounds)]
+    pairs = [(first / many.files, second / few.files) for first, second in paired_walls(many, few, rounds)]
     return (f"{place}, time for each file, {many.files:,} files against {few.files:,}: "
             f"{beside(median_ratio(pairs), MOST_GROWTH)}")
 
 
 def clone_line(place, large, small, rounds):
-    pairs = growth(large, small, rounds)
+    pairs = paired_walls(large, small, rounds)
     return (f"{place}, one file of {large.bytes / MIB:,.0f} MiB against one of {small.bytes / MIB:,.0f} MiB: "
             f"{beside(median_ratio(pairs), CLONE_GOALS.get(place))}")
 
