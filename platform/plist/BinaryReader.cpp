@@ -23,8 +23,8 @@ constexpr std::size_t kHeaderLength = 8;
 constexpr std::size_t kTrailerLength = 32;
 constexpr std::size_t kWidestReference = 8;
 
-/// How many bytes the keys of all dictionaries may have, shared ones counted for each. Sorting a dictionary goes through
-/// its keys, and very many small dictionaries can share one that is as long as half the document.
+/// How many bytes the keys of all dictionaries may have, shared ones counted for each. Sorting a dictionary goes
+/// through its keys, and very many small dictionaries can share one that is as long as half the document.
 constexpr std::size_t kMostKeyBytes = std::size_t{64} << 20;
 
 std::uint64_t bigEndian(std::string_view bytes) {

@@ -10,8 +10,8 @@ namespace zk {
 inline constexpr std::string_view kBinaryHeader = "bplist0";
 
 /// Reads the binary form. Absent when `document` is malformed, nested too deeply, refers to itself, holds an integer
-/// beyond 64 bits, or has dictionaries with more than 64 MiB of keys, shared ones counted for each. Objects that nothing
-/// refers to are not looked at.
+/// beyond 64 bits, or has dictionaries with more than 64 MiB of keys, shared ones counted for each. Objects that
+/// nothing refers to are not looked at.
 Ref<NSObject> readBinaryPropertyList(std::string_view document);
 
 }  // namespace zk

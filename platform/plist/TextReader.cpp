@@ -48,7 +48,7 @@ class TextReader {
   unsigned takeDigits(unsigned base, std::size_t atMost);
 
   std::string_view rest_;
-  /// Texts of one byte, by that byte: `a;a;...` would be read into sixty times its size.
+  /// Texts of one byte, by that byte: in `a;a;...` an object for each would outweigh its two bytes too far.
   std::array<Ref<NSString>, 256> letters_;
   bool isCommentUnfinished_ = false;
 };
