@@ -1,6 +1,7 @@
 #include "objects/NSDictionary.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 
@@ -27,10 +28,9 @@ Ref<NSDictionary> NSDictionary::dictionaryWithEntries(std::vector<Entry> entries
   // Of equal keys the last is kept: unique() keeps the first of each run, so it runs from the back.
   const auto firstKept = std::unique(entries.rbegin(), entries.rend(),
                                      [](const Entry& left, const Entry& right) { return holdsKey(left, right.key); });
-  entries.erase(entries.begin(), firstKept.base());
 
   auto dictionary = std::make_shared<NSDictionary>();
-  dictionary->entries_ = std::move(entries);
+  dictionary->entries_.assign(std::make_move_iterator(firstKept.base()), std::make_move_iterator(entries.end()));
   return dictionary;
 }
 

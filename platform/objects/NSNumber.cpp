@@ -1,11 +1,14 @@
 #include "objects/NSNumber.h"
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <limits>
+#include <string>
 #include <type_traits>
 
-#include "text/Formatting.h"
+#include "objects/InCLocale.h"
+#include "objects/NSString.h"
 
 namespace zk {
 
@@ -70,9 +73,15 @@ bool NSNumber::isEqual(const Ref<NSObject>& object) const {
 std::size_t NSNumber::hash() const { return std::hash<double>()(doubleValue()); }
 
 Ref<NSString> NSNumber::description() const {
-  if (isReal()) return stringWithFormat("%.17g"_ns, doubleValue());
-  if (std::holds_alternative<std::uint64_t>(value_)) return stringWithFormat("%llu"_ns, *unsignedLongLongValue());
-  return stringWithFormat("%lld"_ns, longLongValue());
+  if (isReal()) {
+    const InCLocale scope;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.17g", doubleValue());
+    return NSString::stringWithUTF8String(text);
+  }
+  const bool isUnsigned = std::holds_alternative<std::uint64_t>(value_);
+  return NSString::stringWithBytes(isUnsigned ? std::to_string(*unsignedLongLongValue())
+                                              : std::to_string(longLongValue()));
 }
 
 Ref<NSNumber> asNumber(const Ref<NSObject>& object) { return std::dynamic_pointer_cast<NSNumber>(object); }

@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <deque>
 #include <limits>
-#include <numeric>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "objects/NSArray.h"
@@ -25,6 +22,10 @@ namespace {
 constexpr std::size_t kHeaderLength = 8;
 constexpr std::size_t kTrailerLength = 32;
 constexpr std::size_t kWidestReference = 8;
+
+/// How many bytes the keys of all dictionaries may have, shared ones counted for each. Sorting a dictionary goes
+/// through its keys, and very many small dictionaries can share one that is as long as half the document.
+constexpr std::size_t kMostKeyBytes = std::size_t{64} << 20;
 
 std::uint64_t bigEndian(std::string_view bytes) {
   std::uint64_t value = 0;
@@ -51,18 +52,6 @@ Ref<NSNumber> integer(std::string_view bytes) {
   return isSignExtended ? NSNumber::numberWithLongLong(value) : nullptr;
 }
 
-/// Kind 5 is ASCII, 6 is UTF-16, most significant byte first, 7 is UTF-8.
-bool isTextMarker(char marker) {
-  const unsigned kind = static_cast<unsigned char>(marker) >> 4;
-  return kind >= 5 && kind <= 7;
-}
-
-/// A dictionary whose entries, sorted already, come after it was made.
-class DictionaryFilledLater final : public NSDictionary {
- public:
-  void setEntries(std::vector<Entry> entries) { entries_ = std::move(entries); }
-};
-
 class BinaryReader {
  public:
   explicit BinaryReader(std::string_view document) : document_(document) {}
@@ -70,30 +59,21 @@ class BinaryReader {
   Ref<NSObject> read();
 
  private:
-  /// Where in the document the references of a dictionary stand: all its keys', then all its objects'.
-  struct UnfilledDictionary {
-    Ref<DictionaryFilledLater> dictionary;
-    std::string_view references;
-  };
-
   /// What is known of the object of one index.
   struct Slot {
     Ref<NSObject> object;
-    std::uint16_t height = 0;  ///< in levels of containers
+    unsigned height = 0;  ///< in levels of containers
     bool isBegun = false;
-    bool isText = false;
-    std::uint32_t rank = 0;  ///< of a key: its place in the order of all keys, from 1 on
   };
 
   bool readTrailer();
-  Slot* objectAt(std::uint64_t index, unsigned levels);
-  Ref<NSObject> build(std::string_view bytes, unsigned levels, std::uint16_t& height);
-  Ref<NSObject> buildSimple(unsigned marker);
+  Ref<NSObject> objectAt(std::uint64_t index, unsigned levels, unsigned& heightOfHolder);
+  Ref<NSObject> build(std::string_view bytes, unsigned levels, unsigned& height);
   Ref<NSObject> buildReal(std::string_view bytes, std::size_t width);
   Ref<NSObject> buildString(unsigned kind, std::string_view bytes, std::uint64_t count);
-  Ref<NSObject> buildUID(std::string_view bytes, std::size_t width, unsigned levels, std::uint16_t& height);
-  Ref<NSObject> buildArray(std::string_view bytes, std::uint64_t count, unsigned levels, std::uint16_t& height);
-  Ref<NSObject> buildDictionary(std::string_view bytes, std::uint64_t count, unsigned levels, std::uint16_t& height);
+  Ref<NSObject> buildUID(std::string_view bytes, std::size_t width, unsigned levels, unsigned& height);
+  Ref<NSObject> buildArray(std::string_view bytes, std::uint64_t count, unsigned levels, unsigned& height);
+  Ref<NSObject> buildDictionary(std::string_view bytes, std::uint64_t count, unsigned levels, unsigned& height);
 
   std::optional<std::string_view> take(std::string_view& bytes, std::uint64_t count, std::size_t size = 1);
   std::optional<std::uint64_t> takeCount(std::string_view& bytes, unsigned marker);
@@ -101,13 +81,11 @@ class BinaryReader {
     return bigEndian(references.substr(place * referenceSize_, referenceSize_));
   }
 
-  void rankKeys();
-  void fill(const UnfilledDictionary& unfilled, std::vector<std::size_t>& places);
-
   std::string_view document_;
   /// How many bytes of objects may still be read. Those of a well-made document do not overlap; in a hostile one every
   /// array could claim the same references.
   std::size_t unread_ = 0;
+  std::size_t keyBytes_ = 0;
 
   std::string_view offsets_;
   std::size_t offsetSize_ = 0;
@@ -115,19 +93,11 @@ class BinaryReader {
   std::uint64_t top_ = 0;
 
   std::vector<Slot> slots_;
-  std::size_t keyCount_ = 0;
-  std::deque<UnfilledDictionary> unfilled_;
-  Ref<NSString> uidKey_;
 };
 
 Ref<NSObject> BinaryReader::read() {
-  if (!readTrailer()) return nullptr;
-  const Slot* top = objectAt(top_, kDeepestNesting);
-  if (top == nullptr) return nullptr;
-  rankKeys();
-  std::vector<std::size_t> places;
-  for (const UnfilledDictionary& unfilled : unfilled_) fill(unfilled, places);
-  return top->object;
+  unsigned height = 0;
+  return readTrailer() ? objectAt(top_, kDeepestNesting, height) : nullptr;
 }
 
 bool BinaryReader::readTrailer() {
@@ -136,7 +106,7 @@ bool BinaryReader::readTrailer() {
   const std::string_view trailer = document_.substr(end);
   offsetSize_ = bigEndian(trailer.substr(6, 1));
   referenceSize_ = bigEndian(trailer.substr(7, 1));
-  std::uint64_t objectCount = bigEndian(trailer.substr(8, 8));
+  const std::uint64_t objectCount = bigEndian(trailer.substr(8, 8));
   top_ = bigEndian(trailer.substr(16, 8));
   const std::uint64_t offsetTable = bigEndian(trailer.substr(24, 8));
 
@@ -148,18 +118,14 @@ bool BinaryReader::readTrailer() {
   offsets_ = document_.substr(offsetTable, objectCount * offsetSize_);
   document_ = document_.substr(0, offsetTable);
   unread_ = document_.size();
-
-  // What no reference can reach needs no room; the top object alone is named in full width.
-  if (referenceSize_ < 4)
-    objectCount = std::min(objectCount, std::max(top_ + 1, std::uint64_t{1} << 8 * referenceSize_));
-  if (objectCount > std::numeric_limits<std::uint32_t>::max()) return false;
   slots_.resize(objectCount);
   return true;
 }
 
-/// The slot of that index with its object, which is built when it is asked for first. None when the object is
-/// malformed, is being built (it holds itself) or has more levels of containers than `levels`.
-BinaryReader::Slot* BinaryReader::objectAt(std::uint64_t index, unsigned levels) {
+/// The object of that index, which is built when it is asked for first; it makes what holds it at least as high as
+/// itself. Absent when it is malformed, is being built (it holds itself) or has more levels of containers than
+/// `levels`.
+Ref<NSObject> BinaryReader::objectAt(std::uint64_t index, unsigned levels, unsigned& heightOfHolder) {
   if (index >= slots_.size()) return nullptr;
   Slot& slot = slots_[index];
   if (!slot.isBegun) {
@@ -167,10 +133,9 @@ BinaryReader::Slot* BinaryReader::objectAt(std::uint64_t index, unsigned levels)
     if (offset < kHeaderLength || offset >= document_.size()) return nullptr;
     slot.isBegun = true;
     slot.object = build(document_.substr(offset), levels, slot.height);
-    slot.isText = isTextMarker(document_[offset]);
   }
-  // The object is still absent here while its contents are built.
-  return slot.object && slot.height <= levels ? &slot : nullptr;
+  heightOfHolder = std::max(heightOfHolder, slot.height);
+  return slot.height <= levels ? slot.object : nullptr;
 }
 
 /// Cuts `count` items of `size` bytes off the front of `bytes`; nothing when there are not so many.
@@ -192,14 +157,15 @@ std::optional<std::uint64_t> BinaryReader::takeCount(std::string_view& bytes, un
   return count ? std::optional(bigEndian(*count)) : std::nullopt;
 }
 
-Ref<NSObject> BinaryReader::build(std::string_view bytes, unsigned levels, std::uint16_t& height) {
+Ref<NSObject> BinaryReader::build(std::string_view bytes, unsigned levels, unsigned& height) {
   const auto marker = take(bytes, 1);
   if (!marker) return nullptr;
   const auto value = static_cast<unsigned>(bigEndian(*marker));
   const unsigned low = value & 0x0F;
   switch (value >> 4) {
     case 0x0:
-      return buildSimple(value);
+      if (low == 0) return NSNull::null();
+      return low == 8 || low == 9 ? NSNumber::numberWithBool(low == 9) : nullptr;
     case 0x1: {
       const auto number = low <= 4 ? take(bytes, std::uint64_t{1} << low) : std::nullopt;
       return number ? integer(*number) : nullptr;
@@ -239,19 +205,6 @@ Ref<NSObject> BinaryReader::build(std::string_view bytes, unsigned levels, std::
   }
 }
 
-Ref<NSObject> BinaryReader::buildSimple(unsigned marker) {
-  switch (marker) {
-    case 0x00:
-      return NSNull::null();
-    case 0x08:
-      return NSNumber::numberWithBool(false);
-    case 0x09:
-      return NSNumber::numberWithBool(true);
-    default:
-      return nullptr;
-  }
-}
-
 Ref<NSObject> BinaryReader::buildReal(std::string_view bytes, std::size_t width) {
   const auto real = take(bytes, width);
   if (!real) return nullptr;
@@ -263,94 +216,50 @@ Ref<NSObject> BinaryReader::buildReal(std::string_view bytes, std::size_t width)
 Ref<NSObject> BinaryReader::buildString(unsigned kind, std::string_view bytes, std::uint64_t count) {
   const auto content = take(bytes, count, kind == 6 ? 2 : 1);
   if (!content) return nullptr;
+  // 5 is ASCII, 6 is UTF-16, most significant byte first, 7 is UTF-8.
   if (kind == 6) return textFromPropertyList(utf8FromUTF16(*content, ByteOrder::BigEndian));
   const bool isWellFormed = kind == 5 ? isASCII(*content) : isUTF8(*content);
   return isWellFormed ? textFromPropertyList(std::string(*content)) : nullptr;
 }
 
-Ref<NSObject> BinaryReader::buildUID(std::string_view bytes, std::size_t width, unsigned levels,
-                                     std::uint16_t& height) {
+Ref<NSObject> BinaryReader::buildUID(std::string_view bytes, std::size_t width, unsigned levels, unsigned& height) {
   const auto content = take(bytes, width);
   const Ref<NSNumber> number = content ? unsignedInteger(*content) : nullptr;
   if (!number || levels == 0) return nullptr;
-  if (!uidKey_) uidKey_ = "CF$UID"_ns;
   ++height;
-  return NSDictionary::dictionaryWithEntries({{uidKey_, number}});
+  return NSDictionary::dictionaryWithEntries({{"CF$UID"_ns, number}});
 }
 
-Ref<NSObject> BinaryReader::buildArray(std::string_view bytes, std::uint64_t count, unsigned levels,
-                                       std::uint16_t& height) {
+Ref<NSObject> BinaryReader::buildArray(std::string_view bytes, std::uint64_t count, unsigned levels, unsigned& height) {
   const auto references = take(bytes, count, referenceSize_);
   if (!references || levels == 0) return nullptr;
   std::vector<Ref<NSObject>> objects;
   objects.reserve(count);
   for (std::size_t place = 0; place < count; ++place) {
-    const Slot* slot = objectAt(reference(*references, place), levels - 1);
-    if (slot == nullptr) return nullptr;
-    objects.push_back(slot->object);
-    height = std::max(height, slot->height);
+    objects.push_back(objectAt(reference(*references, place), levels - 1, height));
+    if (!objects.back()) return nullptr;
   }
   ++height;
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
+/// The references to all keys come before those to the objects.
 Ref<NSObject> BinaryReader::buildDictionary(std::string_view bytes, std::uint64_t count, unsigned levels,
-                                            std::uint16_t& height) {
+                                            unsigned& height) {
   const auto references = take(bytes, count, 2 * referenceSize_);
   if (!references || levels == 0) return nullptr;
-  for (std::size_t place = 0; place < 2 * count; ++place) {
-    Slot* slot = objectAt(reference(*references, place), levels - 1);
-    if (slot == nullptr) return nullptr;
-    height = std::max(height, slot->height);
-
-    const bool isNewKey = place < count && slot->rank == 0;
-    if (!isNewKey) continue;
-    if (!slot->isText) return nullptr;
-    slot->rank = 1;
-    ++keyCount_;
-  }
-  ++height;
-  auto dictionary = std::make_shared<DictionaryFilledLater>();
-  if (count > 0) unfilled_.push_back({dictionary, *references});
-  return dictionary;
-}
-
-/// Puts all keys of the document in order once. Sorting each dictionary by its keys' bytes would compare the same two
-/// long keys again for every dictionary that shares them.
-void BinaryReader::rankKeys() {
-  const auto bytesOf = [](const Slot* slot) -> const std::string& {
-    return static_cast<const NSString&>(*slot->object).bytes();
-  };
-  std::vector<Slot*> keys;
-  keys.reserve(keyCount_);
-  for (Slot& slot : slots_) {
-    if (slot.rank != 0) keys.push_back(&slot);
-  }
-  std::sort(keys.begin(), keys.end(),
-            [&](const Slot* left, const Slot* right) { return bytesOf(left) < bytesOf(right); });
-  for (std::size_t place = 1; place < keys.size(); ++place) {
-    keys[place]->rank = keys[place - 1]->rank + (bytesOf(keys[place]) != bytesOf(keys[place - 1]) ? 1 : 0);
-  }
-}
-
-/// Of a key given twice the last wins. `places` is room to sort in.
-void BinaryReader::fill(const UnfilledDictionary& unfilled, std::vector<std::size_t>& places) {
-  const std::size_t count = unfilled.references.size() / (2 * referenceSize_);
-  const auto slotAt = [&](std::size_t place) -> const Slot& { return slots_[reference(unfilled.references, place)]; };
-  places.resize(count);
-  std::iota(places.begin(), places.end(), std::size_t{0});
-  std::sort(places.begin(), places.end(), [&](std::size_t left, std::size_t right) {
-    return std::pair(slotAt(left).rank, left) < std::pair(slotAt(right).rank, right);
-  });
-
   std::vector<NSDictionary::Entry> entries;
   entries.reserve(count);
-  for (std::size_t index = 0; index < count; ++index) {
-    const Slot& key = slotAt(places[index]);
-    if (index + 1 < count && key.rank == slotAt(places[index + 1]).rank) continue;
-    entries.push_back({std::static_pointer_cast<NSString>(key.object), slotAt(count + places[index]).object});
+  for (std::size_t place = 0; place < count; ++place) {
+    entries.push_back({asString(objectAt(reference(*references, place), levels - 1, height)),
+                       objectAt(reference(*references, count + place), levels - 1, height)});
+    const auto& [key, object] = entries.back();
+    if (!key || !object) return nullptr;
+    keyBytes_ += key->length();
+    if (keyBytes_ > kMostKeyBytes) return nullptr;
   }
-  unfilled.dictionary->setEntries(std::move(entries));
+  ++height;
+  return NSDictionary::dictionaryWithEntries(std::move(entries));
 }
 
 }  // namespace

@@ -36,9 +36,6 @@ enum Kind : unsigned {
 };
 
 constexpr std::string_view kHeader = "bplist00";
-constexpr std::size_t kTrailerLength = 32;
-/// A process-info record, which is what is written most, has no more.
-constexpr std::size_t kObjectsOfARecord = 9;
 constexpr std::size_t kUnusedTrailerBytes = 6;
 /// How wide references are while objects are collected; their width in the document follows from how many there are.
 constexpr std::size_t kCollectedReferenceWidth = 8;
@@ -161,8 +158,6 @@ class BinaryWriter {
  public:
   using Index = std::size_t;
 
-  BinaryWriter() { objects_.reserve(kObjectsOfARecord); }
-
   /// The index of the object, which may have up to `levels` levels of containers.
   std::optional<Index> collect(const NSObject* object, unsigned levels);
   std::string document(Index top) const;
@@ -173,11 +168,8 @@ class BinaryWriter {
     std::string bytes;
     std::size_t references = 0;
     unsigned height = 0;
-  };
-  struct Collected {
-    const std::string* bytes;
-    std::size_t references;
-    unsigned height;
+
+    bool operator<(const Encoded& other) const { return bytes < other.bytes; }
   };
 
   std::optional<Index> collectArray(const NSArray& array, unsigned levels);
@@ -185,9 +177,8 @@ class BinaryWriter {
   void appendReference(Encoded& container, Index index) const;
   Index add(Encoded object);
 
-  std::map<std::string, Index> indexes_;
-  std::vector<Collected> objects_;
-  std::size_t collectedBytes_ = 0;
+  std::map<Encoded, Index> indexes_;
+  std::vector<const Encoded*> objects_;
   /// Containers that have been collected: one that many others hold is not gone through again.
   std::unordered_map<const NSObject*, Index> containers_;
 };
@@ -198,7 +189,7 @@ std::optional<BinaryWriter::Index> BinaryWriter::collect(const NSObject* object,
 
   const auto known = containers_.find(object);
   if (known != containers_.end()) {
-    return objects_[known->second].height <= levels ? std::optional(known->second) : std::nullopt;
+    return objects_[known->second]->height <= levels ? std::optional(known->second) : std::nullopt;
   }
   if (levels == 0) return std::nullopt;
   std::optional<Index> index;
@@ -241,33 +232,27 @@ std::optional<BinaryWriter::Index> BinaryWriter::collectDictionary(const NSDicti
 void BinaryWriter::appendReference(Encoded& container, Index index) const {
   appendBigEndian(container.bytes, index, kCollectedReferenceWidth);
   ++container.references;
-  container.height = std::max(container.height, objects_[index].height);
+  container.height = std::max(container.height, objects_[index]->height);
 }
 
 BinaryWriter::Index BinaryWriter::add(Encoded object) {
-  const auto [known, isNew] = indexes_.try_emplace(std::move(object.bytes), objects_.size());
-  if (isNew) {
-    objects_.push_back({&known->first, object.references, object.height});
-    collectedBytes_ += known->first.size();
-  }
+  const auto [known, isNew] = indexes_.try_emplace(std::move(object), objects_.size());
+  if (isNew) objects_.push_back(&known->first);
   return known->second;
 }
 
 std::string BinaryWriter::document(Index top) const {
   // Readers want to see that the width holds the number of objects, not only the largest index.
   const std::size_t referenceWidth = narrowestWidth(objects_.size());
-  std::string document;
-  document.reserve(kHeader.size() + collectedBytes_ + objects_.size() * sizeof(Index) + kTrailerLength);
-  document += kHeader;
+  std::string document(kHeader);
   std::vector<std::size_t> offsets;
-  offsets.reserve(objects_.size());
-  for (const Collected& object : objects_) {
+  for (const Encoded* object : objects_) {
     offsets.push_back(document.size());
-    const std::size_t plain = object.bytes->size() - object.references * kCollectedReferenceWidth;
-    document.append(*object.bytes, 0, plain);
-    for (std::size_t end = plain + kCollectedReferenceWidth; end <= object.bytes->size();
-         end += kCollectedReferenceWidth) {
-      document.append(*object.bytes, end - referenceWidth, referenceWidth);
+    const std::string& bytes = object->bytes;
+    const std::size_t plain = bytes.size() - object->references * kCollectedReferenceWidth;
+    document.append(bytes, 0, plain);
+    for (std::size_t place = plain; place < bytes.size(); place += kCollectedReferenceWidth) {
+      document.append(bytes, place + kCollectedReferenceWidth - referenceWidth, referenceWidth);
     }
   }
 

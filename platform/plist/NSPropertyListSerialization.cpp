@@ -19,11 +19,6 @@ constexpr std::string_view kMarkOfUTF8 = "\xEF\xBB\xBF";
 constexpr std::string_view kMarkOfUTF16BigEndian = "\xFE\xFF";
 constexpr std::string_view kMarkOfUTF16LittleEndian = "\xFF\xFE";
 
-/// UTF-16 after its mark as UTF-8; nothing for half a unit.
-std::optional<std::string> decodedUTF16(std::string_view units, ByteOrder order) {
-  return units.size() % 2 == 0 ? std::optional(utf8FromUTF16(units, order)) : std::nullopt;
-}
-
 /// Whether a text is meant as XML: it begins with "<" and is not the data of the old text form, which has nothing but
 /// hexadecimal digits and white space up to its ">". No XML element of a property list has a name of such digits only.
 bool isXML(std::string_view text) {
@@ -50,8 +45,8 @@ Ref<NSObject> NSPropertyListSerialization::propertyListWithData(const Ref<NSData
   const bool isBigEndian = bytes.starts_with(kMarkOfUTF16BigEndian);
   if (!isBigEndian && !bytes.starts_with(kMarkOfUTF16LittleEndian)) return readText(bytes);
   bytes.remove_prefix(kMarkOfUTF16BigEndian.size());
-  const auto text = decodedUTF16(bytes, isBigEndian ? ByteOrder::BigEndian : ByteOrder::LittleEndian);
-  return text ? readText(*text) : nullptr;
+  if (bytes.size() % 2 != 0) return nullptr;
+  return readText(utf8FromUTF16(bytes, isBigEndian ? ByteOrder::BigEndian : ByteOrder::LittleEndian));
 }
 
 Ref<NSData> NSPropertyListSerialization::dataFromPropertyList(const Ref<NSObject>& propertyList, unsigned long format) {

@@ -1,8 +1,5 @@
 #include "plist/TextEncoding.h"
 
-#include <cstdint>
-#include <cstring>
-
 #include "text/UTF8.h"
 
 namespace zk {
@@ -13,8 +10,6 @@ namespace {
 constexpr char32_t kHighHalf = 0xFDD0;
 constexpr char32_t kLowHalf = 0xFDE0;
 constexpr char32_t kAfterHalves = 0xFDF0;
-/// Bytes below are always UTF-8 and never need to be written in halves.
-constexpr char32_t kFirstByteOutsideASCII = 0x80;
 /// What the noncharacters begin with, and how long each is, in UTF-8.
 constexpr std::string_view kHalvesPrefix = "\xEF\xB7";
 constexpr std::size_t kHalfLength = 3;
@@ -29,14 +24,9 @@ constexpr unsigned byteAt(std::string_view text, std::size_t index) { return sta
 
 constexpr char32_t continuation(std::string_view text, std::size_t index) { return byteAt(text, index) & 0x3F; }
 
-/// How many bytes of ASCII `bytes` begins with; most documents are nothing else, so eight are looked at in one.
+/// How many bytes of ASCII `bytes` begins with.
 std::size_t lengthOfASCII(std::string_view bytes) {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::size_t length = 0;
-  for (std::uint64_t eight = 0; bytes.size() - length >= sizeof eight; length += sizeof eight) {
-    std::memcpy(&eight, bytes.data() + length, sizeof eight);
-    if ((eight & kHighBits) != 0) break;
-  }
   while (length < bytes.size() && byteAt(bytes, length) < 0x80) ++length;
   return length;
 }
@@ -61,7 +51,7 @@ char32_t byteInHalves(std::string_view text) {
   if (!high || high->value < kHighHalf || high->value >= kLowHalf) return 0;
   if (!low || low->value < kLowHalf || low->value >= kAfterHalves) return 0;
   const char32_t byte = (high->value - kHighHalf) << 4 | (low->value - kLowHalf);
-  return byte >= kFirstByteOutsideASCII ? byte : 0;
+  return byte >= 0x80 ? byte : 0;  // those below are always UTF-8 and never written in halves
 }
 
 }  // namespace
@@ -113,7 +103,7 @@ std::string utf8FromUTF16(std::string_view units, ByteOrder order) {
   const std::size_t high = order == ByteOrder::BigEndian ? 0 : 1;
   std::string text;
   text.reserve(units.size() / 2);
-  for (std::size_t index = 0; index + 1 < units.size(); index += 2) {
+  for (std::size_t index = 0; index < units.size(); index += 2) {
     appendUTF16Unit(text, static_cast<char16_t>(byteAt(units, index + high) << 8 | byteAt(units, index + 1 - high)));
   }
   return text;
@@ -143,21 +133,18 @@ std::string utf16FromText(std::string_view text) {
 }
 
 Ref<NSString> textFromPropertyList(std::string utf8) {
-  std::size_t found = utf8.find(kHalvesPrefix);
-  if (found == std::string::npos) return std::make_shared<NSString>(std::move(utf8));
+  if (utf8.find(kHalvesPrefix) == std::string::npos) return std::make_shared<NSString>(std::move(utf8));
 
-  const std::string_view written = utf8;
   std::string text;
-  std::size_t done = 0;
-  while (found != std::string::npos) {
-    const char32_t byte = byteInHalves(written.substr(found));
-    const std::size_t length = byte == 0 ? kHalvesPrefix.size() : 2 * kHalfLength;
-    text += written.substr(done, found - done);
-    text += byte == 0 ? std::string(kHalvesPrefix) : std::string(1, static_cast<char>(byte));
-    done = found + length;
-    found = utf8.find(kHalvesPrefix, done);
+  for (std::string_view rest = utf8; !rest.empty();) {
+    if (const char32_t byte = byteInHalves(rest)) {
+      text += static_cast<char>(byte);
+      rest.remove_prefix(2 * kHalfLength);
+    } else {
+      text += rest.front();
+      rest.remove_prefix(1);
+    }
   }
-  text += written.substr(done);
   return std::make_shared<NSString>(std::move(text));
 }
 

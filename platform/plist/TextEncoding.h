@@ -18,7 +18,7 @@ void appendUTF16Unit(std::string& text, char16_t unit);
 
 enum class ByteOrder { BigEndian, LittleEndian };
 
-/// `units` as UTF-8; a last byte that makes no unit is left out.
+/// Units of UTF-16, none of them cut off, as UTF-8.
 std::string utf8FromUTF16(std::string_view units, ByteOrder order);
 
 /// `text` as UTF-16, most significant byte first.

@@ -1,15 +1,16 @@
 #include "plist/TextReader.h"
 
+#include <array>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "objects/NSArray.h"
 #include "objects/NSData.h"
+#include "objects/NSDictionary.h"
 #include "plist/Nesting.h"
 #include "plist/NextStepEncoding.h"
 #include "plist/TextEncoding.h"
-#include "plist/ValueStack.h"
 #include "text/Characters.h"
 
 namespace zk {
@@ -47,10 +48,8 @@ class TextReader {
   unsigned takeDigits(unsigned base, std::size_t atMost);
 
   std::string_view rest_;
-  ValueStack open_;
-  /// Texts of up to two bytes, by their bytes: in `(ab,cd,...)` an object for each would outweigh its three bytes.
-  std::unordered_map<std::uint32_t, Ref<NSString>> shortTexts_;
-  Ref<NSData> emptyData_;
+  /// Texts of one byte, by that byte: in `a;a;...` an object for each would outweigh its two bytes too far.
+  std::array<Ref<NSString>, 256> letters_;
   bool isCommentUnfinished_ = false;
 };
 
@@ -110,41 +109,34 @@ Ref<NSObject> TextReader::value(unsigned levels) {
 /// A comma may follow the last value, too.
 Ref<NSObject> TextReader::array(unsigned levels) {
   if (levels == 0) return nullptr;
-  const std::size_t first = open_.count();
+  std::vector<Ref<NSObject>> objects;
   for (skipSpace(); !skip(')'); skipSpace()) {
     Ref<NSObject> object = value(levels - 1);
     if (!object) return nullptr;
-    open_.push(std::move(object));
+    objects.push_back(std::move(object));
     skipSpace();
     if (!skip(',') && !isAt(')')) return nullptr;
   }
-  return open_.takeArray(first);
+  return NSArray::arrayWithObjects(std::move(objects));
 }
 
 /// The entries up to the brace `end`, or those of a whole document. `key;` stands for `key = key;`.
 Ref<NSObject> TextReader::dictionary(std::optional<char> end, unsigned levels) {
   if (levels == 0) return nullptr;
-  const std::size_t first = open_.count();
-  std::size_t count = 0;
-  std::vector<bool> isKeyAlone;
-  for (skipSpace(); end ? !skip(*end) : !rest_.empty(); skipSpace(), ++count) {
-    Ref<NSString> key = string();
-    if (!key) return nullptr;
-    open_.push(std::move(key));
+  std::vector<NSDictionary::Entry> entries;
+  for (skipSpace(); end ? !skip(*end) : !rest_.empty(); skipSpace()) {
+    const Ref<NSString> key = string();
+    Ref<NSObject> object = key;
     skipSpace();
     if (skip('=')) {
       skipSpace();
-      Ref<NSObject> object = value(levels - 1);
-      if (!object) return nullptr;
-      open_.push(std::move(object));
+      object = value(levels - 1);
       skipSpace();
-    } else {
-      isKeyAlone.resize(count + 1);
-      isKeyAlone.back() = true;
     }
-    if (!skip(';')) return nullptr;
+    if (!key || !object || !skip(';')) return nullptr;
+    entries.push_back({key, std::move(object)});
   }
-  return open_.takeDictionary(first, isKeyAlone);
+  return NSDictionary::dictionaryWithEntries(std::move(entries));
 }
 
 /// Pairs of hexadecimal digits, with white space between the pairs.
@@ -162,9 +154,7 @@ Ref<NSObject> TextReader::data() {
       return nullptr;
     }
   }
-  if (!bytes.empty()) return std::make_shared<NSData>(std::move(bytes));
-  if (!emptyData_) emptyData_ = NSData::dataWithBytes({});
-  return emptyData_;
+  return std::make_shared<NSData>(std::move(bytes));
 }
 
 Ref<NSString> TextReader::string() {
@@ -192,6 +182,13 @@ Ref<NSString> TextReader::quotedString() {
   }
 }
 
+Ref<NSString> TextReader::text(std::string bytes) {
+  if (bytes.size() != 1) return textFromPropertyList(std::move(bytes));
+  Ref<NSString>& letter = letters_[static_cast<unsigned char>(bytes.front())];
+  if (!letter) letter = std::make_shared<NSString>(std::move(bytes));
+  return letter;
+}
+
 /// Up to three octal digits are a character of the NEXTSTEP encoding; U and up to four hexadecimal digits are a unit of
 /// UTF-16. A character that has no meaning after a backslash stands for itself.
 void TextReader::appendEscape(std::string& text) {
@@ -205,32 +202,10 @@ void TextReader::appendEscape(std::string& text) {
     appendUTF16Unit(text, static_cast<char16_t>(takeDigits(16, 4)));
     return;
   }
-  switch (letter) {
-    case 'a':
-      text += '\a';
-      break;
-    case 'b':
-      text += '\b';
-      break;
-    case 'f':
-      text += '\f';
-      break;
-    case 'n':
-      text += '\n';
-      break;
-    case 'r':
-      text += '\r';
-      break;
-    case 't':
-      text += '\t';
-      break;
-    case 'v':
-      text += '\v';
-      break;
-    default:
-      text += letter;
-      break;
-  }
+  constexpr std::string_view kLetters = "abfnrtv";
+  constexpr std::string_view kMeanings = "\a\b\f\n\r\t\v";
+  const std::size_t place = kLetters.find(letter);
+  text += place == std::string_view::npos ? letter : kMeanings[place];
 }
 
 unsigned TextReader::takeDigits(unsigned base, std::size_t atMost) {
@@ -242,15 +217,6 @@ unsigned TextReader::takeDigits(unsigned base, std::size_t atMost) {
     rest_.remove_prefix(1);
   }
   return value;
-}
-
-Ref<NSString> TextReader::text(std::string bytes) {
-  if (bytes.size() > 2) return textFromPropertyList(std::move(bytes));
-  std::uint32_t code = 1;
-  for (const char byte : bytes) code = code << 8 | static_cast<unsigned char>(byte);
-  Ref<NSString>& known = shortTexts_[code];
-  if (!known) known = std::make_shared<NSString>(std::move(bytes));
-  return known;
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "plist/XMLReader.h"
 
-#include "objects/NSNumber.h"
+#include "objects/NSArray.h"
+#include "objects/NSDictionary.h"
 #include "plist/Nesting.h"
 #include "plist/TextEncoding.h"
-#include "plist/ValueStack.h"
 #include "plist/XMLScanner.h"
 #include "plist/XMLValues.h"
 
@@ -31,9 +31,6 @@ class XMLReader {
   std::optional<std::string> content(const Tag& start);
 
   XMLScanner scanner_;
-  ValueStack open_;
-  const Ref<NSNumber> true_ = NSNumber::numberWithBool(true);
-  const Ref<NSNumber> false_ = NSNumber::numberWithBool(false);
 };
 
 Ref<NSObject> XMLReader::read() {
@@ -64,41 +61,38 @@ Ref<NSObject> XMLReader::value(const Tag& start, unsigned levels) {
   if (start.name == "real") return realFromXML(*characters);
   if (start.name == "date") return dateFromXML(*characters);
   if (start.name == "data") return dataFromXML(*characters);
-  if (start.name == "true") return characters->empty() ? true_ : nullptr;
-  if (start.name == "false") return characters->empty() ? false_ : nullptr;
+  if (start.name == "true") return characters->empty() ? NSNumber::numberWithBool(true) : nullptr;
+  if (start.name == "false") return characters->empty() ? NSNumber::numberWithBool(false) : nullptr;
   return nullptr;
 }
 
 Ref<NSObject> XMLReader::array(const Tag& start, unsigned levels) {
   if (levels == 0) return nullptr;
-  const std::size_t first = open_.count();
-  if (start.kind == Tag::Kind::Empty) return open_.takeArray(first);
-  while (true) {
+  std::vector<Ref<NSObject>> objects;
+  while (start.kind != Tag::Kind::Empty) {
     const auto tag = scanner_.tag();
-    if (isEndOf(tag, start)) return open_.takeArray(first);
+    if (isEndOf(tag, start)) break;
     Ref<NSObject> object = tag ? value(*tag, levels - 1) : nullptr;
     if (!object) return nullptr;
-    open_.push(std::move(object));
+    objects.push_back(std::move(object));
   }
+  return NSArray::arrayWithObjects(std::move(objects));
 }
 
 Ref<NSObject> XMLReader::dictionary(const Tag& start, unsigned levels) {
   if (levels == 0) return nullptr;
-  const std::size_t first = open_.count();
-  if (start.kind == Tag::Kind::Empty) return open_.takeDictionary(first);
-  while (true) {
+  std::vector<NSDictionary::Entry> entries;
+  while (start.kind != Tag::Kind::Empty) {
     const auto keyTag = scanner_.tag();
-    if (isEndOf(keyTag, start)) return open_.takeDictionary(first);
+    if (isEndOf(keyTag, start)) break;
     if (!keyTag || keyTag->kind == Tag::Kind::End || keyTag->name != "key") return nullptr;
     std::optional<std::string> key = content(*keyTag);
-    if (!key) return nullptr;
-    open_.push(textFromPropertyList(std::move(*key)));
-
     const auto valueTag = scanner_.tag();
-    Ref<NSObject> object = valueTag ? value(*valueTag, levels - 1) : nullptr;
+    Ref<NSObject> object = key && valueTag ? value(*valueTag, levels - 1) : nullptr;
     if (!object) return nullptr;
-    open_.push(std::move(object));
+    entries.push_back({textFromPropertyList(std::move(*key)), std::move(object)});
   }
+  return NSDictionary::dictionaryWithEntries(std::move(entries));
 }
 
 /// The characters of an element that holds nothing else, up to and with its end.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "text/Characters.h"
+#include "text/RealNumbers.h"
 
 namespace zk {
 
@@ -66,15 +67,8 @@ Ref<NSNumber> integerFromXML(std::string_view characters) {
 }
 
 Ref<NSNumber> realFromXML(std::string_view characters) {
-  characters = trimmed(characters);
-  const bool isNegative = takeSign(characters);
-  if (characters.starts_with('-')) return nullptr;  // a second sign, which from_chars() would take
-
-  double magnitude = 0;
-  const char* const end = characters.data() + characters.size();
-  const auto [stop, error] = std::from_chars(characters.data(), end, magnitude);
-  if (error != std::errc() || stop != end) return nullptr;
-  return NSNumber::numberWithDouble(isNegative ? -magnitude : magnitude);
+  const auto value = realFromText(trimmed(characters));
+  return value ? NSNumber::numberWithDouble(*value) : nullptr;
 }
 
 Ref<NSDate> dateFromXML(std::string_view characters) {

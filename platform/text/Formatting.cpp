@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "objects/InCLocale.h"
 #include "text/Characters.h"
 
 namespace zk {
@@ -102,6 +103,7 @@ class Filler {
   }
 
   bool operator()(double value) const {
+    const InCLocale scope;
     return std::string_view("eEfFgGaA").find(conversion_.letter) != std::string_view::npos && print("", value);
   }
 

@@ -65,6 +65,47 @@ def test_an_include_compiles_if_and_only_if_it_leads_downwards(commands, tmp_pat
         assert re.search(rf"{re.escape(header)}.*(No such file|not found)", result.stderr), result.stderr
 
 
+# The folders of platform/: each may include from itself and from those before it. Each system's folder comes last.
+FOLDERS = ["objects", "text", "plist", "system", "files", "process"]
+
+# What only one operating system has.
+LINUX_ONLY = re.compile(r"<(linux/.*|sys/(xattr|syscall|eventfd|vfs|random|ioctl)\.h)>")
+
+
+def upward_includes(platform):
+    """Every include under `platform` that runs against the order, as "file:line: what"."""
+    wrong = []
+    for source in sorted([*platform.glob("*/*.h"), *platform.glob("*/*.cpp")]):
+        folder = source.parent.name
+        may_use = FOLDERS[: FOLDERS.index(folder) + 1] if folder in FOLDERS else [*FOLDERS, folder]
+        for number, line in enumerate(source.read_text().splitlines(), 1):
+            included = re.match(r'#include (?:"([^"/]+)/[^"]+"|(<.*>))', line)
+            if not included:
+                continue
+            is_upward = included[1] is not None and included[1] not in may_use
+            is_of_one_system = included[2] is not None and folder in FOLDERS and LINUX_ONLY.match(included[2])
+            if is_upward or is_of_one_system:
+                wrong.append(f"{source.relative_to(platform)}:{number}: {line}")
+    return wrong
+
+
+def test_inside_the_platform_every_include_runs_downwards(checkout):
+    assert upward_includes(checkout / "platform") == []
+
+
+def test_an_include_that_runs_upwards_is_told_by_its_line(tmp_path):
+    for folder in [*FOLDERS, "linux", "darwin"]:
+        (tmp_path / folder).mkdir()
+    (tmp_path / "text/Bad.cpp").write_text('#include "objects/NSObject.h"\n\n#include "files/Folder.h"\n')
+    (tmp_path / "files/Bad.h").write_text("#include <sys/xattr.h>\n")
+    (tmp_path / "linux/Bad.h").write_text('#include <sys/xattr.h>\n#include "darwin/Other.h"\n')
+    assert upward_includes(tmp_path) == [
+        "files/Bad.h:1: #include <sys/xattr.h>",
+        'linux/Bad.h:2: #include "darwin/Other.h"',
+        'text/Bad.cpp:3: #include "files/Folder.h"',
+    ]
+
+
 def test_another_project_builds_the_libraries_without_the_tests_and_with_its_own_warnings(checkout, tmp_path):
     (tmp_path / "CMakeLists.txt").write_text(
         "cmake_minimum_required(VERSION 3.25)\n"

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "objects/NSString.h"
+#include "support/DecimalComma.h"
 
 namespace zk {
 namespace {
@@ -122,6 +123,12 @@ TEST(NSNumber, DescribesItself) {
   EXPECT_EQ(NSNumber::numberWithLongLong(kMin)->description()->bytes(), "-9223372036854775808");
   EXPECT_EQ(NSNumber::numberWithUnsignedLongLong(kUnsignedMax)->description()->bytes(), "18446744073709551615");
   EXPECT_EQ(NSNumber::numberWithBool(true)->description()->bytes(), "1");
+  EXPECT_EQ(NSNumber::numberWithDouble(1.5)->description()->bytes(), "1.5");
+}
+
+TEST(NSNumber, DescribesItselfWithADecimalPointWhereTheHostHasADecimalComma) {
+  const test::DecimalComma scope;
+  if (!test::DecimalComma::isThere()) GTEST_SKIP() << "no locale with a decimal comma is installed";
   EXPECT_EQ(NSNumber::numberWithDouble(1.5)->description()->bytes(), "1.5");
 }
 

@@ -313,6 +313,24 @@ TEST(BinaryReader, RefusesMoreObjectsThanItsOffsetsCanTellApart) {
   EXPECT_EQ(read(objects + std::string(257, '\x08') + binaryTrailer({}, 257, 9)), "absent");
 }
 
+/// An array of so many dictionaries, each with the same two long keys.
+std::string dictionariesOfLongKeys(std::size_t count) {
+  std::string references;
+  for (std::size_t index = 1; index <= count; ++index) references += bigEndian(index, 2);
+  std::vector<std::string> objects(count + 1, "\xD2" + bigEndian(count + 1, 2) + bigEndian(count + 2, 2) +
+                                                  bigEndian(count + 1, 2) + bigEndian(count + 2, 2));
+  objects[0] = "\xAF\x11" + bigEndian(count, 2) + references;
+  const std::string key = "\x5F\x12" + bigEndian(1 << 15, 4) + std::string((1 << 15) - 1, 'a');
+  objects.push_back(key + "b");
+  objects.push_back(key + "c");
+  return binaryDocument(objects, {.offsetSize = 3, .referenceSize = 2});
+}
+
+TEST(BinaryReader, RefusesLongKeysThatTooManyDictionariesShare) {
+  EXPECT_TRUE(readBinaryPropertyList(dictionariesOfLongKeys(1024)));
+  EXPECT_FALSE(readBinaryPropertyList(dictionariesOfLongKeys(1025)));
+}
+
 TEST(BinaryReader, RefusesObjectsThatOverlap) {
   EXPECT_TRUE(readBinaryPropertyList(overlappingArrays(1)));
   EXPECT_FALSE(readBinaryPropertyList(overlappingArrays(5)));

@@ -10,6 +10,7 @@
 #include "objects/NSNull.h"
 #include "objects/NSNumber.h"
 #include "objects/NSURL.h"
+#include "support/DecimalComma.h"
 
 namespace zk {
 namespace {
@@ -89,6 +90,12 @@ TEST(Formatting, PrintsReals) {
   EXPECT_EQ(formatted("%a %A", 1.0, 1.0), "0x1p+0 0X1P+0");
   EXPECT_EQ(formatted("%.1f", 0.25F), "0.2");
   EXPECT_EQ(formatted("%f", -std::numeric_limits<double>::infinity()), "-inf");
+}
+
+TEST(Formatting, PrintsADecimalPointWhereTheHostHasADecimalComma) {
+  const test::DecimalComma scope;
+  if (!test::DecimalComma::isThere()) GTEST_SKIP() << "no locale with a decimal comma is installed";
+  EXPECT_EQ(formatted("%.1f", 0.5), "0.5");
 }
 
 TEST(Formatting, PrintsCharacters) {

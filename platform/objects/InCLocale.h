@@ -1,0 +1,26 @@
+#pragma once
+
+#include <clocale>
+
+namespace zk {
+
+/// For the length of a scope the C library reads and prints reals for the calling thread with a decimal point, also
+/// where the host has called setlocale() for a language with a decimal comma.
+class InCLocale {
+ public:
+  InCLocale() : previous_(::uselocale(cLocale())) {}
+  ~InCLocale() { ::uselocale(previous_); }
+  InCLocale(const InCLocale&) = delete;
+  InCLocale& operator=(const InCLocale&) = delete;
+
+ private:
+  /// Made once; it stays until the process ends.
+  static locale_t cLocale() {
+    static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+  }
+
+  locale_t previous_;
+};
+
+}  // namespace zk
