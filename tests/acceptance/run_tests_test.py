@@ -3,6 +3,7 @@
 import importlib.machinery
 import importlib.util
 import sys
+import xml.etree.ElementTree as ElementTree
 
 import pytest
 
@@ -29,25 +30,33 @@ def results(run_tests, tmp_path):
 
 def test_every_test_counts_with_its_outcome(results):
     assert results(
-        '<testcase name="a"/>'
-        '<testcase name="b"><failure message="Failed"/><system-out>it broke</system-out></testcase>'
-        '<testcase name="c"><failure message="AssertionError">assert 1 == 2</failure></testcase>'
-        '<testcase name="d"><error message="failed on setup">no such fixture</error></testcase>',
+        '<testcase classname="file_test" name="a"/>'
+        '<testcase classname="file_test" name="b"><failure message="Failed"/><system-out>it broke</system-out></testcase>'
+        '<testcase classname="file_test" name="c"><failure message="AssertionError">assert 1 == 2</failure></testcase>'
+        '<testcase classname="file_test" name="d"><error message="failed on setup">no such fixture</error></testcase>',
         status=1,
     ) == [("passed", ""), ("failed", "it broke"), ("failed", "assert 1 == 2"), ("failed", "no such fixture")]
 
 
+def test_a_test_is_named_with_its_file_but_not_twice(run_tests):
+    def name(text):
+        return run_tests.name(ElementTree.fromstring(text))
+
+    assert name('<testcase classname="file_test" name="test_a"/>') == "file_test: test_a"
+    assert name('<testcase classname="errors_tests.A.B" name="errors_tests.A.B"/>') == "errors_tests.A.B"
+
+
 def test_a_skipped_test_has_its_reason(results):
     assert results(
-        f'<testcase name="a"><skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/>'
+        f'<testcase classname="file_test" name="a"><skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/>'
         f"<system-out>{SKIPPED_BY_GOOGLETEST}</system-out></testcase>"
-        '<testcase name="b"><skipped message="needs two users"/></testcase>'
+        '<testcase classname="file_test" name="b"><skipped message="needs two users"/></testcase>'
     ) == [("skipped", "only root may do this"), ("skipped", "needs two users")]
 
 
 def test_a_runner_that_fails_or_runs_nothing_counts_as_a_failure(results):
     failure = ("failed", "ended with status 2:\nthe output")
-    assert results('<testcase name="a"/>', status=2) == [("passed", ""), failure]
+    assert results('<testcase classname="file_test" name="a"/>', status=2) == [("passed", ""), failure]
     assert results("", status=2) == [failure]
     assert results("", status=0) == [("failed", "ended with status 0:\nthe output")]
 
