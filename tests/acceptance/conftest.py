@@ -16,7 +16,7 @@ CHECKOUT = Path(__file__).resolve().parents[2]
 
 
 def pytest_collection_modifyitems(items):
-    items.sort(key=lambda item: item.get_closest_marker("long") is None)
+    items.sort(key=lambda item: item.get_closest_marker("full") is None)
 
 
 @pytest.fixture(scope="session")

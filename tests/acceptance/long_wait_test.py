@@ -13,7 +13,7 @@ LEAST = 100.0  # seconds
 MOST = 150.0  # the machine may be busy
 
 
-@pytest.mark.long
+@pytest.mark.full
 def test_a_live_holder_a_live_target_and_a_holder_without_a_record_are_each_given_up_after_100_seconds(scene):
     start = time.monotonic()
     ended = {}

@@ -18,7 +18,7 @@ namespace {
 
 std::string escape(unsigned unit) { return stringWithFormat("\\u%04x"_ns, unit)->bytes(); }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   std::string json = "\"";
   for (std::size_t index = 0; index < text.size();) {
     const auto codePoint = codePointAt(text, index);
@@ -68,16 +68,16 @@ std::string hexadecimalBits(double value) {
 
 std::string jsonFromPropertyList(const Ref<NSObject>& propertyList) {
   if (!propertyList) return "absent";
-  if (const auto text = asString(propertyList)) return quoted(text->bytes());
+  if (const auto text = asString(propertyList)) return inQuotes(text->bytes());
   if (const auto number = asNumber(propertyList)) return jsonFromNumber(*number);
-  if (const auto data = asData(propertyList)) return tagged("data", quoted(hexadecimal(data->bytes())));
+  if (const auto data = asData(propertyList)) return tagged("data", inQuotes(hexadecimal(data->bytes())));
   if (const auto date = asDate(propertyList)) {
-    return tagged("date", quoted(hexadecimalBits(date->timeIntervalSinceReferenceDate())));
+    return tagged("date", inQuotes(hexadecimalBits(date->timeIntervalSinceReferenceDate())));
   }
   if (const auto array = asArray(propertyList)) return "[" + joined(array->objects(), &jsonFromPropertyList) + "]";
   if (const auto dictionary = asDictionary(propertyList)) {
     const auto entry = [](const NSDictionary::Entry& one) {
-      return quoted(one.key->bytes()) + ":" + jsonFromPropertyList(one.object);
+      return inQuotes(one.key->bytes()) + ":" + jsonFromPropertyList(one.object);
     };
     return tagged("dict", "{" + joined(dictionary->entries(), entry) + "}");
   }

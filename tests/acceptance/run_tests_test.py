@@ -1,0 +1,76 @@
+"""tools/run_tests: what it makes of the results of the two test runners."""
+
+import importlib.machinery
+import importlib.util
+import sys
+import xml.etree.ElementTree as ElementTree
+
+import pytest
+
+SKIPPED_BY_GOOGLETEST = "[ RUN      ] A.B\n/a/b.cpp:12: Skipped\nonly root may do this\n\n[  SKIPPED ] A.B (0 ms)\n"
+
+
+@pytest.fixture(scope="module")
+def run_tests(checkout):
+    loader = importlib.machinery.SourceFileLoader("run_tests", str(checkout / "tools/run_tests"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("run_tests", loader))
+    loader.exec_module(module)
+    return module
+
+
+@pytest.fixture
+def results(run_tests, tmp_path):
+    def results(cases, status=0):
+        file = tmp_path / "results.xml"
+        file.write_text(f"<testsuite>{cases}</testsuite>")
+        return [(one.outcome, one.text) for one in run_tests.results("these tests", file, status, "the output")]
+
+    return results
+
+
+def test_every_test_counts_with_its_outcome(results):
+    assert results(
+        '<testcase classname="file_test" name="a"/>'
+        '<testcase classname="file_test" name="b"><failure message="Failed"/><system-out>it broke</system-out></testcase>'
+        '<testcase classname="file_test" name="c"><failure message="AssertionError">assert 1 == 2</failure></testcase>'
+        '<testcase classname="file_test" name="d"><error message="failed on setup">no such fixture</error></testcase>',
+        status=1,
+    ) == [("passed", ""), ("failed", "it broke"), ("failed", "assert 1 == 2"), ("failed", "no such fixture")]
+
+
+def test_a_test_is_named_with_its_file_but_not_twice(run_tests):
+    def name(text):
+        return run_tests.name(ElementTree.fromstring(text))
+
+    assert name('<testcase classname="file_test" name="test_a"/>') == "file_test: test_a"
+    assert name('<testcase classname="errors_tests.A.B" name="errors_tests.A.B"/>') == "errors_tests.A.B"
+
+
+def test_a_skipped_test_has_its_reason(results):
+    assert results(
+        f'<testcase classname="file_test" name="a"><skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/>'
+        f"<system-out>{SKIPPED_BY_GOOGLETEST}</system-out></testcase>"
+        '<testcase classname="file_test" name="b"><skipped message="needs two users"/></testcase>'
+    ) == [("skipped", "only root may do this"), ("skipped", "needs two users")]
+
+
+def test_a_runner_that_fails_or_runs_nothing_counts_as_a_failure(results):
+    failure = ("failed", "ended with status 2:\nthe output")
+    assert results('<testcase classname="file_test" name="a"/>', status=2) == [("passed", ""), failure]
+    assert results("", status=2) == [failure]
+    assert results("", status=0) == [("failed", "ended with status 0:\nthe output")]
+
+
+def test_progress_is_read_from_either_runner(run_tests):
+    assert run_tests.ctest_progress(" 12/1108 Test   #12: errors_tests.A.B ....   Passed    0.01 sec\n") == (12, 1108)
+    assert run_tests.ctest_progress("        Start   13: errors_tests.A.C\n") is None
+    progress = run_tests.pytest_progress()
+    assert progress("gw0 [23] / gw1 [23]\n") is None
+    assert progress("[gw1] [  4%] PASSED tests/acceptance/a_test.py::test_b \n") == (1, 23)
+    assert progress("tests/acceptance/a_test.py::test_b \n") is None
+    assert progress("[gw0] [  8%] FAILED tests/acceptance/a_test.py::test_c \n") == (2, 23)
+
+
+def test_a_command_tells_its_status_and_output(run_tests, capfd):
+    assert run_tests.run("a command", [sys.executable, "-c", "print('told'); raise SystemExit(3)"]) == (3, "told\n")
+    assert "a command: " in capfd.readouterr().out
