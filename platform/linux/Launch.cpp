@@ -4,8 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "system/FileDescriptor.h"
 #include "process/POSIXSystem.h"
+#include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 
 namespace zk {
@@ -25,19 +25,23 @@ void tell(int report) {
 
 /// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor
 /// then, and finds one even where the limit leaves no other.
-bool openStandardStreams() {
-  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) ::close(stream);
+/// @param isErrorOpen whether standard error is what it is to be already
+bool openStandardStreams(bool isErrorOpen) {
+  for (int stream = STDIN_FILENO; stream <= STDOUT_FILENO; ++stream) ::close(stream);
+  if (!isErrorOpen) ::close(STDERR_FILENO);
   return ::open("/dev/null", O_RDWR) == STDIN_FILENO && ::dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO &&
-         ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
+         (isErrorOpen || ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO);
 }
 
-[[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report) {
+/// @param standardError what becomes the program's standard error, a descriptor above the report's; -1 for none
+[[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report, int standardError) {
   if (report != kReportDescriptor) ::dup2(report, kReportDescriptor);
+  if (standardError >= 0) ::dup2(standardError, STDERR_FILENO);
   ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
 
   ::setsid();
-  if (openStandardStreams() && ::chdir("/") == 0) {
+  if (openStandardStreams(standardError >= 0) && ::chdir("/") == 0) {
     resetSignals();
     tell(kReportDescriptor);
     ::execv(executable.c_str(), arguments);
@@ -57,26 +61,44 @@ bool isRunning(int report) {
   }
 }
 
-}  // namespace
-
-bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments) {
+/// Starts the program. @return its id; -1 when it cannot be executed, and no process is left behind
+pid_t startDetached(const std::string& executable, const std::vector<std::string>& arguments, int standardError) {
   std::vector<char*> argumentList{const_cast<char*>(executable.c_str())};
   for (const std::string& argument : arguments) argumentList.push_back(const_cast<char*>(argument.c_str()));
   argumentList.push_back(nullptr);
 
   int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+  if (::pipe2(ends, O_CLOEXEC) != 0) return -1;
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
 
   const pid_t child = ::fork();
-  if (child < 0) return false;
-  if (child == 0) becomeProgram(executable, argumentList.data(), writing.get());
+  if (child < 0) return -1;
+  if (child == 0) becomeProgram(executable, argumentList.data(), writing.get(), standardError);
 
   writing.reset();
-  if (isRunning(reading.get())) return true;
+  if (isRunning(reading.get())) return child;
   uninterrupted([child] { return ::waitpid(child, nullptr, 0); });
-  return false;
+  return -1;
+}
+
+}  // namespace
+
+bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments) {
+  return startDetached(executable, arguments, -1) > 0;
+}
+
+Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return nullptr;
+  FileDescriptor reading(ends[0]);
+  const FileDescriptor pipeEnd(ends[1]);
+  // Out of the way of the report, which takes its place first.
+  const FileDescriptor standardError(::fcntl(pipeEnd.get(), F_DUPFD_CLOEXEC, kReportDescriptor + 1));
+  if (!standardError.isOpen() || ::fcntl(reading.get(), F_SETFL, O_NONBLOCK) != 0) return nullptr;
+
+  const pid_t child = startDetached(executable, arguments, standardError.get());
+  return child > 0 ? std::make_shared<NSTask>(child, std::move(reading)) : nullptr;
 }
 
 }  // namespace zk

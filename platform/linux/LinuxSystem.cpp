@@ -58,6 +58,10 @@ class LinuxSystem final : public POSIXSystem {
               unsigned long /*options*/) override {
     return launchDetached(executable, arguments);
   }
+
+  Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) override {
+    return zk::launchTask(executable, arguments);
+  }
 };
 
 }  // namespace

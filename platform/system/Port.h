@@ -28,7 +28,8 @@ namespace zk::port {
 // The system object.
 
 /// The one object behind System::current(), of a class derived from POSIXSystem (process/POSIXSystem.h), which leaves
-/// four operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation and launch.
+/// five operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation, launch and
+/// launchTask.
 /// It can be used before main() and after it: it is never destroyed.
 System& operatingSystem();
 

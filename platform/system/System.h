@@ -10,6 +10,7 @@
 namespace zk {
 
 class NSFileManager;
+class NSTask;
 
 /// The bytes under which the operating system's file calls know `text`.
 std::string fileSystemRepresentation(const Ref<NSString>& text);
@@ -111,6 +112,10 @@ class System {
   /// @return whether it was started: a file that cannot be executed gives false and leaves no process behind
   virtual bool launch(const Ref<NSURL>& bundle, const std::string& executable,
                       const std::vector<std::string>& arguments, unsigned long options) = 0;
+  /// Starts the program `executable` with `arguments` as launch() does, but as a child process that this one can ask
+  /// for its end, and with its standard error on a pipe that this one reads.
+  /// @return absent when it cannot be executed; no process is left behind then
+  virtual Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) = 0;
 
   // What this process was given, and where it tells.
 

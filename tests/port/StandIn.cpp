@@ -26,6 +26,9 @@ class StandInSystem final : public POSIXSystem {
               const std::vector<std::string>& /*arguments*/, unsigned long /*options*/) override {
     return false;
   }
+  Ref<NSTask> launchTask(const std::string& /*executable*/, const std::vector<std::string>& /*arguments*/) override {
+    return nullptr;
+  }
 };
 
 }  // namespace

@@ -36,6 +36,9 @@ class ForwardingSystem : public System {
               unsigned long options) override {
     return next_.launch(bundle, executable, arguments, options);
   }
+  Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) override {
+    return next_.launchTask(executable, arguments);
+  }
 
   std::vector<std::string> arguments() override { return next_.arguments(); }
   void log(const std::string& message) override { next_.log(message); }

@@ -33,15 +33,9 @@ constexpr char kNoSignals[] = "0000000000000000";
 
 using Report = std::map<std::string, std::vector<std::string>>;
 
-/// Launches the reporting program, waits for its report and its end.
-Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
-  const TemporaryFolder folder;
-  std::vector<std::string> arguments{folder / "report"};
-  arguments.insert(arguments.end(), furtherArguments.begin(), furtherArguments.end());
+/// The report that the reporting program has left.
+Report reportIn(const TemporaryFolder& folder) {
   Report report;
-  EXPECT_TRUE(launchDetached(kReportingProgram, arguments));
-  EXPECT_EQ(::waitpid(-1, nullptr, 0) > 0 || errno == ECHILD, true);
-
   std::ifstream file(folder / "report");
   for (std::string line; std::getline(file, line);) {
     const std::size_t equals = line.find('=');
@@ -49,6 +43,16 @@ Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
   }
   EXPECT_FALSE(report.empty()) << "no report";
   return report;
+}
+
+/// Launches the reporting program, waits for its report and its end.
+Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
+  const TemporaryFolder folder;
+  std::vector<std::string> arguments{folder / "report"};
+  arguments.insert(arguments.end(), furtherArguments.begin(), furtherArguments.end());
+  EXPECT_TRUE(launchDetached(kReportingProgram, arguments));
+  EXPECT_EQ(::waitpid(-1, nullptr, 0) > 0 || errno == ECHILD, true);
+  return reportIn(folder);
 }
 
 std::string only(const Report& report, const std::string& key) {
@@ -117,6 +121,23 @@ TEST(Launch, OpensTheStandardStreamsThoughTheyAreClosed) {
                   if ((closed & (1 << stream)) != 0) ::close(stream);
                 }
                 EXPECT_THAT(reportOf().at("descriptor"), kNullStreams);
+              }),
+              0)
+        << closed;
+  }
+}
+
+TEST(Launch, GivesATaskAPipeAsItsStandardErrorWhateverIsOpenHere) {
+  for (int closed = 0; closed < 16; ++closed) {
+    EXPECT_EQ(statusInChild([closed] {
+                for (int number = 0; number < 4; ++number) {
+                  if ((closed & (1 << number)) != 0) ::close(number);
+                }
+                const TemporaryFolder folder;
+                ASSERT_TRUE(launchTask(kReportingProgram, {folder / "report"}));
+                ASSERT_GT(::waitpid(-1, nullptr, 0), 0);
+                EXPECT_THAT(reportIn(folder).at("descriptor"),
+                            ElementsAre("0 /dev/null", "1 /dev/null", ::testing::StartsWith("2 pipe:")));
               }),
               0)
         << closed;
