@@ -1,6 +1,5 @@
 #include "ZKUpdater.h"
-#include "files/NSBundle.h"
-#include "files/ResourceValues.h"
+#include "files/BundleSearch.h"
 #include "objects/NSAutoreleasePool.h"
 #include "process/NSUserDefaults.h"
 
@@ -60,28 +59,7 @@ bool ZKUpdater::initUpdateInfo() {
 }
 
 Ref<NSURL> ZKUpdater::updateBundleURL() const {
-  const Ref<NSFileManager> files = NSFileManager::defaultManager();
-
-  // A folder with the target's own name wins, whatever its identifier.
-  const Ref<NSString> targetName = targetBundleURL->lastPathComponent();
-  if (length(targetName) > 0) {
-    const Ref<NSURL> candidate = updateDirectory->URLByAppendingPathComponent(targetName, true);
-    bool isDirectory = false;
-    if (candidate && files->fileExistsAtPath(candidate->path(), &isDirectory) && isDirectory) return candidate;
-  }
-
-  if (length(targetBundleId) == 0) return nullptr;
-  const Ref<NSDirectoryEnumerator> items =
-      files->enumeratorAtURL(updateDirectory, {NSURLIsPackageKey}, NSDirectoryEnumerationSkipsPackageDescendants);
-  if (!items) return nullptr;
-  while (const Ref<NSURL> item = items->nextObject()) {
-    // That the property can be read is what counts, not its value: an ordinary folder qualifies as well as a package.
-    Ref<NSNumber> isPackage;
-    if (!getResourceValue(item, isPackage, NSURLIsPackageKey)) continue;
-    const Ref<NSBundle> bundle = NSBundle::bundleWithURL(item);
-    if (bundle && areEqual(bundle->bundleIdentifier(), targetBundleId)) return item;
-  }
-  return nullptr;
+  return bundleInFolder(updateDirectory, targetBundleURL->lastPathComponent(), targetBundleId);
 }
 
 }  // namespace zk

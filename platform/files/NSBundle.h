@@ -44,10 +44,12 @@ class NSBundle final : public NSObject {
   Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                       const Ref<NSString>& table) const;
 
+  /// The text under `key` in the Info.plist; absent when there is none.
+  Ref<NSString> infoText(const Ref<NSString>& key) const;
+
   explicit NSBundle(Ref<NSURL> bundleURL);
 
  private:
-  Ref<NSString> infoText(const Ref<NSString>& key) const;
   const Ref<NSDictionary>& translations(const std::string& table) const;
 
   Ref<NSURL> bundleURL_;

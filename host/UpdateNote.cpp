@@ -1,0 +1,108 @@
+#include "UpdateNote.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
+#include "Application.h"
+#include "files/NSDataFiles.h"
+#include "files/NSFileManager.h"
+#include "objects/NSArray.h"
+#include "objects/NSNumber.h"
+#include "plist/NSPropertyListSerialization.h"
+
+namespace zk {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const Ref<NSString> kVersionKey = "version"_ns;
+const Ref<NSString> kModificationTimeKey = "modificationTime"_ns;
+const Ref<NSString> kBackupsKey = "backups"_ns;
+/// In bytes. A note takes some hundred.
+constexpr std::size_t kLargestNote = std::size_t{1} << 20;
+
+Ref<NSURL> noteURL(const Ref<NSURL>& updateFolder) {
+  return updateFolder->URLByAppendingPathComponent(".zk-update-note"_ns);
+}
+
+/// In nanoseconds, after a moment that only has to be the same each time; 0 when it cannot be found out.
+std::int64_t modificationTimeOf(const fs::path& folder) {
+  std::error_code error;
+  const fs::file_time_type time = fs::last_write_time(folder, error);
+  return error ? 0 : std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+}
+
+/// What the name of each backup of the bundle at `path` begins with; 16 hexadecimal digits follow.
+std::string backupPrefix(const fs::path& bundle) { return "." + bundle.filename().string() + "-"; }
+
+bool areBackupDigits(std::string_view text) {
+  return text.size() == 16 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+/// The digits of the folders beside the bundle that are backups of it by their names.
+std::vector<std::string> backupsBeside(const fs::path& bundle) {
+  const std::string prefix = backupPrefix(bundle);
+  std::vector<std::string> backups;
+  std::error_code error;
+  for (fs::directory_iterator item(bundle.parent_path(), error), end; !error && item != end; item.increment(error)) {
+    const std::string name = item->path().filename().string();
+    if (!name.starts_with(prefix) || !areBackupDigits(std::string_view(name).substr(prefix.size()))) continue;
+    std::error_code unknown;
+    if (item->symlink_status(unknown).type() == fs::file_type::directory) backups.push_back(name.substr(prefix.size()));
+  }
+  return backups;
+}
+
+}  // namespace
+
+UpdateNote noteOf(const NSBundle& application) {
+  const fs::path bundle = pathOf(application.bundleURL());
+  return {shownVersionOf(application), modificationTimeOf(bundle), backupsBeside(bundle)};
+}
+
+bool writeNote(const UpdateNote& note, const Ref<NSURL>& updateFolder) {
+  std::vector<Ref<NSObject>> backups;
+  for (const std::string& digits : note.backups) backups.push_back(NSString::stringWithBytes(digits));
+  std::vector<NSDictionary::Entry> entries = {
+      {kModificationTimeKey, NSNumber::numberWithLongLong(note.modificationTime)},
+      {kBackupsKey, NSArray::arrayWithObjects(backups)},
+  };
+  if (note.version) entries.push_back({kVersionKey, note.version});
+  const Ref<NSData> data = NSPropertyListSerialization::dataFromPropertyList(
+      NSDictionary::dictionaryWithEntries(entries), NSPropertyListBinaryFormat_v1_0);
+  return data && writeToURL(data, noteURL(updateFolder), true);
+}
+
+std::optional<UpdateNote> readNote(const Ref<NSURL>& updateFolder) {
+  const Ref<NSData> data = dataWithContentsOfURL(noteURL(updateFolder), kLargestNote);
+  const Ref<NSDictionary> record =
+      data ? asDictionary(NSPropertyListSerialization::propertyListWithData(data)) : nullptr;
+  const Ref<NSNumber> time = record ? asNumber(record->objectForKey(kModificationTimeKey)) : nullptr;
+  const Ref<NSArray> backups = record ? asArray(record->objectForKey(kBackupsKey)) : nullptr;
+  if (!time || !backups) return std::nullopt;
+
+  UpdateNote note{asString(record->objectForKey(kVersionKey)), time->longLongValue(), {}};
+  for (const Ref<NSObject>& backup : backups->objects()) {
+    if (const Ref<NSString> digits = asString(backup)) note.backups.push_back(digits->bytes());
+  }
+  return note;
+}
+
+void removeNote(const Ref<NSURL>& updateFolder) {
+  NSFileManager::defaultManager()->removeItemAtURL(noteURL(updateFolder));
+}
+
+Ref<NSURL> finishedBackup(const NSBundle& application, const UpdateNote& note) {
+  const fs::path bundle = pathOf(application.bundleURL());
+  for (const std::string& digits : backupsBeside(bundle)) {
+    const fs::path backup = bundle.parent_path() / (backupPrefix(bundle) + digits);
+    const bool isNew = std::find(note.backups.begin(), note.backups.end(), digits) == note.backups.end();
+    // The folder gets its own time last: until the copy is finished it has that of the copy's latest step.
+    if (isNew && modificationTimeOf(backup) == note.modificationTime) return urlOf(backup);
+  }
+  return nullptr;
+}
+
+}  // namespace zk

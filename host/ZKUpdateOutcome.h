@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+
+#include "files/NSBundle.h"
+
+namespace zk {
+
+/// What became of the update that this start of the application follows. Asked for at every start; used from one thread
+/// at a time. Nothing is thrown but std::bad_alloc.
+class ZKUpdateOutcome final : public NSObject {
+ public:
+  /// The outcome of the last update from `updateFolder` that ZKUpdateStart has started. Never absent.
+  /// @param argumentCount, arguments those of this process, its own name first, as main() gets them
+  static Ref<ZKUpdateOutcome> outcomeOfUpdate(int argumentCount, const char* const* arguments,
+                                              const std::string& updateFolder);
+
+  /// Whether the installer has started the application, after an update or a failed attempt, by the arguments. Such a
+  /// start should not look for updates: one that fails would be tried for ever.
+  bool followsUpdate() const { return followsUpdate_; }
+
+  /// Whether the old version is in a finished backup and so can be put back: the update was installed.
+  bool wasInstalled() const { return backup_ != nullptr; }
+
+  /// The version that was replaced, as its bundle shows it to people; empty when it has none or nothing was installed.
+  const std::string& fromVersion() const { return fromVersion_; }
+  /// Path of the backup, a complete bundle; empty when nothing was installed.
+  std::string backupPath() const;
+
+  /// The new version works: removes the backup, then the update folder. False when one of them is still there, or the
+  /// folder is none that ZKUpdateStart has started an installer with.
+  bool accept();
+
+  /// The new version does not work: puts the old bundle back in its place and removes the new one. The update folder
+  /// stays. The application then quits, and whoever starts it again starts the old version.
+  /// @return false when nothing was installed, or the bundles could not be exchanged: then the new one stays in place
+  bool putBack();
+
+ private:
+  ZKUpdateOutcome() = default;
+
+  bool followsUpdate_ = false;
+  std::string fromVersion_;
+  Ref<NSURL> place_;  ///< of the application's bundle
+  Ref<NSURL> backup_;
+  Ref<NSURL> updateFolder_;
+};
+
+}  // namespace zk

@@ -1,0 +1,191 @@
+#include "ZKUpdateOutcome.h"
+
+#include <gtest/gtest.h>
+
+#include "ZKUpdateStart.h"
+#include "host/ScriptedHost.h"
+#include "support/TreeDescription.h"
+
+namespace zk::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kAutoUpdateKey[] = "-com.quillory.tavoro.update.AutoUpdateEnabled";
+
+class UpdateOutcome : public testing::Test {
+ protected:
+  UpdateOutcome() {
+    writeBundle(host.application, entry("CFBundleShortVersionString", "1"));
+    writeBundle(host.updates / "X.app", entry("CFBundleShortVersionString", "2"));
+    // Something to tell one folder from another by.
+    fs::last_write_time(host.application, fs::last_write_time(host.application) - std::chrono::hours(1));
+  }
+
+  /// The application starts an installer, whom it leaves behind when it quits.
+  void startInstaller() {
+    host.onSleep = [this] {
+      const auto semaphore = ZKPOSIXSemaphore::initWithOpen(NSString::stringWithBytes(host.semaphoreNames.back()));
+      semaphore->tryWait();
+    };
+    const auto start = ZKUpdateStart::startInstaller("/opt/zkupdater", host.updates.string());
+    EXPECT_TRUE(start->isReady()) << start->reason();
+  }
+
+  /// What the installer does with the bundles. @return the backup
+  fs::path backUp(const std::string& digits = "0123456789abcdef") const {
+    const fs::path backup = host.application.parent_path() / (".X.app-" + digits);
+    fs::copy(host.application, backup, fs::copy_options::recursive);
+    fs::last_write_time(backup, fs::last_write_time(host.application));
+    return backup;
+  }
+  void swap() const {
+    fs::remove_all(host.application);
+    fs::copy(host.updates / "X.app", host.application, fs::copy_options::recursive);
+  }
+
+  Ref<ZKUpdateOutcome> outcome(std::vector<const char*> arguments = {}) const {
+    arguments.insert(arguments.begin(), "X");
+    return ZKUpdateOutcome::outcomeOfUpdate(static_cast<int>(arguments.size()), arguments.data(),
+                                            host.updates.string());
+  }
+
+  std::string installedInfo() const { return readFile(host.application / "Contents/Info.plist"); }
+
+  ScriptedHost host;
+  System::Scope scope{host};
+};
+
+TEST_F(UpdateOutcome, FollowsAnUpdateByTheArgumentsOfTheInstaller) {
+  EXPECT_TRUE(outcome({kAutoUpdateKey, "NO"})->followsUpdate());
+  EXPECT_TRUE(outcome({"file", kAutoUpdateKey, "NO"})->followsUpdate());
+  EXPECT_FALSE(outcome()->followsUpdate());
+  EXPECT_FALSE(outcome({kAutoUpdateKey})->followsUpdate());
+  EXPECT_FALSE(outcome({kAutoUpdateKey, "YES"})->followsUpdate());
+  EXPECT_FALSE(outcome({"NO", kAutoUpdateKey})->followsUpdate());
+  EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, host.updates.string())->followsUpdate());
+}
+
+TEST_F(UpdateOutcome, TellsFromWhichVersionAndWhereTheBackupIs) {
+  startInstaller();
+  const fs::path backup = backUp();
+  swap();
+  const auto found = outcome();
+  EXPECT_TRUE(found->wasInstalled());
+  EXPECT_EQ(found->fromVersion(), "1");
+  EXPECT_EQ(found->backupPath(), backup);
+}
+
+TEST_F(UpdateOutcome, TakesTheVersionThatIsShownToPeople) {
+  for (const auto& [info, version] : std::map<std::string, std::string>{
+           {entry("CFBundleVersion", "12"), "12"},
+           {entry("CFBundleVersion", "12") + entry("CFBundleShortVersionString", "1.2"), "1.2"},
+           {"", ""},
+       }) {
+    writeBundle(host.application, info);
+    startInstaller();
+    const fs::path backup = backUp();
+    EXPECT_EQ(outcome()->fromVersion(), version);
+    fs::remove_all(backup);
+  }
+}
+
+TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAFinishedBackup) {
+  EXPECT_FALSE(outcome()->wasInstalled()) << "nothing was started";
+  startInstaller();
+  EXPECT_FALSE(outcome()->wasInstalled()) << "no backup was made";
+  EXPECT_EQ(outcome()->fromVersion(), "");
+  EXPECT_EQ(outcome()->backupPath(), "");
+  const fs::path backup = backUp();
+  EXPECT_TRUE(outcome()->wasInstalled());
+  fs::last_write_time(backup, fs::last_write_time(backup) + std::chrono::nanoseconds(1));
+  EXPECT_FALSE(outcome()->wasInstalled()) << "it is not finished";
+}
+
+TEST_F(UpdateOutcome, PassesOverEarlierBackupsAndWhatOnlyLooksLikeOne) {
+  const fs::path earlier = backUp("00000000000000aa");
+  startInstaller();
+  for (const char* digits : {"00000000000000AA", "0123456789abcde", "0123456789abcdef0", "0123456789abcdeg"}) {
+    backUp(digits);
+  }
+  fs::create_directory_symlink(earlier, host.application.parent_path() / ".X.app-00000000000000ab");
+  EXPECT_FALSE(outcome()->wasInstalled());
+  EXPECT_EQ(outcome()->backupPath(), "");
+  const fs::path backup = backUp();
+  EXPECT_EQ(outcome()->backupPath(), backup);
+}
+
+TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAReadableNote) {
+  startInstaller();
+  backUp();
+  writeFile(host.updates / ".zk-update-note", "{}");
+  EXPECT_FALSE(outcome()->wasInstalled());
+  writeFile(host.updates / ".zk-update-note", "");
+  EXPECT_FALSE(outcome()->wasInstalled());
+  EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, "")->wasInstalled());
+}
+
+TEST_F(UpdateOutcome, IsAcceptedByRemovingTheBackupAndTheUpdateFolder) {
+  const fs::path earlier = backUp("00000000000000aa");
+  startInstaller();
+  const fs::path backup = backUp();
+  swap();
+  const auto accepted = outcome();
+  EXPECT_TRUE(accepted->accept());
+  EXPECT_FALSE(fs::exists(backup));
+  EXPECT_FALSE(fs::exists(host.updates));
+  EXPECT_TRUE(fs::exists(earlier)) << "what was there before stays";
+  EXPECT_NE(installedInfo().find("<string>2</string>"), std::string::npos);
+  EXPECT_FALSE(accepted->wasInstalled());
+  EXPECT_FALSE(accepted->putBack());
+}
+
+TEST_F(UpdateOutcome, IsAcceptedWithoutABackupToo) {
+  startInstaller();
+  EXPECT_TRUE(outcome()->accept());
+  EXPECT_FALSE(fs::exists(host.updates));
+}
+
+TEST_F(UpdateOutcome, AcceptsNoFolderThatNoInstallerWasStartedWith) {
+  EXPECT_FALSE(outcome()->accept());
+  EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, "")->accept());
+  EXPECT_TRUE(fs::exists(host.updates / "X.app"));
+}
+
+TEST_F(UpdateOutcome, PutsTheOldBundleBack) {
+  startInstaller();
+  const auto old = describeTree(backUp());
+  swap();
+  writeFile(host.application / "Contents/Resources/made by version 2", "");
+
+  const auto found = outcome();
+  EXPECT_TRUE(found->putBack());
+  EXPECT_EQ(describeTree(host.application), old);
+  EXPECT_EQ(std::distance(fs::directory_iterator(host.application.parent_path()), fs::directory_iterator()), 1);
+  EXPECT_TRUE(fs::exists(host.updates / "X.app"));
+  EXPECT_FALSE(found->wasInstalled());
+  EXPECT_FALSE(found->putBack());
+  EXPECT_FALSE(outcome()->wasInstalled());
+}
+
+TEST_F(UpdateOutcome, LeavesTheNewBundleInPlaceWhenTheOldOneCannotBePutBack) {
+  startInstaller();
+  const fs::path backup = backUp();
+  swap();
+  const auto found = outcome();
+  fs::remove_all(backup);
+  EXPECT_FALSE(found->putBack());
+  EXPECT_NE(installedInfo().find("<string>2</string>"), std::string::npos);
+  EXPECT_EQ(std::distance(fs::directory_iterator(host.application.parent_path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(UpdateOutcome, PutsNothingBackWhenNothingWasInstalled) {
+  const auto before = describeTree(host.folder.path());
+  EXPECT_FALSE(outcome()->putBack());
+  EXPECT_EQ(describeTree(host.folder.path()), before);
+}
+
+}  // namespace
+
+}  // namespace zk::test
