@@ -1,8 +1,8 @@
 # The target `coverage`: runs the unit tests of the folders that hold this system's logic, and the main job of the
 # executable, and prints those folders' line and branch coverage by clang's source-based counts.
 
-set(coverage_folders updater semaphore errors version)
-set(coverage_tests updater_tests semaphore_tests errors_tests version_tests)
+set(coverage_folders updater host semaphore errors version)
+set(coverage_tests updater_tests host_tests semaphore_tests errors_tests version_tests)
 
 find_program(LLVM_PROFDATA NAMES llvm-profdata llvm-profdata-14 REQUIRED)
 find_program(LLVM_COV NAMES llvm-cov llvm-cov-14 REQUIRED)
@@ -16,7 +16,7 @@ list(TRANSFORM coverage_folders PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE cov
 add_custom_target(coverage
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${CMAKE_BINARY_DIR}/profiles
   COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
-    ${CMAKE_CTEST_COMMAND} --quiet --output-on-failure --parallel 2 -R "^(updater|semaphore|errors|version)_tests[.]"
+    ${CMAKE_CTEST_COMMAND} --quiet --output-on-failure --parallel 2 -R "^(updater|host|semaphore|errors|version)_tests[.]"
   COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
     ZK_BUILD=${CMAKE_BINARY_DIR} PYTHONDONTWRITEBYTECODE=1
     /usr/bin/python3 -m pytest -q -p no:cacheprovider --basetemp=${CMAKE_BINARY_DIR}/coverage-files

@@ -11,18 +11,20 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
-#include <string>
 
 #include "ZKUpdateOutcome.h"
 
 // [host]
+#include <iostream>
+#include <string>
+
 #include "ZKUpdateStart.h"  // of the CMake target zk::host
 
-/// Starts the installer. Empty: it is ready, now quit. Otherwise why not: go on with the old version.
-std::string startUpdate(const std::string& installer, const std::string& updateFolder) {
+/// Starts the installer. True: it is ready, now quit. False: go on with the old version.
+bool startUpdate(const std::string& installer, const std::string& updateFolder) {
   const auto start = zk::ZKUpdateStart::startInstaller(installer, updateFolder);
-  return start->isReady() ? "" : start->reason() + (" " + start->logLine());
+  if (!start->isReady()) std::cerr << start->reason() << '\n' << start->logLine() << std::endl;
+  return start->isReady();
 }
 // [/host]
 
@@ -59,9 +61,8 @@ int main(int argumentCount, char** arguments) {
   }
 
   tell("starts the installer");
-  const std::string reason = startUpdate(environment("EXAMPLE_INSTALLER"), environment("EXAMPLE_UPDATE"));
-  if (!reason.empty()) {
-    tell("goes on as it is: " + reason);
+  if (!startUpdate(environment("EXAMPLE_INSTALLER"), environment("EXAMPLE_UPDATE"))) {
+    tell("the installer did not come up; goes on as it is");
     return 1;
   }
   tell("the installer is ready; quits");

@@ -1,5 +1,6 @@
 """The listings and command lines of the documents work as they stand there, and the tables in them are complete."""
 
+import json
 import os
 import re
 import shutil
@@ -8,6 +9,7 @@ import subprocess
 import pytest
 
 from support.bundles import add_socket, tree
+from support.compiling import compile_like
 from support.documents import commands, documents, listings, only
 from support.installer import BEGIN, END, INSTALLED, failed_creation
 from support.scene import RELAUNCH_ARGUMENTS
@@ -15,7 +17,7 @@ from support.scene import RELAUNCH_ARGUMENTS
 # Each listing belongs to a test below; one that is new here has to be given one.
 LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
-    "embedding.md": ["cmake", "cpp", "sh", "text"],
+    "embedding.md": ["cpp", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
     "recovery.md": ["sh"],
     "zkupdater.1": [],
@@ -119,13 +121,32 @@ def test_the_commands_of_the_readme_build_the_installer_and_show_it(checkout, fr
 # docs/embedding.md
 
 
+def test_the_host_with_an_event_loop_of_the_guide_compiles(checkout, build, tmp_path):
+    host, _ = [listing.text for listing in listings(checkout / "docs/embedding.md") if listing.language == "cpp"]
+    source = tmp_path / "host.cpp"
+    source.write_text(host)
+    entries = json.loads((build / "compile_commands.json").read_text())
+    (example,) = [entry for entry in entries if "example_1.dir" in entry["command"]]
+    result = compile_like(example, source)
+    assert result.returncode == 0, result.stderr
+
+
+def test_the_guide_explains_every_outcome_of_a_start(checkout):
+    header = (checkout / "host/ZKUpdateStart.h").read_text()
+    states = re.findall(r"^    (\w+) = \d+,", header, re.MULTILINE)
+    assert len(states) == 12
+    guide = (checkout / "docs/embedding.md").read_text()
+    assert re.findall(r"^\| `(\w+)` \|", guide, re.MULTILINE) == [state for state in states if state != "waiting"]
+
+
 @pytest.mark.full
 def test_the_host_project_of_the_guide_builds_and_runs(checkout, tmp_path):
     guide = checkout / "docs/embedding.md"
     (tmp_path / "zkupdater").symlink_to(checkout)
     (tmp_path / "CMakeLists.txt").write_text(only(guide, "cmake"))
     # The targets see to the language that their headers need; nothing else here asks for it.
-    (tmp_path / "main.cpp").write_text(only(guide, "cpp") + "static_assert(__cplusplus >= 202002L);\n")
+    _, main = [listing.text for listing in listings(guide) if listing.language == "cpp"]
+    (tmp_path / "main.cpp").write_text(main + "static_assert(__cplusplus >= 202002L);\n")
     *build, run, run_installer = commands(only(guide, "sh"))
     for command in build:
         run_in(tmp_path, command)

@@ -6,8 +6,17 @@ from pathlib import Path
 
 import pytest
 
+from support.bundles import EXECUTABLE
 from support.processes import eventually
 from support.semaphores import Semaphore
+
+
+def lock_of(bundle):
+    """The name of the lock that all installers of a bundle share, by its path."""
+    value = 0xCBF29CE484222325
+    for byte in os.fsencode(bundle):
+        value = (value ^ byte) * 0x100000001B3 % 2**64
+    return f"zk-update-{value:016x}"
 
 
 class Example:
@@ -19,25 +28,39 @@ class Example:
         self.scene = scene
         self.bundle = scene.make_bundle(scene.applications / "Example.app", "1")
         scene.program = programs / "example_2"
-        scene.make_bundle(scene.updates / "Example.app", "2")
+        self.update = scene.make_bundle(scene.updates / "Example.app", "2")
         self.journal_path = scene.folder / "journal"
+        self.errors_path = scene.folder / "errors"
         self.installer = scene.folder / "start-installer"
-        self.installer.write_text(f'#!/bin/sh\necho $$ >"{scene.folder}/pid"\nexec "{scene.installer}" "$@"\n')
+        self.write_installer(f'exec "{scene.installer}" "$@"')
+        self.lock = Semaphore(lock_of(self.bundle.path.resolve()))
+        scene.stack.callback(self.lock.unlink)
+
+    def write_installer(self, *lines):
+        """What is started as the installer: notes its process and its settings, then does this."""
+        head = ["#!/bin/sh", f'cd "{self.scene.folder}"', "echo $$ >pid", 'printf "%s\\n" "$@" >settings']
+        self.installer.write_text("\n".join([*head, *lines, ""]))
         self.installer.chmod(0o755)
-        self.lock = scene.update_semaphore
-        self.semaphores = self.lock.name.removesuffix("-update")
 
     def start(self):
         environment = {
             "EXAMPLE_JOURNAL": str(self.journal_path),
             "EXAMPLE_INSTALLER": str(self.installer),
             "EXAMPLE_UPDATE": str(self.scene.updates),
-            "EXAMPLE_SEMAPHORES": self.semaphores,
         }
-        return self.scene.start([self.bundle.executable], env={**os.environ, **environment})
+        with open(self.errors_path, "w") as errors:
+            return self.scene.start([self.bundle.executable], env={**os.environ, **environment}, stderr=errors)
 
     def installer_pid(self):
         return int((self.scene.folder / "pid").read_text())
+
+    def settings(self):
+        """The settings that the installer was given, by their keys."""
+        words = (self.scene.folder / "settings").read_text().splitlines()
+        return dict(zip(words[::2], words[1::2]))
+
+    def errors(self):
+        return self.errors_path.read_text()
 
     def journal(self, version):
         """What a version has told so far, without who told it."""
@@ -46,33 +69,27 @@ class Example:
         lines = self.journal_path.read_text().splitlines()
         return [line.partition("]: ")[2] for line in lines if line.startswith(f"version {version} ")]
 
-    def names(self):
-        """The semaphores of this application that the system holds."""
-        return [path.name.removeprefix("sem.") for path in Path("/dev/shm").glob(f"sem.{self.semaphores}-*")]
-
-    def remove_names(self):
-        for name in self.names():
-            Semaphore(name).unlink()
+    def assert_its_semaphore_is_gone(self):
+        assert Semaphore(self.settings()["-installerSemaphore"]).count() is None
 
 
 @pytest.fixture
 def example(scene, build):
-    scene.update_semaphore = scene.semaphore("example")
-    scene.update_semaphore.name += "-update"
-    example = Example(scene, build)
-    scene.stack.callback(example.remove_names)
-    return example
+    return Example(scene, build)
 
 
 def assert_updates(example):
     assert example.start().wait(30) == 0
     eventually(lambda: example.journal(2)[-1:] == ["ends"], "version 2 has come up and ended")
     assert example.bundle.version() == "2"
+    assert "follows an update from version 1" in example.journal(2)
 
 
 def test_it_updates_itself_and_leaves_only_the_name_of_the_lock(example):
     assert_updates(example)
-    assert example.names() == [example.lock.name]
+    assert example.settings()["-updateSemaphore"] == example.lock.name
+    assert example.lock.count() == 1
+    example.assert_its_semaphore_is_gone()
 
 
 def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_semaphore(example):
@@ -86,9 +103,32 @@ def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_sema
     assert_updates(example)
 
 
-def test_it_goes_on_with_the_old_version_and_ends_an_installer_that_does_not_come_up(example):
-    example.installer.write_text(f'#!/bin/sh\necho $$ >"{example.scene.folder}/pid"\nexec sleep infinity\n')
+def assert_goes_on(example):
     assert example.start().wait(30) == 1
     assert example.journal(1)[-1] == "the installer did not come up; goes on as it is"
-    assert example.names() == [], "and leaves no semaphore"
+    assert example.bundle.version() == "1"
+
+
+def test_it_goes_on_with_the_old_version_and_ends_an_installer_that_does_not_come_up(example):
+    example.write_installer("sleep infinity")
+    assert_goes_on(example)
+    assert example.errors() == "The installer was not ready in time.\n\n"
+    example.assert_its_semaphore_is_gone()
     assert not Path(f"/proc/{example.installer_pid()}").exists()
+
+
+def test_it_goes_on_with_the_old_version_and_the_words_of_an_installer_that_fails(example):
+    # The installer finds no process with this id.
+    example.write_installer('shift 2', f'exec "{example.scene.installer}" -pid 0 "$@"')
+    assert_goes_on(example)
+    reason, line = example.errors().splitlines()
+    assert reason == "The installer ended before it was ready."
+    assert line.endswith("Error: Target PID not specified.")
+    example.assert_its_semaphore_is_gone()
+
+
+def test_it_starts_no_installer_for_an_update_that_could_never_start(example):
+    (example.update.path / "Contents/MacOS" / EXECUTABLE).chmod(0o644)
+    assert_goes_on(example)
+    assert example.errors() == "The new bundle has no executable program.\n\n"
+    assert not (example.scene.folder / "settings").exists()

@@ -3,13 +3,14 @@
 import json
 import os
 import re
-import shlex
 import subprocess
 from pathlib import Path
 
 import pytest
 
-SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "updater"]
+from support.compiling import compile_like
+
+SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "host", "updater"]
 
 # From where, what is included, and whether that compiles: downwards it does, upwards and sideways it does not.
 INCLUDES = [
@@ -17,6 +18,7 @@ INCLUDES = [
     ("platform", "NSErrorPOSIX.h", False),
     ("platform", "ZKPOSIXSemaphore.h", False),
     ("platform", "ZKVersion.h", False),
+    ("platform", "ZKUpdateStart.h", False),
     ("platform", "ZKUpdater.h", False),
     ("errors", "objects/NSError.h", True),
     ("errors", "ZKPOSIXSemaphore.h", False),
@@ -24,13 +26,19 @@ INCLUDES = [
     ("errors", "ZKUpdater.h", False),
     ("semaphore", "NSErrorPOSIX.h", True),
     ("semaphore", "ZKVersion.h", False),
+    ("semaphore", "ZKUpdateStart.h", False),
     ("semaphore", "ZKUpdater.h", False),
     ("version", "text/NSScanner.h", True),
     ("version", "NSErrorPOSIX.h", False),
     ("version", "ZKPOSIXSemaphore.h", False),
+    ("version", "ZKUpdateStart.h", False),
     ("version", "ZKUpdater.h", False),
+    ("host", "ZKPOSIXSemaphore.h", True),
+    ("host", "ZKVersion.h", True),
+    ("host", "ZKUpdater.h", False),
     ("updater", "ZKPOSIXSemaphore.h", True),
     ("updater", "ZKVersion.h", False),
+    ("updater", "ZKUpdateStart.h", False),
 ]
 
 
@@ -43,14 +51,6 @@ def commands(build, checkout):
         if path.is_relative_to(checkout):
             result.setdefault(path.relative_to(checkout).parts[0], entry)
     return result
-
-
-def compile_like(entry, source):
-    arguments = shlex.split(entry["command"])
-    output = arguments.index("-o")
-    arguments[output : output + 2] = ["-fsyntax-only"]
-    arguments[arguments.index(entry["file"])] = str(source)
-    return subprocess.run(arguments, cwd=entry["directory"], capture_output=True, text=True)
 
 
 @pytest.mark.parametrize("subsystem, header, compiles", INCLUDES)
@@ -147,7 +147,7 @@ def test_no_include_climbs_out_of_its_folder(checkout):
 
 
 def test_above_the_platform_there_are_no_system_headers_and_no_conditions(checkout):
-    for path in sources(checkout, "updater", "semaphore", "errors", "version"):
+    for path in sources(checkout, "updater", "host", "semaphore", "errors", "version"):
         text = path.read_text()
         # The headers of the language's own library are one word; those of systems have folders or endings.
         headers = re.findall(r"^[ \t]*#[ \t]*include[ \t]*<([^>]*)>", text, re.MULTILINE)
