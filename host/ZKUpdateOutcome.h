@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "files/NSBundle.h"
+#include "objects/NSURL.h"
 
 namespace zk {
 

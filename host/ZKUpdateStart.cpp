@@ -5,6 +5,7 @@
 #include "UpdateNote.h"
 #include "files/NSFileManager.h"
 #include "files/RandomName.h"
+#include "objects/OutOfMemory.h"
 #include "process/NSTask.h"
 #include "process/NSThread.h"
 #include "system/ErrorNumbers.h"
@@ -55,7 +56,7 @@ bool canBeBackedUp(const NSBundle& application) {
 Ref<ZKUpdateStart> ZKUpdateStart::startInstaller(const std::string& installer, const std::string& updateFolder,
                                                  const ZKUpdateOptions& options) {
   const Ref<ZKUpdateStart> start = beginInstaller(installer, updateFolder, options);
-  while (start->poll() == State::waiting) NSThread::sleepForTimeInterval(kPause);
+  start->wait();
   return start;
 }
 
@@ -69,7 +70,7 @@ Ref<ZKUpdateStart> ZKUpdateStart::beginInstaller(const std::string& installer, c
 }
 
 ZKUpdateStart::~ZKUpdateStart() {
-  if (state_ == State::waiting) finish(State::late);
+  if (state_ == State::waiting) unlessOutOfMemory([this] { finish(State::late); });
 }
 
 ZKUpdateStart::State ZKUpdateStart::begin(const std::string& installer, const std::string& updateFolder,
@@ -104,6 +105,11 @@ ZKUpdateStart::State ZKUpdateStart::poll() {
   return state_;
 }
 
+ZKUpdateStart::State ZKUpdateStart::wait() {
+  while (poll() == State::waiting) NSThread::sleepForTimeInterval(kPause);
+  return state_;
+}
+
 ZKUpdateStart::State ZKUpdateStart::lookAtInstaller() {
   if (!installer_->isRunning()) return State::ended;
   Ref<NSError> error;
@@ -116,14 +122,16 @@ ZKUpdateStart::State ZKUpdateStart::lookAtInstaller() {
 
 void ZKUpdateStart::finish(State state) {
   state_ = state;
-  if (installer_ && state != State::ready) {
-    installer_->kill();
-    if (state == State::ended) exitStatus_ = installer_->terminationStatus();
-    logLine_ = tellingLine(installer_->availableErrorOutput());
-  }
+  const bool isReady = state == State::ready;
+  if (installer_ && !isReady) installer_->kill();
   if (semaphore_) semaphore_->unlink();
   semaphore_ = nullptr;
-  if (state != State::ready && updateFolder_) removeNote(updateFolder_);
+  if (isReady) return;
+
+  if (updateFolder_) removeNote(updateFolder_);
+  if (!installer_) return;
+  if (state == State::ended) exitStatus_ = installer_->terminationStatus();
+  logLine_ = tellingLine(installer_->availableErrorOutput());
 }
 
 const char* ZKUpdateStart::reasonFor(State state) {

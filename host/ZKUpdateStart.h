@@ -61,6 +61,9 @@ class ZKUpdateStart final : public NSObject {
   /// enough.
   State poll();
 
+  /// Waits, at most the time limit, until the state is another than `waiting`.
+  State wait();
+
   State state() const { return state_; }
   bool isReady() const { return state_ == State::ready; }
   /// Whether the update was refused before an installer was started.

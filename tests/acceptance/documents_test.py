@@ -17,7 +17,7 @@ from support.scene import RELAUNCH_ARGUMENTS
 # Each listing belongs to a test below; one that is new here has to be given one.
 LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
-    "embedding.md": ["cpp", "cmake", "cpp", "sh", "text"],
+    "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
     "recovery.md": ["sh"],
     "zkupdater.1": [],
@@ -129,6 +129,15 @@ def test_the_host_with_an_event_loop_of_the_guide_compiles(checkout, build, tmp_
     (example,) = [entry for entry in entries if "example_1.dir" in entry["command"]]
     result = compile_like(example, source)
     assert result.returncode == 0, result.stderr
+
+
+def test_the_host_in_python_of_the_guide_works(checkout, build, sanitizers):
+    if sanitizers:
+        pytest.skip("a program without sanitizers cannot load a library with them")
+    host = only(checkout / "docs/embedding.md", "python")
+    result = subprocess.run(["/usr/bin/python3", "-"], input=host + 'print(start_update("/bin/false", "/"))\n', text=True,
+                            env={**os.environ, "LD_LIBRARY_PATH": str(build / "c")}, capture_output=True)
+    assert result.stdout == "The application runs from no bundle with an identifier.\nFalse\n", result.stderr
 
 
 def test_the_guide_explains_every_outcome_of_a_start(checkout):

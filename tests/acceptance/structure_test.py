@@ -10,7 +10,7 @@ import pytest
 
 from support.compiling import compile_like
 
-SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "host", "updater"]
+SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "host", "c", "updater"]
 
 # From where, what is included, and whether that compiles: downwards it does, upwards and sideways it does not.
 INCLUDES = [
@@ -27,6 +27,7 @@ INCLUDES = [
     ("semaphore", "NSErrorPOSIX.h", True),
     ("semaphore", "ZKVersion.h", False),
     ("semaphore", "ZKUpdateStart.h", False),
+    ("semaphore", "zkupdater.h", False),
     ("semaphore", "ZKUpdater.h", False),
     ("version", "text/NSScanner.h", True),
     ("version", "NSErrorPOSIX.h", False),
@@ -35,7 +36,10 @@ INCLUDES = [
     ("version", "ZKUpdater.h", False),
     ("host", "ZKPOSIXSemaphore.h", True),
     ("host", "ZKVersion.h", True),
+    ("host", "zkupdater.h", False),
     ("host", "ZKUpdater.h", False),
+    ("c", "ZKUpdateStart.h", True),
+    ("c", "ZKUpdater.h", False),
     ("updater", "ZKPOSIXSemaphore.h", True),
     ("updater", "ZKVersion.h", False),
     ("updater", "ZKUpdateStart.h", False),

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include "host/ScriptedHost.h"
+#include "support/Memory.h"
+#include "support/SemaphoreName.h"
+#include "zkupdater.h"
+
+namespace zk::test {
+
+namespace {
+
+constexpr int kOutOfMemory = 12;
+
+/// Makes a call again and again, each time with one more allocation before memory runs out, until it has enough. No
+/// exception may come out, and each failure has to be told or to make no difference.
+void expectNoExceptions(const std::function<int()>& call) {
+  int failures = 0;
+  for (std::size_t succeeding = 0;; ++succeeding) {
+    ASSERT_LT(succeeding, 10'000U) << "it never has enough";
+    int number = 0;
+    bool hasFailed = false;
+    {
+      const FailingAllocation failing(succeeding, FailingAllocation::How::fromThenOn);
+      number = call();
+      hasFailed = failing.hasFailed();
+    }
+    if (!hasFailed) break;
+    if (number == kOutOfMemory) ++failures;
+  }
+  EXPECT_GT(failures, 0);
+}
+
+TEST(OutOfMemory, IsAnErrorNumberOfSemaphores) {
+  const SemaphoreName name;
+  zk_semaphore* semaphore = nullptr;
+  expectNoExceptions([&] {
+    zk_semaphore_close(semaphore);
+    return zk_semaphore_create(name.bytes().c_str(), 0, 0600, 1, &semaphore);
+  });
+  ASSERT_NE(semaphore, nullptr);
+  ASSERT_EQ(zk_semaphore_try_wait(semaphore), 0);
+  // The first failure looks for the program's translations, once; the C++ library lists folders without a way to tell
+  // that memory has run out.
+  ASSERT_EQ(zk_semaphore_try_wait(semaphore), ZK_BUSY);
+  expectNoExceptions([&] { return zk_semaphore_try_wait(semaphore); });
+  zk_semaphore_close(semaphore);
+}
+
+TEST(OutOfMemory, IsAnErrorNumberOfVersions) {
+  std::uint64_t version = 0;
+  expectNoExceptions([&] { return zk_version_parse("1.2.3 (4)", &version); });
+  EXPECT_EQ(version, 102'030'004U);
+}
+
+TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
+  ScriptedHost host;
+  const System::Scope scope(host);
+  writeBundle(host.updates / "X.app", "", "com.example.other");
+  const std::string updates = host.updates;
+  zk_update* update = nullptr;
+  expectNoExceptions([&] {
+    const int number = zk_update_begin("/opt/zkupdater", updates.c_str(), 0, 10, &update);
+    zk_update_free(update);
+    update = nullptr;
+    return number;
+  });
+
+  const char* arguments[] = {"X"};
+  zk_outcome* outcome = nullptr;
+  expectNoExceptions([&] {
+    const int number = zk_outcome_read(1, arguments, updates.c_str(), &outcome);
+    zk_outcome_free(outcome);
+    outcome = nullptr;
+    return number;
+  });
+}
+
+}  // namespace
+
+}  // namespace zk::test
