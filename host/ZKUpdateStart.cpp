@@ -9,6 +9,7 @@
 #include "process/NSTask.h"
 #include "process/NSThread.h"
 #include "system/ErrorNumbers.h"
+#include "system/System.h"
 
 namespace zk {
 

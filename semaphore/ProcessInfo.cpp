@@ -4,6 +4,7 @@
 #include "objects/NSDate.h"
 #include "objects/NSNumber.h"
 #include "plist/NSPropertyListSerialization.h"
+#include "system/System.h"
 #include "text/Formatting.h"
 
 namespace zk {

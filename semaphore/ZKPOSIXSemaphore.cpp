@@ -3,6 +3,7 @@
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
 #include "system/ErrorNumbers.h"
+#include "system/System.h"
 
 namespace zk {
 

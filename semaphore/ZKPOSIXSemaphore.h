@@ -8,7 +8,7 @@
 #include "objects/NSDictionary.h"
 #include "objects/NSError.h"
 #include "objects/NSURL.h"
-#include "system/System.h"
+#include "system/SemaphoreHandle.h"
 
 namespace zk {
 

@@ -2,6 +2,7 @@
 #include "files/BundleSearch.h"
 #include "objects/NSAutoreleasePool.h"
 #include "process/NSUserDefaults.h"
+#include "system/System.h"
 
 namespace zk {
 

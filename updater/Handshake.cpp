@@ -1,6 +1,7 @@
 #include "ZKUpdater.h"
 #include "process/NSThread.h"
 #include "process/NSUserDefaults.h"
+#include "system/System.h"
 
 namespace zk {
 

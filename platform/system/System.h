@@ -6,6 +6,7 @@
 
 #include "objects/NSDictionary.h"
 #include "objects/NSURL.h"
+#include "system/SemaphoreHandle.h"
 
 namespace zk {
 
@@ -18,14 +19,6 @@ std::string fileSystemRepresentation(const Ref<NSString>& text);
 /// What the operating system has to say about a status of its interfaces: static text, or null where it knows nothing
 /// of the status.
 const char* GetMacOSStatusCommentString(std::int32_t status);
-
-/// A handle to a named semaphore; ZKSEM_FAILED where there is none.
-using SemaphoreHandle = void*;
-extern const SemaphoreHandle ZKSEM_FAILED;
-
-/// Flags of sem_open, in the macOS numbering.
-inline constexpr int ZKO_CREAT = 0x200;
-inline constexpr int ZKO_EXCL = 0x800;
 
 /// Results of the process manager's calls.
 using OSStatusCode = std::int32_t;

@@ -1,0 +1,54 @@
+# What `cmake --install` puts into place: the executable, both libraries, the public headers, and what CMake and
+# pkg-config need to find them.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# All that the public headers include is public, too; the way into the operating system (system/System.h) is not.
+set(ZK_PUBLIC_HEADERS
+  c/zkupdater.h
+  errors/NSErrorOSStatus.h
+  errors/NSErrorPOSIX.h
+  host/ZKUpdateOutcome.h
+  host/ZKUpdateStart.h
+  platform/objects/NSAutoreleasePool.h
+  platform/objects/NSDictionary.h
+  platform/objects/NSError.h
+  platform/objects/NSNumber.h
+  platform/objects/NSObject.h
+  platform/objects/NSString.h
+  platform/objects/NSURL.h
+  platform/system/ErrorNumbers.h
+  platform/system/SemaphoreHandle.h
+  semaphore/ZKPOSIXSemaphore.h
+  version/ZKVersion.h
+)
+
+install(TARGETS zkupdater zkupdater_shared zkupdater_static EXPORT zkupdater
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT zkupdater NAMESPACE zk:: FILE zkupdaterTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
+
+# Side by side in one folder, the headers include each other without folders.
+list(TRANSFORM ZK_PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE headers)
+install(CODE "
+  foreach(header IN ITEMS ${headers})
+    cmake_path(GET header FILENAME name)
+    set(installed \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/zkupdater/\${name}\")
+    message(STATUS \"Installing: \${installed}\")
+    file(READ \"\${header}\" text)
+    string(REGEX REPLACE \"(#include \\\")[a-z]+/\" \"\\\\1\" text \"\${text}\")
+    file(WRITE \"\$ENV{DESTDIR}\${installed}\" \"\${text}\")
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${installed}\")
+  endforeach()
+")
+
+configure_package_config_file(cmake/zkupdaterConfig.cmake.in ${PROJECT_BINARY_DIR}/zkupdaterConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zkupdaterConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zkupdaterConfig.cmake ${PROJECT_BINARY_DIR}/zkupdaterConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
+
+file(RELATIVE_PATH ZK_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/zkupdater.pc.in ${PROJECT_BINARY_DIR}/zkupdater.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zkupdater.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES docs/zkupdater.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
