@@ -28,9 +28,8 @@ namespace zk::port {
 // The system object.
 
 /// The one object behind System::current(), of a class derived from POSIXSystem (process/POSIXSystem.h), which leaves
-/// five operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation, launch and
-/// launchTask.
-/// It can be used before main() and after it: it is never destroyed.
+/// five operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation, launch
+/// and launchTask. It can be used before main() and after it: it is never destroyed.
 System& operatingSystem();
 
 // Numbers and texts.
