@@ -75,7 +75,7 @@ bool ZKPOSIXSemaphore::tryWait(Ref<NSError>* error) {
 bool ZKPOSIXSemaphore::post() { return System::current().sem_post(semaphore_) == 0; }
 
 bool ZKPOSIXSemaphore::isBusyError(const Ref<NSError>& error) {
-  return error && error->code() == ZKEAGAIN && error->domain()->isEqual(NSPOSIXErrorDomain);
+  return error && error->code() == ZKEAGAIN && areEqual(error->domain(), NSPOSIXErrorDomain);
 }
 
 bool ZKPOSIXSemaphore::unlinkName(const Ref<NSString>& name, Ref<NSError>* /*error*/) {

@@ -6,6 +6,7 @@
 
 #include "files/Localization.h"
 #include "files/NSDataFiles.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/Path.h"
 #include "plist/NSPropertyListSerialization.h"
 #include "system/ErrorNumbers.h"
@@ -113,10 +114,8 @@ Ref<NSBundle> NSBundle::bundleAroundExecutable(const Ref<NSString>& path) {
 }
 
 Ref<NSBundle> NSBundle::mainBundle() {
-  static const Ref<NSBundle> bundle = [] {
-    const ErrorNumberKeeper keeper;
-    return bundleOfThisProgram();
-  }();
+  const ErrorNumberKeeper keeper;
+  static const Ref<NSBundle>& bundle = neverDestroyed<Ref<NSBundle>>(bundleOfThisProgram());
   return bundle;
 }
 
@@ -133,7 +132,8 @@ Ref<NSString> NSBundle::executablePath() const {
   return NSString::stringWithBytes((folderPath(bundleURL_) / partOf(layout_, &BundleLayout::executables) / name).string());
 }
 
-const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const {
+Ref<NSDictionary> NSBundle::translations(const std::string& table) const {
+  const std::lock_guard lock(translationsLock_);
   Ref<NSDictionary>& known = translations_[table];
   if (known) return known;
 

@@ -7,8 +7,6 @@
 
 namespace zk {
 
-const Ref<NSString> NSURLIsPackageKey = "NSURLIsPackageKey"_ns;
-
 namespace {
 
 std::optional<bool> isFolder(const NSURL& url) {

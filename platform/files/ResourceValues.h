@@ -6,7 +6,7 @@
 namespace zk {
 
 /// Property of an item: whether it is a package, a folder that is shown to people as one file. A boolean number.
-extern const Ref<NSString> NSURLIsPackageKey;
+inline constexpr NSStringConstant NSURLIsPackageKey = "NSURLIsPackageKey"_constant;
 
 /// `getResourceValue:forKey:error:`, reads a property of the item at `url` (a link is not followed). NSURLIsPackageKey
 /// is the only one known; an enumeration has read it ahead.

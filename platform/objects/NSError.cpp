@@ -4,13 +4,6 @@
 
 namespace zk {
 
-const Ref<NSString> NSPOSIXErrorDomain = "NSPOSIXErrorDomain"_ns;
-const Ref<NSString> NSOSStatusErrorDomain = "NSOSStatusErrorDomain"_ns;
-const Ref<NSString> NSLocalizedDescriptionKey = "NSLocalizedDescription"_ns;
-const Ref<NSString> NSLocalizedFailureReasonErrorKey = "NSLocalizedFailureReason"_ns;
-const Ref<NSString> NSFilePathErrorKey = "NSFilePath"_ns;
-const Ref<NSString> NSURLErrorKey = "NSURL"_ns;
-
 NSError::NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo)
     : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}
 

@@ -4,11 +4,6 @@
 
 namespace zk {
 
-const Ref<NSString> ZKBundlePathKey = "BundlePath"_ns;
-const Ref<NSString> kCFBundleIdentifierKey = "CFBundleIdentifier"_ns;
-const Ref<NSString> kCFBundleExecutableKey = "CFBundleExecutable"_ns;
-const Ref<NSString> ZKBundleMayChangeKey = "ZKBundleMayChange"_ns;
-
 std::string fileSystemRepresentation(const Ref<NSString>& text) {
   return port::fileSystemRepresentation(text->bytes());
 }

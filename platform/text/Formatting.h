@@ -18,8 +18,7 @@ class FormatArgument {
   FormatArgument(double value) : value_(value) {}
   FormatArgument(const char* text) : value_(text) {}
   FormatArgument(const void* address) : value_(address) {}
-  template <class T>
-  FormatArgument(const Ref<T>& object) : value_(static_cast<const NSObject*>(object.get())) {}
+  FormatArgument(const Ref<NSObject>& object) : value_(static_cast<const NSObject*>(object.get())) {}
   FormatArgument(std::nullptr_t) : value_(static_cast<const NSObject*>(nullptr)) {}
 
   using Value = std::variant<long long, unsigned long long, double, const char*, const void*, const NSObject*>;

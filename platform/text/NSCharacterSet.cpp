@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "objects/NeverDestroyed.h"
 #include "text/UTF8.h"
 
 namespace zk {
@@ -13,9 +14,10 @@ constexpr char32_t kAsciiCount = 128;
 }  // namespace
 
 const NSCharacterSet& NSCharacterSet::whitespaceAndNewlineCharacterSet() {
-  static const NSCharacterSet set = {{0x09, 0x0D},     {0x20, 0x20},     {0x85, 0x85},     {0xA0, 0xA0},
-                                     {0x1680, 0x1680}, {0x2000, 0x200A}, {0x2028, 0x2029}, {0x202F, 0x202F},
-                                     {0x205F, 0x205F}, {0x3000, 0x3000}};
+  static const NSCharacterSet& set = neverDestroyed<NSCharacterSet>([]() -> NSCharacterSet {
+    return {{0x09, 0x0D},     {0x20, 0x20},     {0x85, 0x85},     {0xA0, 0xA0},     {0x1680, 0x1680},
+            {0x2000, 0x200A}, {0x2028, 0x2029}, {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000}};
+  }());
   return set;
 }
 
