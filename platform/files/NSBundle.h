@@ -35,7 +35,8 @@ class NSBundle final : public NSObject {
   Ref<NSString> bundleIdentifier() const;
   /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>,
   /// where the name is the text under CFBundleExecutable or else the bundle's own without its extension. Absent for a
-  /// name that leads out of the bundle. The file need not exist.
+  /// name that leads out of that folder, by its own "..", whatever the links on the way, or to the folder itself. The
+  /// file need not exist.
   Ref<NSString> executablePath() const;
 
   /// `localizedStringForKey:value:table:`, the translation of `key` in this bundle's <language>.lproj/<table>.strings,
@@ -54,7 +55,7 @@ class NSBundle final : public NSObject {
 
   Ref<NSURL> bundleURL_;
   const BundleLayout* layout_;  ///< null for a plain folder
-  Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
+  Ref<NSDictionary> info_;      ///< the Info.plist; empty when it cannot be read or is no dictionary
   mutable std::mutex translationsLock_;
   mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };

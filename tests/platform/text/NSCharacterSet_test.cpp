@@ -129,14 +129,14 @@ TEST(NSStringTrimming, TakesTheMembersOffBothEndsAndNoneInside) {
 
 TEST(NSStringTrimming, LeavesTheTextItselfAsItWas) {
   const Ref<NSString> text = " a "_ns;
-  EXPECT_NE(text->stringByTrimmingCharactersInSet(whiteSpace()), text);
+  EXPECT_NE(stringByTrimmingCharactersInSet(text, whiteSpace()), text);
   EXPECT_EQ(text->bytes(), " a ");
 }
 
 TEST(NSStringTrimming, GoesByTheGivenSet) {
   NSMutableCharacterSet dots;
   dots.addCharactersInString("."_ns);
-  EXPECT_EQ("..a. "_ns->stringByTrimmingCharactersInSet(dots)->bytes(), "a. ");
+  EXPECT_EQ(stringByTrimmingCharactersInSet("..a. "_ns, dots)->bytes(), "a. ");
 }
 
 }  // namespace
