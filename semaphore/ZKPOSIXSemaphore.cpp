@@ -55,7 +55,7 @@ bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::u
   semaphore_ = ZKSEM_FAILED;
 
   name_ = name;
-  const std::string systemName = name_ ? fileSystemRepresentation(name_) : std::string();
+  const std::string systemName = fileSystemRepresentation(name_);
   semaphore_ = System::current().sem_open(systemName.c_str(), flags, mode, value);
   if (semaphore_ != ZKSEM_FAILED) return true;
 

@@ -5,10 +5,12 @@
 namespace zk {
 
 NSError::NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo)
-    : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}
+    : domain_(std::move(domain)),
+      code_(code),
+      userInfo_(userInfo ? std::move(userInfo) : std::make_shared<NSDictionary>()) {}
 
 Ref<NSError> NSError::errorWithDomain(const Ref<NSString>& domain, long code, const Ref<NSDictionary>& userInfo) {
-  return std::make_shared<NSError>(domain, code, userInfo ? userInfo : std::make_shared<NSDictionary>());
+  return std::make_shared<NSError>(domain, code, userInfo);
 }
 
 bool NSError::isEqual(const Ref<NSObject>& object) const {
