@@ -5,7 +5,7 @@
 namespace zk {
 
 std::string fileSystemRepresentation(const Ref<NSString>& text) {
-  return port::fileSystemRepresentation(text->bytes());
+  return text ? port::fileSystemRepresentation(text->bytes()) : std::string();
 }
 
 const char* GetMacOSStatusCommentString(std::int32_t status) { return port::statusComment(status); }

@@ -11,7 +11,7 @@ namespace zk {
 
 class NSFileManager;
 
-/// The bytes under which the operating system's file calls know `text`.
+/// The bytes under which the operating system's file calls know `text`; none for an absent one.
 std::string fileSystemRepresentation(const Ref<NSString>& text);
 
 /// What the operating system has to say about a status of its interfaces: static text, or null where it knows nothing

@@ -28,11 +28,11 @@ class FormatArgument {
   Value value_;
 };
 
-/// `initWithFormat:locale:arguments:`, with no locale. Fills the conversions of `format`: those of printf with their
-/// flags, widths, precisions and length modifiers (%d %i %u %o %x %X %c %s %p %e %E %f %F %g %G %a %A %%), and "%@" for
-/// an object's description. A conversion without an argument, or with one of another kind, is left as it stands, and so
-/// is one whose width or precision is beyond all bounds ("*" is neither). Reals have the decimal point of the C
-/// library's current locale, which nothing here changes from "C".
+/// `initWithFormat:locale:arguments:`, with no locale. Fills the conversions of `format` (absent: the empty text):
+/// those of printf with their flags, widths, precisions and length modifiers (%d %i %u %o %x %X %c %s %p %e %E %f %F %g
+/// %G %a %A %%), and "%@" for an object's description. A conversion without an argument, or with one of another kind,
+/// is left as it stands, and so is one whose width or precision is beyond all bounds ("*" is neither). Reals have the
+/// decimal point of the C library's current locale, which nothing here changes from "C".
 Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const FormatArgument> arguments);
 
 /// `stringWithFormat:`, the same with the arguments given one by one.

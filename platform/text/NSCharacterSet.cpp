@@ -63,6 +63,7 @@ std::size_t NSCharacterSet::suffixLength(std::string_view text) const {
 }
 
 void NSMutableCharacterSet::addCharactersInString(const Ref<NSString>& characters) {
+  if (!characters) return;
   const std::string& text = characters->bytes();
   for (std::size_t index = 0; index < text.size();) {
     const auto character = codePointAt(text, index);
@@ -76,6 +77,7 @@ void NSMutableCharacterSet::formUnionWithCharacterSet(const NSCharacterSet& othe
 }
 
 Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set) {
+  if (!text) return nullptr;
   std::string_view kept = text->bytes();
   kept.remove_prefix(set.prefixLength(kept));
   kept.remove_suffix(set.suffixLength(kept));
