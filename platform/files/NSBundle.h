@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -34,12 +35,14 @@ class NSBundle final : public NSObject {
   Ref<NSString> bundleIdentifier() const;
   /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>,
   /// where the name is the text under CFBundleExecutable or else the bundle's own without its extension. Absent for a
-  /// name that leads out of the bundle. The file need not exist.
+  /// name that leads out of that folder, by its own "..", whatever the links on the way, or to the folder itself. The
+  /// file need not exist.
   Ref<NSString> executablePath() const;
 
-  /// `localizedStringForKey:value:table:`, the translation of `key` in this bundle's <language>.lproj/<table>.strings, in the order of languages that
-  /// LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or `key` itself when that is empty
-  /// or absent. errno stays as it was. The files of a table are read once, when the table is first asked for.
+  /// `localizedStringForKey:value:table:`, the translation of `key` in this bundle's <language>.lproj/<table>.strings,
+  /// in the order of languages that LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for. Where none is found: `value`, or
+  /// `key` itself when that is empty or absent. errno stays as it was. The files of a table are read once, when the
+  /// table is first asked for. May be called from several threads at once.
   /// @param table the name of the table; absent means Localizable
   Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                       const Ref<NSString>& table) const;
@@ -48,11 +51,12 @@ class NSBundle final : public NSObject {
 
  private:
   Ref<NSString> infoText(const Ref<NSString>& key) const;
-  const Ref<NSDictionary>& translations(const std::string& table) const;
+  Ref<NSDictionary> translations(const std::string& table) const;
 
   Ref<NSURL> bundleURL_;
   const BundleLayout* layout_;  ///< null for a plain folder
-  Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
+  Ref<NSDictionary> info_;      ///< the Info.plist; empty when it cannot be read or is no dictionary
+  mutable std::mutex translationsLock_;
   mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };
 

@@ -35,7 +35,7 @@ inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2
 
 /// Copies, removes and finds items on disk. Errors are reported in NSPOSIXErrorDomain, with codes of the macOS
 /// numbering and the path of the item (of a copy, the one that was to be copied) under NSFilePathErrorKey, into an
-/// optional place.
+/// optional place. No URL may be absent.
 class NSFileManager : public NSObject {
  public:
   NSFileManager() = default;
@@ -76,9 +76,9 @@ class NSFileManager : public NSObject {
   /// stays.
   virtual bool copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error = nullptr);
 
-  /// `removeItemAtURL:error:`, removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A folder
-  /// that its owner may not write to is made writable first. False at the first thing that cannot be removed, and when
-  /// nothing is there.
+  /// `removeItemAtURL:error:`, removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A
+  /// folder that its owner may not write to is made writable first. False at the first thing that cannot be removed,
+  /// and when nothing is there.
   virtual bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error = nullptr);
 
  private:

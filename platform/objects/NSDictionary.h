@@ -40,7 +40,7 @@ class NSMutableDictionary final : public NSDictionary {
   /// An empty dictionary with room for `capacity` entries, or absent when there is no memory for it.
   static Ref<NSMutableDictionary> dictionaryWithCapacity(std::size_t capacity);
 
-  /// Puts `object` under `key`, in place of what stood there.
+  /// `setObject:forKey:`: puts `object` under `forKey`, in place of what stood there. Neither may be absent.
   void setObject(const Ref<NSObject>& object, const Ref<NSString>& forKey);
 };
 

@@ -11,7 +11,7 @@ namespace zk {
 
 class NSFileManager;
 
-/// The bytes under which the operating system's file calls know `text`.
+/// The bytes under which the operating system's file calls know `text`; none for an absent one.
 std::string fileSystemRepresentation(const Ref<NSString>& text);
 
 /// What the operating system has to say about a status of its interfaces: static text, or null where it knows nothing
@@ -46,13 +46,17 @@ struct ProcessInfoRec {
 /// Asks ProcessInformationCopyDictionary for every kind of information.
 inline constexpr std::uint32_t kProcessDictionaryIncludeAllInformationMask = 0xFFFFFFFF;
 
-/// Keys of the process manager's information dictionary.
-extern const Ref<NSString> ZKBundlePathKey;         ///< text, "BundlePath": the bundle that the process runs from
-extern const Ref<NSString> kCFBundleIdentifierKey;  ///< text: that bundle's identifier
-extern const Ref<NSString> kCFBundleExecutableKey;  ///< text: path of the process's executable
-extern const Ref<NSString> ZKBundleMayChangeKey;    ///< present when the bundle is no lasting fact of the process: its
-                                                  ///< executable was replaced on disk, or the bundle was told from its
-                                                  ///< arguments. The bundle then does not identify the process.
+// Keys of the process manager's information dictionary.
+
+/// Text: the bundle that the process runs from.
+inline constexpr NSStringConstant ZKBundlePathKey = "BundlePath"_constant;
+/// Text: that bundle's identifier.
+inline constexpr NSStringConstant kCFBundleIdentifierKey = "CFBundleIdentifier"_constant;
+/// Text: path of the process's executable.
+inline constexpr NSStringConstant kCFBundleExecutableKey = "CFBundleExecutable"_constant;
+/// Present when the bundle is no lasting fact of the process: its executable was replaced on disk, or the bundle was
+/// told from its arguments. The bundle then does not identify the process.
+inline constexpr NSStringConstant ZKBundleMayChangeKey = "ZKBundleMayChange"_constant;
 
 /// What the operating system does for the rest of this code: the one seam between the two, and the one place where a
 /// test puts something else. Each operation is a call of the platform under the platform's name; retries that the

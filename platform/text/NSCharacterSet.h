@@ -45,11 +45,12 @@ class NSCharacterSet {
 class NSMutableCharacterSet final : public NSCharacterSet {
  public:
   NSMutableCharacterSet() = default;
+  /// Adds nothing for an absent text.
   void addCharactersInString(const Ref<NSString>& characters);
   void formUnionWithCharacterSet(const NSCharacterSet& other);
 };
 
-/// `text` without the characters of `set` (by whole code points) at its two ends.
+/// `text` without the characters of `set` (by whole code points) at its two ends; absent for an absent one.
 Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set);
 
 }  // namespace zk

@@ -27,6 +27,8 @@ class ChildProcess {
   pid_t pid() const { return pid_; }
   void signal(int number) const;
 
+  /// Waits until it sleeps inside a system call, or has ended.
+  void waitUntilAsleep() const;
   /// Waits for its end without taking notice of it: it stays a zombie.
   void waitUntilZombie() const;
   /// Waits for its end. @return its exit status, 0 when it ended well; kEndedBySignal and the signal's number when a
@@ -44,5 +46,10 @@ class ChildProcess {
 /// Runs `body` in a child process, for what cannot be undone in a process. @return its exit status as of
 /// ChildProcess::wait
 int statusInChild(const std::function<void()>& body);
+
+/// The same, stopping the child before and after each system call that it makes. `atStop` is called at each stop with
+/// the child's id and the number of the stop, from 0, and may send signals: whatever it does comes at that exact
+/// moment.
+int statusInTracedChild(const std::function<void()>& body, const std::function<void(pid_t pid, int stop)>& atStop);
 
 }  // namespace zk::test
