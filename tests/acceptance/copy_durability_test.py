@@ -4,9 +4,8 @@ import pytest
 
 from support.bundles import Bundle, add_socket
 from support.installer import INSTALLED, failed_with
-from support.traces import refusing
+from support.traces import SYNCS, first, last, refusing
 
-SYNCS = ("syncfs", "fsync", "fdatasync", "sync")
 CHANGES = (
     "write", "pwrite64", "copy_file_range", "ftruncate", "ioctl", "mkdirat", "symlinkat", "linkat", "mknodat",
     "fchmod", "fchmodat", "fchmodat2", "fchown", "fchownat", "utimensat", "fsetxattr", "fremovexattr", "unlinkat",
@@ -15,14 +14,6 @@ CHANGES = (
 
 def is_change(call):
     return call.has_succeeded() and (call.name in CHANGES or (call.name == "openat" and "O_CREAT" in call.arguments))
-
-
-def first(calls, condition):
-    return next(index for index, call in enumerate(calls) if condition(call))
-
-
-def last(calls, condition):
-    return len(calls) - 1 - first(calls[::-1], condition)
 
 
 def first_removal(calls, target):

@@ -14,6 +14,9 @@ FOLDER_AND_NAME = re.compile(r'\w+<(?P<folder>/[^>]*)>(, "(?P<name>(?:[^"\\]|\\.
 # The file systems that the product trusts, by the names that stat has for them.
 TRUSTED = ("ext2/ext3", "xfs", "btrfs", "tmpfs")
 
+# The calls that wait for a disk.
+SYNCS = ("syncfs", "fsync", "fdatasync", "sync")
+
 
 def unescaped(text):
     return text.encode("latin-1").decode("unicode_escape").encode("latin-1").decode(errors="surrogateescape")
@@ -53,6 +56,14 @@ class Trace:
         found = [LINE.fullmatch(line) for line in text.splitlines() if not line.startswith(("---", "+++"))]
         assert all(found)
         return [Call(line["name"], line["arguments"], line["result"]) for line in found]
+
+
+def first(calls, condition):
+    return next(index for index, call in enumerate(calls) if condition(call))
+
+
+def last(calls, condition):
+    return len(calls) - 1 - first(calls[::-1], condition)
 
 
 def refusing(calls, error, when="1+"):
