@@ -8,7 +8,7 @@ from typing import NamedTuple
 
 from support.processes import eventually
 
-LINE = re.compile(r"(?P<name>\w+)\((?P<arguments>.*)\) += (?P<result>-?\w+|\?)(<(?P<opened>.*?)>)?( .*)?")
+LINE = re.compile(r"(?P<name>\w+)\((?P<arguments>.*)\) += (?P<result>-?\w+|\?)(<.*>)?( (?P<error>E\w+) .*| .*)?")
 FOLDER_AND_NAME = re.compile(r'\w+<(?P<folder>/[^>]*)>(, "(?P<name>(?:[^"\\]|\\.)+)")?')
 
 # The file systems that the product trusts, by the names that stat has for them.
@@ -26,6 +26,7 @@ class Call(NamedTuple):
     name: str
     arguments: str
     result: str
+    error: str  # its name, or nothing after a success
 
     @property
     def path(self):
@@ -38,7 +39,7 @@ class Call(NamedTuple):
         return self.path is not None and (self.path + "/").startswith(f"{top}/")
 
     def has_succeeded(self):
-        return not self.result.startswith("-")
+        return self.error is None
 
 
 class Trace:
@@ -55,7 +56,7 @@ class Trace:
         text = eventually(lambda: whole.fullmatch(self.path.read_text()), "the trace is complete")[0]
         found = [LINE.fullmatch(line) for line in text.splitlines() if not line.startswith(("---", "+++"))]
         assert all(found)
-        return [Call(line["name"], line["arguments"], line["result"]) for line in found]
+        return [Call(**line.groupdict()) for line in found]
 
 
 def first(calls, condition):

@@ -91,6 +91,7 @@ void makeTree(const fs::path& top) {
   for (const char* name : {"folder/file", "folder", "link", "fifo"}) {
     ASSERT_EQ(::lchown((top / name).c_str(), 1234, 5678), 0);
   }
+  ASSERT_EQ(::chown((top / "empty").c_str(), 0, 0), 0);
   for (const mode_t mode : Modes{0000, 0444, 0600, 0777, 01755, 02755, 04755, 06711}) {
     writeFile(top / "modes" / std::to_string(mode), "x");
     setMode(top / "modes" / std::to_string(mode), mode);
