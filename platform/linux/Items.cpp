@@ -27,7 +27,9 @@ SystemError port::readEntries(int folder, std::vector<Entry>& entries) {
     for (const char* next = buffer.data(); next < buffer.data() + size;) {
       const auto* entry = reinterpret_cast<const dirent64*>(next);
       const std::string_view name = entry->d_name;
-      if (name != "." && name != "..") entries.push_back({std::string(name), DTTOIF(entry->d_type)});
+      if (name != "." && name != "..") {
+        entries.push_back({std::string(name), static_cast<mode_t>(DTTOIF(entry->d_type))});
+      }
       next += entry->d_reclen;
     }
   }

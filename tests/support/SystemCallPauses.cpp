@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <future>
 #include <thread>
 
@@ -63,7 +64,9 @@ bool runWithPauses(long number, const std::function<void(const std::string& name
 
   for (seccomp_notif pause; nextPause(pauses.get(), pause); goOn(pauses.get(), pause)) {
     // The thread is one of this process: its pointers lead to the same memory.
-    before(reinterpret_cast<const char*>(pause.data.args[1]));
+    const char* name = nullptr;
+    std::memcpy(&name, &pause.data.args[1], sizeof name);
+    before(name);
   }
   return true;
 }

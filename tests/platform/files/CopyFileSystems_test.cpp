@@ -56,7 +56,7 @@ class CopyFileSystems : public ::testing::TestWithParam<FileSystem> {
   const fs::path disk = folder / "disk";
 };
 
-constexpr off_t kSmallFile = 256 * 1024;  ///< up to which a file is copied in one piece
+constexpr off_t kSmallFile = off_t{256} * 1024;  ///< up to which a file is copied in one piece
 
 void makeFile(const fs::path& path, off_t size) {
   std::string bytes(static_cast<std::size_t>(size), '\0');
