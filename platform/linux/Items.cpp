@@ -18,7 +18,7 @@ timespec port::modificationTime(const struct stat& status) { return status.st_mt
 
 // Not by readdir(), whose stream takes five calls more for each folder.
 SystemError port::readEntries(int folder, std::vector<Entry>& entries) {
-  alignas(dirent64) std::array<char, 32 * 1024> buffer;
+  alignas(dirent64) std::array<char, std::size_t{32} * 1024> buffer;
   while (true) {
     const ssize_t size = uninterrupted([&] { return ::getdents64(folder, buffer.data(), buffer.size()); });
     // A folder that was removed holds nothing.

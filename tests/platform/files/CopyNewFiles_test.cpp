@@ -77,7 +77,8 @@ TEST_F(CopyNewFiles, HaveTheirAttributesWhereverThoseStandInTheTree) {
   for (const bool isFirst : {true, false}) {
     makeFiles(folder / "from/a");
     makeFiles(folder / "from/b");
-    const fs::path note = folder / (isFirst ? "from/a/256" : "from/b/493");
+    // The names are the modes in decimal digits; 1517 comes first.
+    const fs::path note = folder / (isFirst ? "from/a/1517" : "from/b/493");
     const fs::path list = folder / (isFirst ? "from/a/384" : "from/b/511");
     if (!setAttribute(note, "user.note", "kept")) GTEST_SKIP() << "no extended attributes here";
     if (!setAttribute(list, kAccessACL, accessListBytes(6))) GTEST_SKIP() << "no ACLs here";
