@@ -48,7 +48,7 @@ def calls_of_search(scene, trace):
 
 
 def test_a_searched_folder_costs_at_most_six_calls_and_a_file_in_it_none(scene, traced):
-    few, many = 10, 60
+    few, many = 5, 35
     scene.update.path.rename(scene.updates / "last.app")
     make_files(few, scene.updates, 100)
     calls_for_few = calls_of_search(scene, traced())
