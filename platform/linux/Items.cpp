@@ -16,7 +16,7 @@ int port::flagsToSearch() { return O_PATH; }
 timespec port::accessTime(const struct stat& status) { return status.st_atim; }
 timespec port::modificationTime(const struct stat& status) { return status.st_mtim; }
 
-// Not by readdir(), whose stream takes five calls more for each folder.
+// Not by readdir(): its stream takes three to five more calls for each folder.
 SystemError port::readEntries(int folder, std::vector<Entry>& entries) {
   alignas(dirent64) std::array<char, std::size_t{32} * 1024> buffer;
   while (true) {
