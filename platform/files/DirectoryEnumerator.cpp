@@ -66,7 +66,7 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
   SystemError read(Links links, std::vector<Entry>& entries) {
     FileDescriptor folder;
     if (const auto error = openFolder({AT_FDCWD, last_.c_str()}, links, folder)) return error;
-    return readEntries(std::move(folder), entries);
+    return readEntries(folder.get(), entries);
   }
 
   void enter(std::vector<Entry> entries) {

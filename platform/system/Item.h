@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <string>
 #include <utility>
 
 namespace zk {
@@ -19,5 +20,11 @@ struct Item {
 using ItemIdentity = std::pair<dev_t, ino_t>;
 
 inline ItemIdentity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+
+/// What a folder says about one of the items in it.
+struct Entry {
+  std::string name;
+  mode_t type;  ///< S_IFDIR, S_IFREG and so on; 0 when the folder does not tell
+};
 
 }  // namespace zk

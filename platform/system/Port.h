@@ -1,6 +1,5 @@
 #pragma once
 
-#include <dirent.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -9,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "system/FileDescriptor.h"
 #include "system/Item.h"
@@ -87,9 +87,8 @@ int flagsToSearch();
 timespec accessTime(const struct stat& status);
 timespec modificationTime(const struct stat& status);
 
-/// The type of an entry, as a status tells it (S_IFDIR and so on); 0 where the system does not tell, which may be
-/// always.
-mode_t typeOf(const struct dirent& entry);
+/// Reads all entries of a folder that was just opened, but for "." and "..", in any order.
+SystemError readEntries(int folder, std::vector<Entry>& entries);
 
 /// What one copy has found out about the two file systems it works between, so that it need not try for every file what
 /// they refuse.

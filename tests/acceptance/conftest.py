@@ -11,6 +11,7 @@ import pytest
 
 from support.processes import adopt_orphans
 from support.scene import Scene
+from support.traces import Trace, why_not_traced
 
 CHECKOUT = Path(__file__).resolve().parents[2]
 
@@ -67,3 +68,12 @@ def scene(installer, application):
         yield scene
     finally:
         scene.close()
+
+
+@pytest.fixture
+def traced(scene, sanitizers, tmp_path):
+    """A function that makes a trace of a run of the scene, with more options of strace if need be."""
+    reason = "sanitizers make calls of their own" if sanitizers else why_not_traced(scene.folder)
+    if reason:
+        pytest.skip(reason)
+    return lambda *options: Trace(tmp_path / f"trace-{len(os.listdir(tmp_path))}", *options)
