@@ -8,6 +8,7 @@
 
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
+#include "platform/files/LanguageEnvironment.h"
 #include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/FrequentAlarm.h"
@@ -274,7 +275,9 @@ TEST(ZKPOSIXSemaphore, AnAbsentNameIsRefusedByTheSystemLikeAnEmptyOne) {
 }
 
 TEST(ZKPOSIXSemaphore, TheErrorNumberSurvivesTheLookUpOfTheReason) {
-  // The first failure of the process opens the translations' files; a test that runs alone sees that first time.
+  // The first failure of the process looks for the translations' files, in the languages that are asked for: a test that
+  // runs alone sees that first time.
+  const test::LanguageEnvironment environment({{"LANG", "de_AT.UTF-8"}});
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   Ref<NSError> error;
