@@ -336,6 +336,16 @@ TEST_F(ProcessInfoFile, IsHandedBackWhateverItHolds) {
   EXPECT_NE(asArray(semaphore->processInfoAtURL(folder.url())), nullptr);
 }
 
+TEST_F(ProcessInfoFile, ThatIsLargerThanAMebibyteIsAbsent) {
+  constexpr std::size_t kLargest = 1 << 20;
+  std::string text = "<plist><dict><key>pid</key><integer>42</integer></dict></plist>";
+  text.resize(kLargest, ' ');
+  test::writeFile(folder / fileName, text);
+  EXPECT_NE(semaphore->processInfoAtURL(folder.url()), nullptr);
+  test::writeFile(folder / fileName, text + ' ');
+  EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);
+}
+
 TEST_F(ProcessInfoFile, ThatIsMissingOrNoPropertyListIsAbsent) {
   EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);
   test::writeFile(folder / fileName, "");

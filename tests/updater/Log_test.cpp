@@ -61,6 +61,8 @@ TEST_F(Log, FillsItsFormatsOnce) {
   EXPECT_EQ(line(), "[ZKUpdater] 50%%: 7% %% of 100%%");
   ZKUpdaterLog(aClass, nullptr, "Error"_ns, "%s, %@"_ns, "%s", "%@"_ns);
   EXPECT_EQ(line(), "[ZKUpdater] Error: %s, %@");
+  ZKUpdaterLog(aClass, nullptr, "50%%"_ns, nullptr);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%%:");
 }
 
 TEST_F(Log, IsWrittenByTheFunctionWhateverTheSwitchSays) {
