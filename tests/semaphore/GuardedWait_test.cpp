@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/inotify.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
 #include "support/TemporaryFolder.h"
+#include "system/FileDescriptor.h"
 
 namespace zk {
 namespace {
@@ -76,6 +78,30 @@ class WatchingSystem : public ForwardingSystem {
   std::function<void()> beforeTry;
   std::function<void()> beforeOpen;
   std::function<void()> atSleep;
+};
+
+/// Knows no process at all.
+class NobodySystem : public WatchingSystem {
+ public:
+  OSStatusCode GetProcessForPID(std::int32_t, ProcessSerialNumber&) override { return procNotFound; }
+};
+
+/// Counts how often a file is opened.
+class OpenCounter {
+ public:
+  explicit OpenCounter(const std::filesystem::path& path) {
+    EXPECT_NE(::inotify_add_watch(events_.get(), path.c_str(), IN_OPEN | IN_CLOSE), -1);
+  }
+  int count() const {
+    int opens = 0;
+    // Opening and closing take turns: two events that are alike and come in a row would be reported as one.
+    inotify_event event;
+    while (::read(events_.get(), &event, sizeof event) == sizeof event) opens += (event.mask & IN_OPEN) != 0;
+    return opens;
+  }
+
+ private:
+  const FileDescriptor events_{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
 };
 
 class GuardedWait : public testing::Test {
@@ -367,19 +393,23 @@ TEST_F(GuardedWait, WithoutADirectoryIsAPollingWaitThatTakesOverOnceItsPausesAre
 }
 
 TEST_F(GuardedWait, KeepsWaitingBesideAFileThatIsNoRecord) {
+  // Where no process exists, each of them would be taken for the record of one that is gone.
+  NobodySystem nobody;
+  const System::Scope inner(nobody);
   take();
   for (const char* text :
        {"", "garbage {{{", "(1, 2)", "{pid = text;}", "<plist><dict><key>pid</key><real>1</real></dict></plist>",
-        "<plist><dict><key>pid</key><true/></dict></plist>"}) {
+        "<plist><dict><key>pid</key><real>1.5</real></dict></plist>",
+        "<plist><dict><key>pid</key><true/></dict></plist>", "<plist><dict><key>pid</key><false/></dict></plist>"}) {
     leaveText(text);
-    system.sleeps.clear();
-    system.atSleep = [this] {
-      if (system.sleeps.size() == 2) holder->post();
+    nobody.sleeps.clear();
+    nobody.atSleep = [&] {
+      if (nobody.sleeps.size() == 2) holder->post();
     };
     EXPECT_TRUE(waitGuarded(1000)) << text;
-    EXPECT_EQ(system.sleeps.size(), 2U) << text;
+    EXPECT_EQ(nobody.sleeps.size(), 2U) << text;
   }
-  EXPECT_EQ(system.unlinks, 0);
+  EXPECT_EQ(nobody.unlinks, 0);
 }
 
 TEST_F(GuardedWait, TakesOverBesideADictionaryWithoutAPid) {
@@ -390,7 +420,7 @@ TEST_F(GuardedWait, TakesOverBesideADictionaryWithoutAPid) {
   EXPECT_EQ(system.unlinks, 1);
 }
 
-TEST_F(GuardedWait, ReadsTheRecordOnceForEachBusyTry) {
+TEST_F(GuardedWait, ReadsTheRecordAndLooksItsProcessUpOnceForEachBusyTry) {
   class CountingLookUps : public WatchingSystem {
    public:
     OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override {
@@ -402,7 +432,9 @@ TEST_F(GuardedWait, ReadsTheRecordOnceForEachBusyTry) {
   const System::Scope inner(counting);
   take();
   leaveLiveRecord();
+  const OpenCounter reads(recordPath());
   EXPECT_FALSE(waitGuarded(5));
+  EXPECT_EQ(reads.count(), 6);
   EXPECT_EQ(counting.lookUps, 6);
 }
 

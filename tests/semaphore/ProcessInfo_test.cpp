@@ -192,6 +192,36 @@ TEST_F(ProcessInfo, WithADateOfAnotherKindIsComparedOnTheOtherKeysOnly) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, NSNumber::numberWithInt(1))));
 }
 
+TEST_F(ProcessInfo, ThatCannotBeComparedOnOneKeyIsComparedOnTheNext) {
+  const Ref<NSString> executablePath = "executablePath"_ns;
+  const Ref<NSString> bundleId = "bundleId"_ns;
+  const NSDictionary::Entry otherBundle{bundleId, "com.example.b"_ns};
+  const NSDictionary::Entry otherDate{"creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(1)};
+  const NSDictionary::Entry pid{"pid"_ns, NSNumber::numberWithInt(kSomePid)};
+  const NSDictionary::Entry samePath{executablePath, "/A.app/Contents/MacOS/A"_ns};
+  const NSDictionary::Entry sameBundle{bundleId, "com.example.a"_ns};
+  const auto isValid = [&pid](std::vector<NSDictionary::Entry> entries) {
+    entries.push_back(pid);
+    return ZKPOSIXSemaphore::isProcessInfoValid(NSDictionary::dictionaryWithEntries(entries));
+  };
+  for (const Ref<NSObject>& nothing : {Ref<NSObject>(""_ns), Ref<NSObject>(NSNumber::numberWithInt(1))}) {
+    EXPECT_FALSE(isValid({{executablePath, nothing}, otherBundle}));
+    EXPECT_FALSE(isValid({{executablePath, nothing}, sameBundle, otherDate}));
+    EXPECT_FALSE(isValid({samePath, {bundleId, nothing}, otherDate}));
+  }
+  EXPECT_FALSE(isValid({otherBundle}));
+  EXPECT_FALSE(isValid({samePath, otherDate}));
+  EXPECT_FALSE(isValid({otherDate}));
+
+  // The same where it is the process manager that does not know the key.
+  system.information = NSDictionary::dictionaryWithEntries({{kCFBundleIdentifierKey, "com.example.a"_ns}});
+  EXPECT_FALSE(isValid({samePath, otherBundle}));
+  system.information = NSDictionary::dictionaryWithEntries({{kCFBundleExecutableKey, "/A.app/Contents/MacOS/A"_ns}});
+  EXPECT_FALSE(isValid({samePath, sameBundle, otherDate}));
+  system.information = nullptr;
+  EXPECT_FALSE(isValid({samePath, sameBundle, otherDate}));
+}
+
 TEST_F(ProcessInfo, WithoutADateOnEitherSideIsValid) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, nullptr)));
   const Ref<NSDictionary> record = freshRecord();
@@ -304,6 +334,16 @@ TEST_F(ProcessInfoFile, InTheXMLFormReadsJustAsWell) {
 TEST_F(ProcessInfoFile, IsHandedBackWhateverItHolds) {
   test::writeFile(folder / fileName, "(a, b)");
   EXPECT_NE(asArray(semaphore->processInfoAtURL(folder.url())), nullptr);
+}
+
+TEST_F(ProcessInfoFile, ThatIsLargerThanAMebibyteIsAbsent) {
+  constexpr std::size_t kLargest = 1 << 20;
+  std::string text = "<plist><dict><key>pid</key><integer>42</integer></dict></plist>";
+  text.resize(kLargest, ' ');
+  test::writeFile(folder / fileName, text);
+  EXPECT_NE(semaphore->processInfoAtURL(folder.url()), nullptr);
+  test::writeFile(folder / fileName, text + ' ');
+  EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);
 }
 
 TEST_F(ProcessInfoFile, ThatIsMissingOrNoPropertyListIsAbsent) {

@@ -8,6 +8,7 @@
 
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
+#include "platform/files/LanguageEnvironment.h"
 #include "support/ForwardingSystem.h"
 #include "support/FrequentAlarm.h"
 #include "support/Memory.h"
@@ -38,10 +39,11 @@ class CountingSystem : public ForwardingSystem {
     int flags;
     std::uint16_t mode;
     std::size_t value;
+    int closesBefore;
   };
 
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
-    opens.push_back({name, flags, mode, value});
+    opens.push_back({name, flags, mode, value, closes});
     return ForwardingSystem::sem_open(name, flags, mode, value);
   }
   int sem_close(SemaphoreHandle semaphore) override {
@@ -159,8 +161,11 @@ TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
 TEST(ZKPOSIXSemaphore, NoErrorIsMadeWithoutAPlaceForIt) {
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
+  const Ref<NSString> missing = "no-such-name"_ns;
   const std::size_t before = test::allocationCount();
   EXPECT_FALSE(semaphore->tryWait());
+  EXPECT_EQ(test::allocationCount(), before);
+  EXPECT_FALSE(semaphore->openWithName(missing, 0, 0, 0));
   EXPECT_EQ(test::allocationCount(), before);
 }
 
@@ -220,6 +225,7 @@ TEST(ZKPOSIXSemaphore, AnotherSuccessfulOpenReplacesAndClosesTheHandle) {
   const auto semaphore = create(first);
   EXPECT_TRUE(semaphore->openWithName(second.text(), ZKO_CREAT, 0666, 1));
   EXPECT_EQ(system.closes, 1);
+  EXPECT_EQ(system.opens.back().closesBefore, 1);
   EXPECT_EQ(semaphore->name()->bytes(), second.bytes());
   EXPECT_TRUE(semaphore->tryWait());
   EXPECT_EQ(first.count(), 1);
@@ -275,7 +281,9 @@ TEST(ZKPOSIXSemaphore, AnAbsentNameIsRefusedByTheSystemLikeAnEmptyOne) {
 }
 
 TEST(ZKPOSIXSemaphore, TheErrorNumberSurvivesTheLookUpOfTheReason) {
-  // The first failure of the process opens the translations' files; a test that runs alone sees that first time.
+  // The first failure of the process looks for translations, in the languages that are asked for: a test that runs
+  // alone sees that first time.
+  const test::LanguageEnvironment environment({{"LANG", "de_AT.UTF-8"}});
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   Ref<NSError> error;

@@ -1,9 +1,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "ZKUpdater.h"
+#include "objects/NSAutoreleasePool.h"
+#include "support/ChildProcess.h"
+#include "support/RefuseSystemCall.h"
 #include "support/TemporaryFolder.h"
 #include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
@@ -229,6 +234,66 @@ TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
 TEST_F(UpdateBundle, IsAbsentWhereAPathWouldGetTooLongForTheDirectCandidate) {
   setUpdatePath("/" + std::string(4093, 'x'));
   EXPECT_EQ(found(), "none");
+}
+
+TEST_F(UpdateBundle, IsAbsentWithoutATargetIdentifierBeforeAnyFolderIsRead) {
+  makeBundle("B.app");
+  test::BareUpdater updater;
+  updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
+  updater.updateDirectory = folder.url();
+  // How a search ends in a process that must not read a folder.
+  const auto statusOfSearch = [&updater] {
+    return test::statusInChild([&updater] {
+      ASSERT_TRUE(test::endAtSystemCall(SYS_getdents64));
+      EXPECT_EQ(updater.updateBundleURL(), nullptr);
+    });
+  };
+  EXPECT_EQ(statusOfSearch(), 0);
+  updater.targetBundleId = ""_ns;
+  EXPECT_EQ(statusOfSearch(), 0);
+  updater.targetBundleId = "com.example.a"_ns;
+  EXPECT_EQ(statusOfSearch(), test::kEndedBySignal + SIGSYS) << "a search by identifier reads the folder";
+}
+
+TEST_F(Discovery, StoresNothingOfATargetThatLacksSomething) {
+  run.existence = [](int) { return noErr; };
+  test::BareUpdater updater;
+  const auto expectNothing = [&updater] {
+    EXPECT_EQ(updater.targetPID, 0);
+    EXPECT_EQ(updater.targetBundleURL, nullptr);
+    EXPECT_EQ(updater.targetBundleId, nullptr);
+  };
+  setInformation(nullptr, "com.example.a"_ns);
+  EXPECT_FALSE(updater.initTargetInfo());
+  expectNothing();
+  setInformation("/volume/A.app"_ns, nullptr);
+  EXPECT_FALSE(updater.initTargetInfo());
+  expectNothing();
+
+  setInformation("/volume/A.app"_ns, "com.example.a"_ns);
+  EXPECT_TRUE(updater.initTargetInfo());
+  EXPECT_EQ(updater.targetPID, 4711);
+  EXPECT_EQ(updater.targetBundleURL->path()->bytes(), "/volume/A.app");
+  EXPECT_EQ(updater.targetBundleId->bytes(), "com.example.a");
+}
+
+TEST_F(Discovery, LeavesTheInformationOnTheProcessToTheScopeOfTemporaryObjects) {
+  class GivingSystem : public test::ScriptedRun {
+   public:
+    Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber&, std::uint32_t) override {
+      const Ref<NSDictionary> copy = NSDictionary::dictionaryWithEntries(information->entries());
+      given = copy;
+      return copy;
+    }
+    std::weak_ptr<NSDictionary> given;
+  } system;
+  const System::Scope inner(system);
+  {
+    const NSAutoreleasePool pool;
+    EXPECT_NE(ZKUpdater::init(), nullptr);
+    EXPECT_FALSE(system.given.expired());
+  }
+  EXPECT_TRUE(system.given.expired());
 }
 
 }  // namespace

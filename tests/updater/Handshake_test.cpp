@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <functional>
 #include <memory>
 
 #include "ZKUpdater.h"
@@ -76,6 +77,23 @@ TEST_F(Handshake, NotifyingAgainFirstGivesTheSemaphoreBack) {
   run.events.clear();
   EXPECT_TRUE(updater->notifyReady());
   EXPECT_EQ(run.events, (Lines{"post installer", "close installer", "open installer", "wait installer"}));
+}
+
+TEST_F(Handshake, ARepetitionThatFindsNoNameKeepsWhatIsHeld) {
+  EXPECT_TRUE(updater->notifyReady());
+  EXPECT_TRUE(updater->waitForUpdateLock());
+  test::writeFile(record(), "of this process");
+  run.events.clear();
+  for (const auto& withoutNames : {std::function([this] { run.settings[6] = run.settings[8] = ""; }),
+                                   std::function([this] { nameNoSemaphore(); })}) {
+    withoutNames();
+    EXPECT_TRUE(updater->notifyReady());
+    EXPECT_TRUE(updater->waitForUpdateLock());
+    EXPECT_TRUE(run.events.empty());
+    EXPECT_TRUE(std::filesystem::exists(record()));
+  }
+  updater->releaseSemaphores();
+  EXPECT_EQ(run.events, (Lines{"post update", "close update", "post installer", "close installer"}));
 }
 
 TEST_F(Handshake, AFailedRepetitionLeavesNothingHeld) {
@@ -212,12 +230,23 @@ TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndTheSleepBehindTheLast
 }
 
 TEST_F(Handshake, TheExitWaitExpiresWhenAnotherProcessHasTakenTheIdOver) {
-  // Before the first check: the id names a process of another bundle, and only that it names one is looked at.
-  run.information = NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, "/volume/Other.app"_ns}});
-  run.existence = [](int) { return noErr; };
-  EXPECT_FALSE(updater->waitForTargetExit());
-  EXPECT_EQ(run.sleeps.size(), 1000U);
-  EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
+  // Only that the id names a process is looked at, not which one: not before the first check, nor between two checks.
+  for (const int takenOverAt : {0, 500}) {
+    run.rawLog.clear();
+    run.sleeps.clear();
+    run.checks = 0;
+    run.existence = [this, takenOverAt](int check) {
+      if (check == takenOverAt) {
+        ++run.launchStamp;
+        run.information = NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, "/volume/Other.app"_ns}});
+      }
+      return noErr;
+    };
+    EXPECT_FALSE(updater->waitForTargetExit());
+    EXPECT_EQ(run.checks, 1000);
+    EXPECT_EQ(run.sleeps.size(), 1000U);
+    EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
+  }
 }
 
 TEST_F(Handshake, AFailedCheckEndsTheExitWaitWithoutASleep) {

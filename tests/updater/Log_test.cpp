@@ -55,6 +55,16 @@ TEST_F(Log, LeavesPercentSignsInTheArgumentsAlone) {
   EXPECT_EQ(line(), "[ZKUpdater] 50%@: 100%d");
 }
 
+TEST_F(Log, FillsItsFormatsOnce) {
+  // What is filled a second time loses half of its percent signs.
+  ZKUpdaterLog(aClass, nullptr, "50%%"_ns, "%d%% %%%% of %@"_ns, 7, "100%%"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%%: 7% %% of 100%%");
+  ZKUpdaterLog(aClass, nullptr, "Error"_ns, "%s, %@"_ns, "%s", "%@"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] Error: %s, %@");
+  ZKUpdaterLog(aClass, nullptr, "50%%"_ns, nullptr);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%%:");
+}
+
 TEST_F(Log, IsWrittenByTheFunctionWhateverTheSwitchSays) {
   run.settings = {"zkupdater", "-enableLog", "NO"};
   ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);

@@ -54,7 +54,7 @@ class ScriptedRun : public ForwardingSystem {
   std::int32_t getpid() override { return kOwnPid; }
   OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override;
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override;
-  OSStatusCode GetProcessInformation(const ProcessSerialNumber&, ProcessInfoRec&) override { return -50; }
+  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override;
   void sleepForTimeInterval(double seconds) override;
   bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments, unsigned long options) override;
   std::vector<std::string> arguments() override { return settings; }
@@ -71,6 +71,7 @@ class ScriptedRun : public ForwardingSystem {
   int checks = 0;
   std::vector<std::int32_t> checkedPids;
   Ref<NSDictionary> information;
+  std::uint32_t launchStamp = 1;
   std::map<std::string, int> failing;  ///< calls that fail, e.g. {"open update", EACCES}
   bool launchSucceeds = true;
   std::vector<std::string> launched;  ///< executable, then arguments
