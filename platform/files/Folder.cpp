@@ -40,7 +40,7 @@ SystemError openOwnFolder(Item item, FileDescriptor& folder) {
 }
 
 SystemError readEntries(int folder, std::vector<Entry>& entries) {
-  // Reading moves and closes its descriptor, so it gets one of its own.
+  // Reading closes its descriptor, so it gets one of its own.
   FileDescriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
   if (!own.isOpen()) return lastError();
   return readEntries(std::move(own), entries);

@@ -13,8 +13,8 @@ struct Comment {
   const char* text;
 };
 
-/// The system has no such comments of its own here. These are of the statuses that programs meet: of drivers, files,
-/// memory, resources, processes, events, file servers and launches; in rising order for the binary search.
+/// Linux has no such texts of its own. These cover the statuses that programs meet: those of drivers, files, memory,
+/// resources, processes, events, file servers and launches. They are sorted for the binary search.
 constexpr std::array<Comment, 199> kComments = {{
     {-10829, "The application cannot run in several sessions at once"},
     {-10828, "The environment that the application needs is missing"},

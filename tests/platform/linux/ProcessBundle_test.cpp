@@ -33,16 +33,16 @@ class ProcessBundleTest : public ::testing::Test {
     EXPECT_TRUE(executable);
     return executable ? bundleOfProcess(process.pid(), *executable) : ProcessBundle{nullptr, false};
   }
-  static void expectBundle(const RunningProgram& process, const fs::path& path, bool isToldFromArguments) {
+  static void expectBundle(const RunningProgram& process, const fs::path& path, bool isFromArguments) {
     const ProcessBundle found = bundleOf(process);
     ASSERT_TRUE(found.bundle);
     EXPECT_EQ(found.bundle->bundleURL()->path()->bytes(), path);
-    EXPECT_EQ(found.isToldFromArguments, isToldFromArguments);
+    EXPECT_EQ(found.isFromArguments, isFromArguments);
   }
   static void expectNoBundle(const RunningProgram& process) {
     const ProcessBundle found = bundleOf(process);
     EXPECT_FALSE(found.bundle);
-    EXPECT_FALSE(found.isToldFromArguments);
+    EXPECT_FALSE(found.isFromArguments);
   }
 
   const TemporaryFolder folder;
