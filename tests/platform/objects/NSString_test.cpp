@@ -15,7 +15,7 @@ TEST(NSString, IsMadeOfTheBytesBeforeAZero) {
   EXPECT_EQ(NSString::stringWithUTF8String("")->length(), 0U);
 }
 
-TEST(NSString, OfANullPointerIsAbsent) { EXPECT_FALSE(NSString::stringWithUTF8String(nullptr)); }
+TEST(NSString, IsAbsentForANullPointer) { EXPECT_FALSE(NSString::stringWithUTF8String(nullptr)); }
 
 TEST(NSString, KeepsAnyBytes) {
   const Ref<NSString> text = NSString::stringWithBytes("\xFF\0\u20AC"sv);
@@ -30,7 +30,7 @@ TEST(NSString, GivesItsBytesEndedByAZero) {
 
 TEST(NSString, ALiteralKeepsAZeroInside) { EXPECT_EQ("a\0b"_ns->length(), 3U); }
 
-TEST(NSString, LengthIsInBytesAndThatOfAnAbsentTextIsZero) {
+TEST(NSString, LengthIsInBytesAndZeroForAnAbsentText) {
   EXPECT_EQ("\u20AC"_ns->length(), 3U);
   EXPECT_EQ(length("\u20AC"_ns), 3U);
   EXPECT_EQ(length(nullptr), 0U);
@@ -50,7 +50,7 @@ TEST(NSString, IsCutFromAnIndex) {
   EXPECT_EQ(text->substringFromIndex(4)->bytes(), "");
 }
 
-TEST(NSString, IsCutToARangeAndToWhatItHolds) {
+TEST(NSString, IsCutToARangeWithinItsLength) {
   const Ref<NSString> text = "abcdef"_ns;
   EXPECT_EQ(text->substringWithRange({1, 3})->bytes(), "bcd");
   EXPECT_EQ(text->substringWithRange({0, 0})->bytes(), "");
@@ -72,7 +72,7 @@ TEST(NSString, IsEqualByItsBytes) {
 
 TEST(NSString, DescribesItself) { EXPECT_EQ("a b"_ns->description()->bytes(), "a b"); }
 
-TEST(NSString, IsToldFromOtherObjects) {
+TEST(NSString, IsDistinguishedFromOtherObjects) {
   const Ref<NSString> text = "a"_ns;
   EXPECT_EQ(asString(text), text);
   EXPECT_FALSE(asString(nullptr));

@@ -63,7 +63,7 @@ TEST(ProcessStart, OpensClosedStandardDescriptorsOnTheNullDevice) {
                     EXPECT_TRUE(isNullDevice(stream)) << stream;
                   }
                 }
-                // What is opened next is none of them.
+                // The next descriptor is not one of them.
                 const int next = ::open("/dev/null", O_RDONLY);
                 EXPECT_GT(next, STDERR_FILENO);
               }),
@@ -135,7 +135,7 @@ TEST(ProcessStart, DropsAHangUpThatCameBefore) {
             0);
 }
 
-TEST(ProcessStart, IsEndedByASignalForThatWhichCameBefore) {
+TEST(ProcessStart, IsEndedByATerminationSignalThatCameBefore) {
   EXPECT_EQ(statusInChild([] {
               blockAll();
               ::raise(SIGTERM);
@@ -144,7 +144,7 @@ TEST(ProcessStart, IsEndedByASignalForThatWhichCameBefore) {
             kEndedBySignal + SIGTERM);
 }
 
-TEST(ProcessStart, IsNotEndedByAHangUpWhileItGoesOn) {
+TEST(ProcessStart, IsNotEndedByAHangUpInTheMiddle) {
   for (int run = 0; run < 30; ++run) {
     ChildProcess process([](const ChildProcess::TellReady& tellReady) {
       ::signal(SIGHUP, SIG_IGN);
@@ -157,7 +157,7 @@ TEST(ProcessStart, IsNotEndedByAHangUpWhileItGoesOn) {
   }
 }
 
-TEST(ProcessStart, HasTheSignalsHeldBackFromTheFirstThingHeld) {
+TEST(ProcessStart, HoldsSignalsBackFromTheFirstThingHeld) {
   EXPECT_EQ(statusInChild([] {
               start();
               EXPECT_TRUE(HeldBackSignals::mayEndProcess());
@@ -187,7 +187,7 @@ TEST(ProcessStart, CopesWithoutAnyArgument) {
             0);
 }
 
-TEST(ResetSignals, DropsSignalsThatWereWaiting) {
+TEST(ResetSignals, DropsPendingSignals) {
   EXPECT_EQ(statusInChild([] {
               blockAll();
               for (const int number : {SIGTERM, SIGHUP, SIGUSR1, SIGRTMIN}) ::raise(number);
