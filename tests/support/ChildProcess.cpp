@@ -13,7 +13,7 @@
 #include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 
-// There in a build with coverage only: what the child has covered is written by no one else.
+// Exists only in a build with coverage. Nobody else writes down what the child has covered.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name
 extern "C" int __llvm_profile_write_file() __attribute__((weak));
 
@@ -21,7 +21,7 @@ namespace zk::test {
 
 namespace {
 
-/// Ends without running what the parent has registered for its own end.
+/// Ends the child without running the parent's exit handlers.
 [[noreturn]] void endChild() {
   std::fflush(nullptr);
   if (__llvm_profile_write_file != nullptr) __llvm_profile_write_file();
@@ -40,7 +40,7 @@ ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("no child process");
   if (pid_ == 0) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it is not left behind by a test that is ended itself
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it does not outlive a test that is killed
     reading.reset();
     body([&writing] { writing.reset(); });
     endChild();

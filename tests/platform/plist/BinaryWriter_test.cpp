@@ -175,7 +175,7 @@ TEST(BinaryWriter, WritesReferencesAndOffsetsInTheNarrowestWidths) {
     unsigned offsetWidth;
     unsigned referenceWidth;
   };
-  // One array of so many different numbers, which take 2 to 5 bytes each.
+  // One array of so many different numbers, which take 2 or 3 bytes each.
   for (const Case& one : {Case{20, 1, 1}, Case{100, 2, 1}, Case{254, 2, 1}, Case{255, 2, 2}, Case{20000, 3, 2},
                           Case{65534, 3, 2}, Case{65535, 3, 3}}) {
     std::vector<Ref<NSObject>> numbers;
