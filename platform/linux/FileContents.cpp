@@ -16,10 +16,9 @@ namespace zk {
 
 namespace {
 
-/// A file up to this size is read and written with one call each.
-constexpr off_t kSmallFile = 256 * 1024;
-/// The most that the kernel is asked to copy in one call, so that it goes to the disk while the next part is copied.
+/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is copied.
 constexpr off_t kLargestRequest = off_t{16} << 20;
+constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
 
 /// Whether the error means that these two file systems will never do it.
@@ -45,8 +44,8 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
       if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
       return;
     }
-    // Let the disk begin. The wait at the end does not depend on it.
-    ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
+    // A hint only: the wait at the end is for everything, whether or not the disk has begun.
+    if (count == kLargestRequest) ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
     offset = to;
   }
 }
@@ -54,9 +53,9 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
 /// The same through a buffer, which either succeeds or returns an error. Both files are used at their current
 /// positions.
 SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
-  std::array<char, kSmallFile> buffer;
+  std::array<char, kBufferSize> buffer;
   while (offset < end) {
-    const auto wanted = static_cast<std::size_t>(std::min(end - offset, kSmallFile));
+    const auto wanted = static_cast<std::size_t>(std::min(end - offset, kBufferSize));
     const ssize_t count = uninterrupted([&] { return ::read(source, buffer.data(), wanted); });
     if (count < 0) return lastError();
     if (count == 0) return {};
@@ -110,9 +109,9 @@ SystemError copyInto(int source, const struct stat& status, int destination, por
     return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
   }
   if (sharesBlocks(source, destination, means)) return {};
-  if (status.st_blocks < status.st_size / kBlockSize) return copyData(source, destination, status.st_size, means);
-  if (status.st_size <= kSmallFile) return copyThroughBuffer(source, destination, offset, status.st_size);
-  return copyRange(source, destination, offset, status.st_size, means);
+  const bool mayHaveHoles = status.st_blocks < status.st_size / kBlockSize;
+  return mayHaveHoles ? copyData(source, destination, status.st_size, means)
+                      : copyRange(source, destination, offset, status.st_size, means);
 }
 
 }  // namespace

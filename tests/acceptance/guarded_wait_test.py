@@ -123,6 +123,17 @@ def test_a_holder_that_dies_while_it_is_waited_for_is_taken_over_at_once(scene, 
     assert scene.is_nothing_held()
 
 
+def let_finish(first, second, target):
+    """Ends the target that `first` waits for, then lets `first` and `second` finish, one after the other: the second
+    may otherwise take the bundle away in the moment in which the first starts it again."""
+    second.process.send_signal(signal.SIGSTOP)
+    target.kill()
+    first.process.send_signal(signal.SIGCONT)
+    assert first.outcome() == INSTALLED
+    second.process.send_signal(signal.SIGCONT)
+    assert second.outcome() == INSTALLED
+
+
 def test_a_second_installer_waits_for_the_first_to_finish(scene):
     other = scene.start([scene.target.executable, "stay"])
     first = scene.begin(pid=other.pid)
@@ -130,9 +141,7 @@ def test_a_second_installer_waits_for_the_first_to_finish(scene):
     scene.start_target()
     second = scene.begin(installerSemaphore=second_semaphore.name)
     assert_waited_for(scene, second, first.pid)
-    other.kill()
-    assert first.outcome() == INSTALLED
-    assert second.outcome() == INSTALLED
+    let_finish(first, second, other)
     assert second_semaphore.count() == 1
     assert scene.is_nothing_held()
     assert sorted(report.version for report in scene.launched()) == ["2", "2"]
@@ -145,10 +154,7 @@ def test_a_suspended_installer_is_alive(scene):
     scene.start_target()
     second = scene.begin(installerSemaphore=None)
     assert_waited_for(scene, second, first.pid)
-    other.kill()
-    first.process.send_signal(signal.SIGCONT)
-    assert first.outcome() == INSTALLED
-    assert second.outcome() == INSTALLED
+    let_finish(first, second, other)
 
 
 def test_an_installer_in_another_update_folder_sees_no_record_there_and_waits(scene, holder):
