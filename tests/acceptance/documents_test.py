@@ -81,9 +81,10 @@ def test_the_smallest_bundle_of_the_readme_can_be_updated(checkout, scene):
     (report,) = scene.launched()
     assert report.arguments == RELAUNCH_ARGUMENTS
 
-# Without the list the same program is in a plain folder. (scene.applications / folder / "Info.plist").unlink()
-scene.running = scene.start([program], stdin=subprocess.PIPE) assert scene.install() == failed_creation("Unable to get
-target process bundle path.")
+    # Without the list the same program is in a plain folder.
+    (scene.applications / folder / "Info.plist").unlink()
+    scene.running = scene.start([program], stdin=subprocess.PIPE)
+    assert scene.install() == failed_creation("Unable to get target process bundle path.")
 
 
 def test_the_folders_that_the_readme_shows_exist(checkout):
@@ -93,8 +94,9 @@ def test_the_folders_that_the_readme_shows_exist(checkout):
     assert sorted(folders) == sorted([*there, "docs/"])
 
 
-@pytest.fixture(scope="module") def fresh_clone(checkout, tmp_path_factory): """A copy of the checkout as it is now,
-without what was built in it."""
+@pytest.fixture(scope="module")
+def fresh_clone(checkout, tmp_path_factory):
+    """A copy of the checkout as it is now, without what was built in it."""
     folder = tmp_path_factory.mktemp("clone") / "zkupdater"
     shutil.copytree(checkout, folder, ignore=shutil.ignore_patterns("build*", ".git", "__pycache__"))
     return folder
