@@ -38,8 +38,7 @@ bool waitUntilTaken(zk::ZKPOSIXSemaphore& semaphore) {
 /// Starts the installer. True: it is ready, quit now. False: it did not come up, go on with the old version.
 /// @param lock the name of the update semaphore, always the same
 bool startUpdate(const std::string& installer, const std::string& updateFolder, const std::string& lock) {
-  // The installer semaphore needs a new name each time: with one that a killed installer left taken, the next would
-  // look ready.
+  // The installer semaphore gets a new name each time: an old one that a killed installer left taken would look ready.
   const std::string pid = std::to_string(::getpid());
   const auto now = std::chrono::system_clock::now().time_since_epoch().count();
   const std::string name = lock + "-" + pid + "-" + std::to_string(now);
