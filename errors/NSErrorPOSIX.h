@@ -6,7 +6,7 @@
 namespace zk {
 
 /// Makers of errors in NSPOSIXErrorDomain, added to NSError. `code` is a POSIX error number of the macOS numbering (see
-/// macOSErrorNumber() in process/ErrorNumbers.h) and is kept unchanged whatever it is; its English description is
+/// macOSErrorNumber() in system/ErrorNumbers.h) and is kept unchanged whatever it is; its English description is
 /// looked up in the POSIX error table and left out where that has none. Texts that are absent or empty are left out,
 /// and so is an absent URL. All answer an error that the caller shares, or absent when there is no memory for its
 /// user information.

@@ -8,11 +8,6 @@
 
 namespace zk {
 
-const Ref<NSString> ZKPOSIXSemaphore::pidKey = "pid"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::executablePathKey = "executablePath"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::bundleIdKey = "bundleId"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::creationDateKey = "creationDate"_ns;
-
 namespace {
 
 constexpr std::size_t kRecordKeyCount = 4;

@@ -55,7 +55,7 @@ bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::u
   semaphore_ = ZKSEM_FAILED;
 
   name_ = name;
-  const std::string systemName = name_ ? fileSystemRepresentation(name_) : std::string();
+  const std::string systemName = fileSystemRepresentation(name_);
   semaphore_ = System::current().sem_open(systemName.c_str(), flags, mode, value);
   if (semaphore_ != ZKSEM_FAILED) return true;
 
@@ -75,7 +75,7 @@ bool ZKPOSIXSemaphore::tryWait(Ref<NSError>* error) {
 bool ZKPOSIXSemaphore::post() { return System::current().sem_post(semaphore_) == 0; }
 
 bool ZKPOSIXSemaphore::isBusyError(const Ref<NSError>& error) {
-  return error && error->code() == ZKEAGAIN && error->domain()->isEqual(NSPOSIXErrorDomain);
+  return error && error->code() == ZKEAGAIN && areEqual(error->domain(), NSPOSIXErrorDomain);
 }
 
 bool ZKPOSIXSemaphore::unlinkName(const Ref<NSString>& name, Ref<NSError>* /*error*/) {

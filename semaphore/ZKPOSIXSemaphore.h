@@ -104,10 +104,11 @@ class ZKPOSIXSemaphore final : public NSObject {
 
   // ProcessInfoPrivate: process-info records and files. A record is a dictionary with the keys below.
 
-  static const Ref<NSString> pidKey;             ///< "pid", integer: always there
-  static const Ref<NSString> executablePathKey;  ///< "executablePath", text
-  static const Ref<NSString> bundleIdKey;        ///< "bundleId", text
-  static const Ref<NSString> creationDateKey;    ///< "creationDate", date: stays the same for a process's whole life
+  static constexpr NSStringConstant pidKey = "pid"_constant;                        ///< integer: always there
+  static constexpr NSStringConstant executablePathKey = "executablePath"_constant;  ///< text
+  static constexpr NSStringConstant bundleIdKey = "bundleId"_constant;              ///< text
+  /// Date: stays the same for a process's whole life.
+  static constexpr NSStringConstant creationDateKey = "creationDate"_constant;
 
   /// `processInfoForPID:`: a fresh record of the process, with as much as is known; absent when there is none.
   static Ref<NSDictionary> processInfoForPID(std::int32_t pid);

@@ -55,9 +55,9 @@ class ZKUpdater : public NSObject, public NSFileManagerDelegate {
   /// The update's bundle inside the update directory, or absent.
   Ref<NSURL> updateBundleURL() const;
 
-  /// Makes each copy replace what is at its destination.
+  /// `fileManager:shouldCopyItemAtURL:toURL:`: makes each copy replace what is at its destination.
   bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL, const Ref<NSURL>& toURL) override;
-  /// Stops each copy at its first error.
+  /// `fileManager:shouldProceedAfterError:copyingItemAtURL:toURL:`: stops each copy at its first error.
   bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
                    const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
 

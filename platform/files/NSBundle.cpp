@@ -6,6 +6,7 @@
 
 #include "files/Localization.h"
 #include "files/NSDataFiles.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/Path.h"
 #include "plist/NSPropertyListSerialization.h"
 #include "system/ErrorNumbers.h"
@@ -63,11 +64,12 @@ Ref<NSDictionary> dictionaryInFile(const fs::path& path, std::size_t mostBytes) 
 bool staysInside(const std::string& text) {
   const fs::path path = fs::path(text).lexically_normal();
   const bool isWhole = text.find('\0') == std::string::npos;
-  return isWhole && !path.empty() && path.is_relative() && *path.begin() != "..";
+  const bool namesItem = !path.empty() && path != ".";
+  return isWhole && namesItem && path.is_relative() && *path.begin() != "..";
 }
 
 /// The folder of one kind of a bundle's parts; a plain folder keeps them all in itself.
-const char* partOf(const BundleLayout* layout, const char* BundleLayout::* part) {
+const char* partOf(const BundleLayout* layout, const char* BundleLayout::*part) {
   return layout == nullptr ? "" : layout->*part;
 }
 
@@ -113,10 +115,8 @@ Ref<NSBundle> NSBundle::bundleAroundExecutable(const Ref<NSString>& path) {
 }
 
 Ref<NSBundle> NSBundle::mainBundle() {
-  static const Ref<NSBundle> bundle = [] {
-    const ErrorNumberKeeper keeper;
-    return bundleOfThisProgram();
-  }();
+  const ErrorNumberKeeper keeper;
+  static const Ref<NSBundle>& bundle = neverDestroyed<Ref<NSBundle>>(bundleOfThisProgram());
   return bundle;
 }
 
@@ -130,10 +130,12 @@ Ref<NSString> NSBundle::executablePath() const {
                                ? fileSystemRepresentation(given)
                                : std::string(nameWithoutExtension(bundleURL_->lastPathComponent()->bytes()));
   if (!staysInside(name)) return nullptr;
-  return NSString::stringWithBytes((folderPath(bundleURL_) / partOf(layout_, &BundleLayout::executables) / name).string());
+  return NSString::stringWithBytes(
+      (folderPath(bundleURL_) / partOf(layout_, &BundleLayout::executables) / name).string());
 }
 
-const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const {
+Ref<NSDictionary> NSBundle::translations(const std::string& table) const {
+  const std::lock_guard lock(translationsLock_);
   Ref<NSDictionary>& known = translations_[table];
   if (known) return known;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -34,13 +35,14 @@ class NSBundle final : public NSObject {
   Ref<NSString> bundleIdentifier() const;
   /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>.
   /// The name is the text under CFBundleExecutable, else the bundle's own name without its extension. Absent if the
-  /// name leads out of the bundle. The file need not exist.
+  /// name leads to that folder itself or out of it by its own "..", whatever the links on the way. The file need not
+  /// exist.
   Ref<NSString> executablePath() const;
 
   /// `localizedStringForKey:value:table:`: the translation of `key` in this bundle's <language>.lproj/<table>.strings.
   /// Languages are tried in the order in which LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for them. Without a
   /// translation the result is `value`, or `key` itself if `value` is empty or absent. errno stays as it was. The files
-  /// of a table are read once, when it is first used.
+  /// of a table are read once, when it is first used. May be called from several threads at once.
   /// @param table the name of the table; absent means Localizable
   Ref<NSString> localizedStringForKey(const Ref<NSString>& key, const Ref<NSString>& value,
                                       const Ref<NSString>& table) const;
@@ -49,11 +51,12 @@ class NSBundle final : public NSObject {
 
  private:
   Ref<NSString> infoText(const Ref<NSString>& key) const;
-  const Ref<NSDictionary>& translations(const std::string& table) const;
+  Ref<NSDictionary> translations(const std::string& table) const;
 
   Ref<NSURL> bundleURL_;
   const BundleLayout* layout_;  ///< null for a plain folder
-  Ref<NSDictionary> info_;  ///< the Info.plist; empty when it cannot be read or is no dictionary
+  Ref<NSDictionary> info_;      ///< the Info.plist; empty when it cannot be read or is no dictionary
+  mutable std::mutex translationsLock_;
   mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };
 

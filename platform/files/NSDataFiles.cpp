@@ -30,8 +30,7 @@ bool replaceFile(const std::string& path, std::string_view bytes) {
   if (makeRandomDigits(digits)) return false;
   // A short name, so that it fits even if the file's own name is as long as names can be.
   const std::string temporary = joinedPath(ItemPath(path).folder, ".zk-" + digits);
-  const bool isReplaced =
-      writeFile(temporary, O_EXCL, bytes) && ::rename(temporary.c_str(), path.c_str()) == 0;
+  const bool isReplaced = writeFile(temporary, O_EXCL, bytes) && ::rename(temporary.c_str(), path.c_str()) == 0;
   if (!isReplaced) ::unlink(temporary.c_str());
   return isReplaced;
 }
@@ -39,6 +38,7 @@ bool replaceFile(const std::string& path, std::string_view bytes) {
 }  // namespace
 
 Ref<NSData> dataWithContentsOfURL(const Ref<NSURL>& url, std::size_t mostBytes) {
+  if (!url) return nullptr;
   const std::string path = fileSystemRepresentation(url->path());
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status;
@@ -49,6 +49,7 @@ Ref<NSData> dataWithContentsOfURL(const Ref<NSURL>& url, std::size_t mostBytes) 
 }
 
 bool writeToURL(const Ref<NSData>& data, const Ref<NSURL>& url, bool atomically) {
+  if (!data || !url) return false;
   const std::string path = fileSystemRepresentation(url->path());
   return atomically ? replaceFile(path, data->bytes()) : writeFile(path, O_TRUNC, data->bytes());
 }

@@ -35,7 +35,7 @@ inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2
 
 /// Copies, removes and finds items on disk. What can fail takes an optional place for an error. Errors are in
 /// NSPOSIXErrorDomain, with codes in the macOS numbering. NSFilePathErrorKey gives the path of the item; for a copy,
-/// that of the source.
+/// that of the source. No URL may be absent.
 class NSFileManager : public NSObject {
  public:
   NSFileManager() = default;

@@ -17,7 +17,7 @@ namespace zk {
 namespace {
 
 /// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is copied.
-constexpr off_t kLargestRequest = off_t{16} << 20;
+constexpr off_t kLargestRequest = off_t{8} << 20;
 constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
 

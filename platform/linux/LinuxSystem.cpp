@@ -3,6 +3,7 @@
 #include "linux/ProcessExistence.h"
 #include "linux/ProcessFacts.h"
 #include "objects/NSNumber.h"
+#include "objects/NeverDestroyed.h"
 #include "process/POSIXSystem.h"
 #include "system/Port.h"
 
@@ -63,8 +64,7 @@ class LinuxSystem final : public POSIXSystem {
 }  // namespace
 
 System& port::operatingSystem() {
-  // Never destroyed: objects that end after main() may still need it.
-  static LinuxSystem& system = *new LinuxSystem;
+  static LinuxSystem& system = neverDestroyed<LinuxSystem>();
   return system;
 }
 

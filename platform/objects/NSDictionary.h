@@ -40,7 +40,7 @@ class NSMutableDictionary final : public NSDictionary {
   /// An empty dictionary with room for `capacity` entries, or absent if there is no memory for it.
   static Ref<NSMutableDictionary> dictionaryWithCapacity(std::size_t capacity);
 
-  /// Puts `object` under the key `forKey`, replacing what was there.
+  /// `setObject:forKey:`: puts `object` under `forKey`, replacing what was there. Neither may be absent.
   void setObject(const Ref<NSObject>& object, const Ref<NSString>& forKey);
 };
 

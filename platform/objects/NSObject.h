@@ -19,7 +19,7 @@ struct ClassInfo {
 };
 using Class = const ClassInfo*;
 
-/// The name of `aClass` as text.
+/// The name of `aClass`, which must not be null, as text.
 Ref<NSString> NSStringFromClass(Class aClass);
 
 /// The root of all objects. Objects are shared through Ref and never copied.
@@ -35,7 +35,7 @@ class NSObject {
   /// Equal objects have equal hashes.
   virtual std::size_t hash() const;
 
-  /// The object as text, for "%@".
+  /// The object as text, for "%@". Never absent.
   virtual Ref<NSString> description() const;
 
   /// The object read as an unsigned 64-bit number, or nothing if its class has no such value.

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
 #include "objects/NSObject.h"
+#include "objects/NeverDestroyed.h"
 
 namespace zk {
 
@@ -47,7 +49,40 @@ inline std::size_t length(const Ref<NSString>& text) { return text ? text->lengt
 /// The object as a text, or absent when it is absent or no text.
 Ref<NSString> asString(const Ref<NSObject>& object);
 
+/// A text constant, "pid"_constant. Unlike a global Ref it needs neither construction nor destruction at run time, so
+/// it can be used before main() and after it. It stands for one NSString, made at its first use and never destroyed.
+class NSStringConstant {
+ public:
+  using Text = const Ref<NSString>& (*)();
+  constexpr explicit NSStringConstant(Text text) : text_(text) {}
+
+  operator const Ref<NSString>&() const { return text_(); }
+  operator Ref<NSObject>() const { return text_(); }
+  const NSString* operator->() const { return text_().get(); }
+  const NSString& operator*() const { return *text_(); }
+  /// Whether both are the same object, as for two Refs.
+  friend bool operator==(const Ref<NSObject>& left, const Ref<NSObject>& right) { return left.get() == right.get(); }
+
+ private:
+  Text text_;
+};
+
+/// The bytes of a literal, as a template's argument.
+template <std::size_t size>
+struct LiteralBytes {
+  constexpr LiteralBytes(const char (&literal)[size]) { std::copy_n(literal, size, bytes); }
+  char bytes[size];
+};
+
 inline namespace literals {
+template <LiteralBytes literal>
+constexpr NSStringConstant operator""_constant() {
+  return NSStringConstant([]() -> const Ref<NSString>& {
+    static const Ref<NSString>& text = neverDestroyed<Ref<NSString>>(NSString::stringWithUTF8String(literal.bytes));
+    return text;
+  });
+}
+
 /// A text literal: "pid"_ns.
 inline Ref<NSString> operator""_ns(const char* bytes, std::size_t count) {
   return NSString::stringWithBytes(std::string_view(bytes, count));

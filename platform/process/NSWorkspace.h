@@ -12,7 +12,8 @@ inline constexpr unsigned long NSWorkspaceLaunchAsync = 0x10000;
 inline constexpr unsigned long NSWorkspaceLaunchNewInstance = 0x80000;
 
 /// Key of a launch configuration: the application's arguments, a list of texts.
-extern const Ref<NSString> NSWorkspaceLaunchConfigurationArguments;
+inline constexpr NSStringConstant NSWorkspaceLaunchConfigurationArguments =
+    "NSWorkspaceLaunchConfigurationArguments"_constant;
 
 /// An application that was started.
 class NSRunningApplication final : public NSObject {

@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "files/NSFileManager.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/OutOfMemory.h"
 #include "process/HeldBackSignals.h"
 #include "process/LogSink.h"
@@ -26,7 +27,10 @@ namespace {
 constexpr long kSignalLatency = 100'000'000;
 constexpr long kNanosecondsPerSecond = 1'000'000'000;
 
-std::vector<std::string> processArguments;
+std::vector<std::string>& processArguments() {
+  static auto& arguments = neverDestroyed<std::vector<std::string>>();
+  return arguments;
+}
 
 /// The C library's own handle. Without one the library would crash, so callers fail with EINVAL instead.
 sem_t* handleOf(SemaphoreHandle semaphore) {
@@ -94,9 +98,9 @@ void POSIXSystem::sleepForTimeInterval(double seconds) {
   }
 }
 
-std::vector<std::string> POSIXSystem::arguments() { return processArguments; }
+std::vector<std::string> POSIXSystem::arguments() { return processArguments(); }
 
-void setProcessArguments(std::vector<std::string> arguments) { processArguments = std::move(arguments); }
+void setProcessArguments(std::vector<std::string> arguments) { processArguments() = std::move(arguments); }
 
 void POSIXSystem::log(const std::string& message) { writeLogLine(message); }
 

@@ -11,7 +11,7 @@ namespace zk {
 
 class NSFileManager;
 
-/// The bytes that the operating system's file calls expect for `text`.
+/// The bytes that the operating system's file calls expect for `text`; none if it is absent.
 std::string fileSystemRepresentation(const Ref<NSString>& text);
 
 /// The operating system's own text for a status of its interfaces, in static storage; null if it has none.
@@ -45,13 +45,17 @@ struct ProcessInfoRec {
 /// Asks ProcessInformationCopyDictionary for every kind of information.
 inline constexpr std::uint32_t kProcessDictionaryIncludeAllInformationMask = 0xFFFFFFFF;
 
-/// Keys of the process manager's information dictionary.
-extern const Ref<NSString> ZKBundlePathKey;         ///< text, "BundlePath": the bundle that the process runs from
-extern const Ref<NSString> kCFBundleIdentifierKey;  ///< text: that bundle's identifier
-extern const Ref<NSString> kCFBundleExecutableKey;  ///< text: path of the process's executable
-extern const Ref<NSString> ZKBundleMayChangeKey;    ///< present if the bundle may change while the process runs, and so
-                                                  ///< does not identify it: the executable was replaced on disk, or the
-                                                  ///< bundle was found through the arguments.
+// Keys of the process manager's information dictionary.
+
+/// Text: the bundle that the process runs from.
+inline constexpr NSStringConstant ZKBundlePathKey = "BundlePath"_constant;
+/// Text: that bundle's identifier.
+inline constexpr NSStringConstant kCFBundleIdentifierKey = "CFBundleIdentifier"_constant;
+/// Text: path of the process's executable.
+inline constexpr NSStringConstant kCFBundleExecutableKey = "CFBundleExecutable"_constant;
+/// Present if the bundle may change while the process runs, and so does not identify it: the executable was replaced on
+/// disk, or the bundle was found through the arguments.
+inline constexpr NSStringConstant ZKBundleMayChangeKey = "ZKBundleMayChange"_constant;
 
 /// What the operating system does for the rest of this code. This is the one seam between the two, and the one place
 /// where a test puts a stand-in. Each operation is a platform call under the platform's name. Decisions, and retries

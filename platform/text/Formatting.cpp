@@ -157,7 +157,7 @@ class Filler {
 }  // namespace
 
 Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const FormatArgument> arguments) {
-  std::string_view rest = format->bytes();
+  std::string_view rest = format ? std::string_view(format->bytes()) : std::string_view();
   std::string result;
   while (true) {
     const std::size_t percent = std::min(rest.find('%'), rest.size());

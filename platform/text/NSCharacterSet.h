@@ -45,11 +45,12 @@ class NSCharacterSet {
 class NSMutableCharacterSet final : public NSCharacterSet {
  public:
   NSMutableCharacterSet() = default;
+  /// Adds nothing for an absent text.
   void addCharactersInString(const Ref<NSString>& characters);
   void formUnionWithCharacterSet(const NSCharacterSet& other);
 };
 
-/// `text` without the characters of `set` at its two ends, by whole code points.
+/// `text` without the characters of `set` at its two ends, by whole code points; absent if `text` is.
 Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set);
 
 }  // namespace zk

@@ -8,6 +8,7 @@ namespace zk {
 /// Reads numbers from a text, one after the other.
 class NSScanner final : public NSObject {
  public:
+  /// `text` must not be absent.
   explicit NSScanner(Ref<NSString> text) : text_(std::move(text)) {}
 
   /// A scanner at the start of `text` that skips white space and line ends and ignores case; absent for an absent text.

@@ -8,11 +8,11 @@
 
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
-#include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/FrequentAlarm.h"
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk {
 namespace {
@@ -142,6 +142,7 @@ TEST(ZKPOSIXSemaphore, TryingATakenSemaphoreFailsAtOnceWithTheBusyError) {
 TEST(ZKPOSIXSemaphore, OnlyThePOSIXErrorWithCode35IsTheBusyError) {
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(nullptr));
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain(NSOSStatusErrorDomain, 35, nullptr)));
+  EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain(nullptr, 35, nullptr)));
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(POSIX::errorWithPOSIXCode(11, nullptr)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isBusyError(POSIX::errorWithPOSIXCode(35, nullptr)));
   // The domain is compared as text, not as an object.

@@ -27,6 +27,8 @@ class ChildProcess {
   pid_t pid() const { return pid_; }
   void signal(int number) const;
 
+  /// Waits until it sleeps inside a system call, or has ended.
+  void waitUntilAsleep() const;
   /// Waits for its end without reaping it: it stays a zombie.
   void waitUntilZombie() const;
   /// Waits for its end. @return its exit status, 0 if all went well; kEndedBySignal plus the signal's number if a
@@ -44,5 +46,10 @@ class ChildProcess {
 /// Runs `body` in a child process, for changes that a process cannot undo. @return its exit status, as
 /// ChildProcess::wait gives it
 int statusInChild(const std::function<void()>& body);
+
+/// The same, but stops the child before and after each of its system calls. `atStop` is called at each stop with
+/// the child's id and the number of the stop, from 0, and may send signals: whatever it does comes at that exact
+/// moment.
+int statusInTracedChild(const std::function<void()>& body, const std::function<void(pid_t pid, int stop)>& atStop);
 
 }  // namespace zk::test

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <barrier>
 #include <cerrno>
 #include <cstdio>
+#include <thread>
+#include <vector>
 
 #include "LanguageEnvironment.h"
 #include "objects/NSData.h"
@@ -173,7 +176,7 @@ TEST_F(NSBundleTest, HasAnExecutableWithItsOwnNameIfTheInfoNamesNone) {
 }
 
 TEST_F(NSBundleTest, RefusesAnExecutableOutsideItself) {
-  for (const char* name : {"/bin/sh", "..", "../x", "a/../../x", "a/..", "../../../bin/sh"}) {
+  for (const char* name : {"/bin/sh", "..", "../x", "./../x", "a/../../x", "a/..", ".", "../../../bin/sh"}) {
     write("X.app/Contents/Info.plist",
           "<plist><dict><key>CFBundleExecutable</key><string>" + std::string(name) + "</string></dict></plist>");
     EXPECT_EQ(executable("X.app"), "(absent)") << name;
@@ -187,6 +190,17 @@ TEST_F(NSBundleTest, MayHaveItsExecutableInAnInnerFolder) {
   write("X.app/Contents/Info.plist",
         "<plist><dict><key>CFBundleExecutable</key><string>bin/..x/program</string></dict></plist>");
   EXPECT_EQ(executable("X.app"), "X.app/Contents/MacOS/bin/..x/program");
+}
+
+TEST_F(NSBundleTest, MayHaveAnExecutableWhoseNameGoesBackAndStaysInside) {
+  // Only the name counts, not its folders: "sub" is a link that leads out of the bundle.
+  fs::create_directories(folder / "X.app/Contents/MacOS");
+  fs::create_directory_symlink("/", folder / "X.app/Contents/MacOS/sub");
+  for (const char* name : {"sub/../program", "./program", "a/b/../../program", "sub//./../program"}) {
+    write("X.app/Contents/Info.plist",
+          "<plist><dict><key>CFBundleExecutable</key><string>" + std::string(name) + "</string></dict></plist>");
+    EXPECT_EQ(fs::path(executable("X.app")).lexically_normal(), "X.app/Contents/MacOS/program") << name;
+  }
 }
 
 TEST_F(NSBundleTest, IsFoundFromItsExecutableInAnyLayout) {
@@ -350,6 +364,26 @@ TEST_F(TranslationTest, AMissingTranslationIsLookedForOnce) {
   EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
   translate("de", "greeting", "Hallo");
   EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
+}
+
+TEST_F(TranslationTest, IsReadOnceAlsoForSeveralThreads) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  translate("de", "greeting", "Hallo");
+  const Ref<NSBundle> app = bundle("X.app");
+  std::vector<std::string> found(8);
+  std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
+  {
+    std::vector<std::jthread> threads;
+    for (std::string& text : found) {
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        for (const Ref<NSString>& table : {"Localizable"_ns, "Other"_ns, "Another"_ns}) {
+          text += bytes(app->localizedStringForKey("greeting"_ns, nullptr, table)) + " ";
+        }
+      });
+    }
+  }
+  EXPECT_EQ(found, std::vector<std::string>(found.size(), "Hallo greeting greeting "));
 }
 
 TEST_F(TranslationTest, KeepsTheErrorNumber) {

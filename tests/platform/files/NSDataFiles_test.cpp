@@ -96,6 +96,7 @@ TEST(NSDataReading, ReadsAFileWhoseSizeIsNotReported) {
 TEST(NSDataReading, AnythingButAFileGivesNothing) {
   const TemporaryFolder folder;
   fs::create_symlink("loop", folder / "loop");
+  EXPECT_FALSE(read(nullptr));
   EXPECT_FALSE(read(folder.url("missing")));
   EXPECT_FALSE(read(folder.url("loop")));
   EXPECT_FALSE(read(folder.url()));
@@ -160,6 +161,8 @@ TEST(NSDataReading, ClosesWhatItOpens) {
   EXPECT_TRUE(writeToURL(NSData::dataWithBytes("new"), folder.url("file"), true));
   EXPECT_TRUE(writeToURL(NSData::dataWithBytes("new"), folder.url("file"), false));
   EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), folder.url(), true));
+  EXPECT_FALSE(writeToURL(nullptr, folder.url("file"), true));
+  EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), nullptr, true));
   EXPECT_EQ(openCount(), before);
 }
 

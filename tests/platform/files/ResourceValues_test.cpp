@@ -35,6 +35,7 @@ TEST(ResourceValues, LeavesTheValueAloneIfItCannotBeRead) {
   EXPECT_FALSE(getResourceValue(folder.url("missing"), value, NSURLIsPackageKey));
   EXPECT_FALSE(getResourceValue(folder.url(), value, "NSURLAnotherKey"_ns));
   EXPECT_FALSE(getResourceValue(folder.url(), value, nullptr));
+  EXPECT_FALSE(getResourceValue(nullptr, value, NSURLIsPackageKey));
   EXPECT_EQ(value, before);
 }
 

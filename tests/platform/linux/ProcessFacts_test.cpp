@@ -6,17 +6,15 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <set>
-#include <thread>
 
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
-#include "system/Port.h"
 #include "support/OwnMounts.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/Port.h"
 
 namespace zk::test {
 
@@ -193,11 +191,22 @@ TEST(CurrentFolderOfAProcess, IsKnownThoughTheFirstThreadHasEnded) {
 
 TEST(CurrentFolderOfAProcess, IsUnknownForNoProcess) { EXPECT_FALSE(currentFolderOf(idOfEndedProcess())); }
 
+std::string startTimeOf(pid_t pid) {
+  return statField(readProcFile(procFolder(pid) + "/stat").value(), kStatStartTime).value();
+}
+
+/// A process that was started later than the process `pid`, as the system counts time.
+std::unique_ptr<ChildProcess> makeLaterProcess(pid_t pid) {
+  auto later = makeWaitingProcess();
+  while (startTimeOf(later->pid()) == startTimeOf(pid)) later = makeWaitingProcess();
+  return later;
+}
+
 TEST(LaunchStamp, StaysTheSame) {
   const auto process = makeWaitingProcess();
   const std::optional<std::uint32_t> stamp = launchStampOf(process->pid());
   ASSERT_TRUE(stamp);
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  makeLaterProcess(process->pid());
   EXPECT_EQ(launchStampOf(process->pid()), stamp);
 }
 
@@ -206,7 +215,7 @@ TEST(LaunchStamp, StaysTheSameWhenTheProcessBecomesAnotherProgram) {
   const WaitingInput input;
   const ChildProcess process([&](const ChildProcess::TellReady&) {
     writeFile(folder / "stamp", std::to_string(launchStampOf(::getpid()).value()));
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    makeLaterProcess(::getpid());
     input.becomeProgram(kCat, kCat);
   });
   EXPECT_EQ(shownArgumentsOf(process.pid()), std::vector<std::string>{kCat});
@@ -222,8 +231,7 @@ TEST(LaunchStamp, StaysTheSameWhenTheFirstThreadHasEnded) {
 
 TEST(LaunchStamp, DiffersForProcessesStartedAtDifferentTimes) {
   const auto first = makeWaitingProcess();
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
-  const auto second = makeWaitingProcess();
+  const auto second = makeLaterProcess(first->pid());
   EXPECT_NE(launchStampOf(first->pid()), launchStampOf(second->pid()));
 }
 

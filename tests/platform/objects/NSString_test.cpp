@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "objects/NSNumber.h"
 
 namespace zk {
@@ -77,6 +79,34 @@ TEST(NSString, IsDistinguishedFromOtherObjects) {
   EXPECT_EQ(asString(text), text);
   EXPECT_FALSE(asString(nullptr));
   EXPECT_FALSE(asString(NSNumber::numberWithInt(1)));
+}
+
+constinit const NSStringConstant kConstant = "constant"_constant;
+constexpr NSStringConstant kAnother = "another"_constant;
+
+TEST(NSStringConstant, StandsForOneText) {
+  const Ref<NSString>& text = kConstant;
+  const Ref<NSObject> object = kConstant;
+  EXPECT_EQ(text->bytes(), "constant");
+  EXPECT_EQ(object, text);
+  EXPECT_EQ(kConstant->bytes(), "constant");
+  EXPECT_EQ((*kConstant).length(), 8U);
+}
+
+TEST(NSStringConstant, StandsWhereverATextOrAnObjectIsRead) {
+  EXPECT_EQ(length(kConstant), 8U);
+  EXPECT_EQ(asString(kConstant), kConstant);
+  EXPECT_TRUE(areEqual(kConstant, "constant"_ns));
+  EXPECT_TRUE("constant"_ns->isEqual(kConstant));
+  const std::vector<Ref<NSString>> list = {kConstant, kAnother, true ? kConstant : kAnother};
+  EXPECT_EQ(list.back(), kConstant);
+}
+
+TEST(NSStringConstant, IsComparedAsAnObject) {
+  EXPECT_TRUE(kConstant == kConstant);
+  EXPECT_FALSE(kConstant == kAnother);
+  EXPECT_FALSE(kConstant == nullptr);
+  EXPECT_FALSE(kConstant == "constant"_ns);
 }
 
 TEST(NSString, DoesNotReadAsANumber) { EXPECT_FALSE("5"_ns->unsignedLongLongValue().has_value()); }

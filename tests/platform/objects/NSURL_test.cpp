@@ -98,6 +98,7 @@ TEST(NSURL, AppendsAComponentAsItIs) {
 TEST(NSURL, AppendingGivesNothingIfThePathIsRefused) {
   EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent(NSString::stringWithBytes(std::string(4095, 'b'))));
   EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent("b\0c"_ns));
+  EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent(nullptr));
 }
 
 TEST(NSURL, IsEqualByItsPath) {

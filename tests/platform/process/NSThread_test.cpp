@@ -41,7 +41,7 @@ TEST(Sleep, LastsForEverWhenAskedTo) {
       tellReady();
       NSThread::sleepForTimeInterval(seconds);
     });
-    NSThread::sleepForTimeInterval(0.05);
+    process.waitUntilAsleep();
     process.signal(SIGKILL);
     EXPECT_EQ(process.wait(), kEndedBySignal + SIGKILL) << seconds << ": it has not slept";
   }

@@ -10,10 +10,10 @@
 #include <climits>
 #include <filesystem>
 
-#include "system/ErrorNumbers.h"
 #include "support/ChildProcess.h"
 #include "support/FrequentAlarm.h"
 #include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk::test {
 
@@ -134,11 +134,12 @@ TEST_F(POSIXSystemTest, ReportsEAGAINForATakenSemaphore) {
 
 TEST_F(POSIXSystemTest, WaitsUntilAnotherProcessGivesTheSemaphoreBack) {
   create(0);
-  ChildProcess other([this] {
-    ::usleep(100'000);
-    EXPECT_EQ(systemCalls().sem_post(handle), 0);
+  ChildProcess other([this](const ChildProcess::TellReady& tellReady) {
+    tellReady();
+    EXPECT_EQ(systemCalls().sem_wait(handle), 0);
   });
-  EXPECT_EQ(systemCalls().sem_wait(handle), 0);
+  other.waitUntilAsleep();
+  EXPECT_EQ(systemCalls().sem_post(handle), 0);
   EXPECT_EQ(other.wait(), 0);
   EXPECT_EQ(name.count(), 0);
 }

@@ -38,6 +38,7 @@ TEST(System, IsReachedThroughAForwardingSystem) {
 TEST(System, TakesTheBytesOfATextForItsFileName) {
   const Ref<NSString> text = NSString::stringWithBytes("\xFF\u20AC");
   EXPECT_EQ(fileSystemRepresentation(text), text->bytes());
+  EXPECT_EQ(fileSystemRepresentation(nullptr), "");
 }
 
 }  // namespace

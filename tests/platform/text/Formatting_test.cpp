@@ -42,6 +42,13 @@ TEST(Formatting, FillsConversionsInTheOrderOfTheArguments) {
   EXPECT_EQ(formatted("%d%d", 1, 2), "12");
 }
 
+TEST(Formatting, TakesConstantsAsFormatAndAsArgument) {
+  constexpr NSStringConstant kText = "a text: %@"_constant;
+  EXPECT_EQ(stringWithFormat(kText, kText)->bytes(), "a text: a text: %@");
+}
+
+TEST(Formatting, OfAnAbsentFormatIsEmpty) { EXPECT_EQ(stringWithFormat(nullptr, 1)->bytes(), ""); }
+
 TEST(Formatting, PrintsIntegersOfEverySize) {
   EXPECT_EQ(formatted("%d %i %u", -5, 7, 9U), "-5 7 9");
   EXPECT_EQ(formatted("%hhd %hd %ld %lld", 1, 2, 3L, 4LL), "1 2 3 4");

@@ -136,7 +136,9 @@ TEST(NSStringTrimming, LeavesTheTextItselfAsItWas) {
 TEST(NSStringTrimming, UsesTheGivenSet) {
   NSMutableCharacterSet dots;
   dots.addCharactersInString("."_ns);
+  dots.addCharactersInString(nullptr);
   EXPECT_EQ(stringByTrimmingCharactersInSet("..a. "_ns, dots)->bytes(), "a. ");
+  EXPECT_FALSE(stringByTrimmingCharactersInSet(nullptr, dots));
 }
 
 }  // namespace
