@@ -55,7 +55,7 @@ class NSBundle final : public NSObject {
 
   Ref<NSURL> bundleURL_;
   const BundleLayout* layout_;  ///< null for a plain folder
-  Ref<NSDictionary> info_;      ///< the Info.plist; empty when it cannot be read or is no dictionary
+  Ref<NSDictionary> info_;      ///< the Info.plist; empty if it cannot be read or is not a dictionary
   mutable std::mutex translationsLock_;
   mutable std::map<std::string, Ref<NSDictionary>> translations_;  ///< by table, read when first asked for
 };

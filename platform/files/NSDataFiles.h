@@ -7,8 +7,8 @@
 
 namespace zk {
 
-/// `dataWithContentsOfURL:`: the content of the regular file at `url`, links followed. Absent if `url` is absent, is not
-/// a regular file (a FIFO or a device does not block the call), cannot be read, or holds more than `mostBytes`.
+/// `dataWithContentsOfURL:`: the content of the regular file at `url`, links followed. Absent if `url` is absent, is
+/// not a regular file (a FIFO or a device does not block the call), cannot be read, or holds more than `mostBytes`.
 Ref<NSData> dataWithContentsOfURL(const Ref<NSURL>& url, std::size_t mostBytes);
 
 /// `writeToURL:atomically:`: writes `data` to the file at `url`, mode 0666 less the umask. With `atomically`, a reader

@@ -29,8 +29,8 @@ class NSURL final : public NSObject {
   /// What follows the last slash; the empty text for the root folder.
   Ref<NSString> lastPathComponent() const;
 
-  /// The path with a slash and `component` added as it is. Absent when that is absent, or when fileURLWithPath would
-  /// refuse the result.
+  /// The path with a slash and the unchanged `component` added. Absent if `component` is absent, or if fileURLWithPath
+  /// would refuse the result.
   Ref<NSURL> URLByAppendingPathComponent(const Ref<NSString>& component) const;
   /// `URLByAppendingPathComponent:isDirectory:`: the same; the hint makes no difference to a path here.
   Ref<NSURL> URLByAppendingPathComponent(const Ref<NSString>& component, bool isDirectory) const;

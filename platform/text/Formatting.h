@@ -31,8 +31,8 @@ class FormatArgument {
 /// `initWithFormat:locale:arguments:`, without a locale: fills the conversions of `format` (absent: the empty text):
 /// those of printf with their flags, widths, precisions and length modifiers (%d %i %u %o %x %X %c %s %p %e %E %f %F %g
 /// %G %a %A %%), and "%@" for an object's description. A conversion is left as it is if it has no argument or one of
-/// another kind, or if its width or precision is out of range. "*" is not supported. Reals have a decimal point in every
-/// locale.
+/// another kind, or if its width or precision is out of range. "*" is not supported. Reals have a decimal point in
+/// every locale.
 Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const FormatArgument> arguments);
 
 /// `stringWithFormat:`: the same with the arguments given one by one.

@@ -45,7 +45,7 @@ class NSCharacterSet {
 class NSMutableCharacterSet final : public NSCharacterSet {
  public:
   NSMutableCharacterSet() = default;
-  /// Adds nothing for an absent text.
+  /// Adds nothing if the text is absent.
   void addCharactersInString(const Ref<NSString>& characters);
   void formUnionWithCharacterSet(const NSCharacterSet& other);
 };

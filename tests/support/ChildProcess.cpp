@@ -70,7 +70,7 @@ ChildProcess::~ChildProcess() {
 void ChildProcess::signal(int number) const { ::kill(pid_, number); }
 
 void ChildProcess::waitUntilAsleep() const {
-  // The state follows the program's name, which stands in parentheses.
+  // The state follows the program's name, which is in parentheses.
   const auto state = [this] {
     std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
     std::string line;
@@ -110,7 +110,7 @@ int statusInTracedChild(const std::function<void()>& body, const std::function<v
     uninterrupted(
         [&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WEXITED | WSTOPPED | WNOWAIT); });
     if (event.si_code == CLD_EXITED || event.si_code == CLD_KILLED || event.si_code == CLD_DUMPED) return false;
-    // Only the stop is taken notice of: the end is for wait().
+    // Only the stop is consumed here; the end is left to wait().
     uninterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WSTOPPED); });
     return true;
   };

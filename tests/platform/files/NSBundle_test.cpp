@@ -366,7 +366,7 @@ TEST_F(TranslationTest, AMissingTranslationIsLookedForOnce) {
   EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
 }
 
-TEST_F(TranslationTest, IsReadOnceAlsoForSeveralThreads) {
+TEST_F(TranslationTest, IsReadOnceEvenForSeveralThreads) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   translate("de", "greeting", "Hallo");
   const Ref<NSBundle> app = bundle("X.app");

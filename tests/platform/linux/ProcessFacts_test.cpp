@@ -195,7 +195,7 @@ std::string startTimeOf(pid_t pid) {
   return statField(readProcFile(procFolder(pid) + "/stat").value(), kStatStartTime).value();
 }
 
-/// A process that was started later than the process `pid`, as the system counts time.
+/// A process that started later than the process `pid` by the system's clock.
 std::unique_ptr<ChildProcess> makeLaterProcess(pid_t pid) {
   auto later = makeWaitingProcess();
   while (startTimeOf(later->pid()) == startTimeOf(pid)) later = makeWaitingProcess();

@@ -84,7 +84,7 @@ TEST(NSString, IsDistinguishedFromOtherObjects) {
 constinit const NSStringConstant kConstant = "constant"_constant;
 constexpr NSStringConstant kAnother = "another"_constant;
 
-TEST(NSStringConstant, StandsForOneText) {
+TEST(NSStringConstant, IsAlwaysTheSameText) {
   const Ref<NSString>& text = kConstant;
   const Ref<NSObject> object = kConstant;
   EXPECT_EQ(text->bytes(), "constant");
@@ -93,7 +93,7 @@ TEST(NSStringConstant, StandsForOneText) {
   EXPECT_EQ((*kConstant).length(), 8U);
 }
 
-TEST(NSStringConstant, StandsWhereverATextOrAnObjectIsRead) {
+TEST(NSStringConstant, CanBeUsedAsATextOrAnObject) {
   EXPECT_EQ(length(kConstant), 8U);
   EXPECT_EQ(asString(kConstant), kConstant);
   EXPECT_TRUE(areEqual(kConstant, "constant"_ns));
@@ -102,7 +102,7 @@ TEST(NSStringConstant, StandsWhereverATextOrAnObjectIsRead) {
   EXPECT_EQ(list.back(), kConstant);
 }
 
-TEST(NSStringConstant, IsComparedAsAnObject) {
+TEST(NSStringConstant, IsComparedByIdentity) {
   EXPECT_TRUE(kConstant == kConstant);
   EXPECT_FALSE(kConstant == kAnother);
   EXPECT_FALSE(kConstant == nullptr);

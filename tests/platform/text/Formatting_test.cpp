@@ -47,7 +47,7 @@ TEST(Formatting, TakesConstantsAsFormatAndAsArgument) {
   EXPECT_EQ(stringWithFormat(kText, kText)->bytes(), "a text: a text: %@");
 }
 
-TEST(Formatting, OfAnAbsentFormatIsEmpty) { EXPECT_EQ(stringWithFormat(nullptr, 1)->bytes(), ""); }
+TEST(Formatting, GivesAnEmptyTextForAnAbsentFormat) { EXPECT_EQ(stringWithFormat(nullptr, 1)->bytes(), ""); }
 
 TEST(Formatting, PrintsIntegersOfEverySize) {
   EXPECT_EQ(formatted("%d %i %u", -5, 7, 9U), "-5 7 9");
