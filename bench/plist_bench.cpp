@@ -8,8 +8,8 @@
 #include <iostream>
 #include <string>
 
-#include "objects/NSURL.h"
 #include "files/NSDataFiles.h"
+#include "objects/NSURL.h"
 #include "plist/NSPropertyListSerialization.h"
 
 namespace zk {

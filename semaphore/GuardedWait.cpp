@@ -2,8 +2,8 @@
 #include "ZKPOSIXSemaphore.h"
 #include "objects/NSNumber.h"
 #include "objects/OutOfMemory.h"
-#include "system/ErrorNumbers.h"
 #include "process/NSThread.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk {
 

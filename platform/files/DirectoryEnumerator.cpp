@@ -58,7 +58,8 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
     if (packages_ == Packages::passedOver && isPackageName(entry.name)) return NSURL::Findings::none;
     std::vector<Entry> entries;
     if (read(Links::refused, entries)) return NSURL::Findings::none;
-    const bool mayBeBundle = std::ranges::any_of(entries, [](const Entry& held) { return isPartOfBundleLayout(held.name); });
+    const bool mayBeBundle =
+        std::ranges::any_of(entries, [](const Entry& held) { return isPartOfBundleLayout(held.name); });
     enter(std::move(entries));
     return mayBeBundle ? NSURL::Findings::none : NSURL::Findings::plainFolder;
   }

@@ -113,8 +113,7 @@ SystemError TreeCopy::copyRegular(const Entry& entry) {
   FileDescriptor file;
   struct stat status;
   if (const auto error = openFile(original(entry), file, status)) return error;
-  return copyOnce(entry, status,
-                  [&] { return copyFile(file.get(), status, copyOf(entry), surroundings(), state_); });
+  return copyOnce(entry, status, [&] { return copyFile(file.get(), status, copyOf(entry), surroundings(), state_); });
 }
 
 template <class CopyItem>

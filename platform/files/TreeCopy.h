@@ -30,9 +30,9 @@ class TreeCopy {
   /// A folder that the walk is in.
   struct Level {
     std::string name;
-    struct stat status;              ///< of the source folder
+    struct stat status;  ///< of the source folder
     std::vector<Entry> entries;
-    std::size_t next;                ///< the first entry not yet copied
+    std::size_t next;  ///< the first entry not yet copied
   };
 
   bool isAtTop() const { return levels_.empty(); }

@@ -16,7 +16,8 @@ namespace zk {
 
 namespace {
 
-/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is copied.
+/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is
+/// copied.
 constexpr off_t kLargestRequest = off_t{8} << 20;
 constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
@@ -38,8 +39,7 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
   off_t to = offset;
   while (means.mayCopyInKernel && from < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - from, kLargestRequest));
-    const ssize_t count =
-        uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
+    const ssize_t count = uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
     if (count <= 0) {
       if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
       return;

@@ -4,8 +4,8 @@
 
 #include <limits>
 
-#include "system/System.h"
 #include "support/Memory.h"
+#include "system/System.h"
 
 namespace zk {
 namespace {

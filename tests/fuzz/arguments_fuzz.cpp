@@ -7,8 +7,8 @@
 
 #include "fuzz/Fuzzing.h"
 #include "process/NSUserDefaults.h"
-#include "system/System.h"
 #include "support/ForwardingSystem.h"
+#include "system/System.h"
 
 namespace {
 

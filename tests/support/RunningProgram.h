@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 

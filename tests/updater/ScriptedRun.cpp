@@ -95,8 +95,8 @@ Ref<NSDictionary> ScriptedRun::ProcessInformationCopyDictionary(const ProcessSer
 
 void ScriptedRun::sleepForTimeInterval(double seconds) { sleeps.push_back(seconds); }
 
-bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable, const std::vector<std::string>& arguments,
-                         unsigned long options) {
+bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable,
+                         const std::vector<std::string>& arguments, unsigned long options) {
   events.emplace_back("launch");
   launchOptions = options;
   launched = {executable};

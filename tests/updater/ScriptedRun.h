@@ -56,7 +56,8 @@ class ScriptedRun : public ForwardingSystem {
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override;
   OSStatusCode GetProcessInformation(const ProcessSerialNumber&, ProcessInfoRec&) override { return -50; }
   void sleepForTimeInterval(double seconds) override;
-  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments, unsigned long options) override;
+  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long options) override;
   std::vector<std::string> arguments() override { return settings; }
   void log(const std::string& message) override { rawLog.push_back(message); }
   Ref<NSFileManager> makeFileManager() override;

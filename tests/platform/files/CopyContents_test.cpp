@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "FileItems.h"
-#include "system/Port.h"
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
 #include "support/TreeDescription.h"
+#include "system/FileDescriptor.h"
+#include "system/Port.h"
 
 namespace zk::test {
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 
 #include "FileItems.h"
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "FileItems.h"
-#include "system/FileDescriptor.h"
 #include "support/TreeDescription.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {

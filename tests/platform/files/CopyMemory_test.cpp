@@ -3,9 +3,9 @@
 #include <filesystem>
 
 #include "FileItems.h"
-#include "system/System.h"
 #include "support/Memory.h"
 #include "support/TreeDescription.h"
+#include "system/System.h"
 
 namespace zk::test {
 namespace {

@@ -7,10 +7,10 @@
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
 #include "linux/ProcessFacts.h"
-#include "system/System.h"
-#include "system/Port.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/Port.h"
+#include "system/System.h"
 
 namespace zk::test {
 

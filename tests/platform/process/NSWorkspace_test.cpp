@@ -5,9 +5,9 @@
 
 #include "objects/NSArray.h"
 #include "objects/NSNumber.h"
-#include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/TemporaryFolder.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk::test {
 
