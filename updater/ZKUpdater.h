@@ -8,7 +8,7 @@ namespace zk {
 
 /// One run of the installer: the application to be updated (the target), where its update is, and the two semaphores.
 /// runInstaller() runs the steps in their order. Each step returns whether it succeeded, and logs one line if it did
-/// not. A step that takes a semaphore first gives back the one that it took before.
+/// not. A step that takes a semaphore first releases the one that it took before.
 class ZKUpdater : public NSObject, public NSFileManagerDelegate {
  public:
   static Class classObject();

@@ -166,7 +166,7 @@ class Stage:
         (backup,) = [path for path in self.applications.iterdir() if path != self.target]
         for copy, original in ((backup, self.old), (self.target, self.update)):
             if tree(copy) != tree(original):
-                raise RuntimeError(f"{copy} is no copy of {original}")
+                raise RuntimeError(f"{copy} differs from {original}")
 
     def system_calls(self, run):
         """The number of system calls of a run for each regular file that it copies. Every file is copied twice."""

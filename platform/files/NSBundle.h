@@ -31,7 +31,7 @@ class NSBundle final : public NSObject {
   static Ref<NSBundle> mainBundle();
 
   const Ref<NSURL>& bundleURL() const { return bundleURL_; }
-  /// The text under CFBundleIdentifier in the Info.plist; absent when there is none.
+  /// The text under CFBundleIdentifier in the Info.plist; absent if there is none.
   Ref<NSString> bundleIdentifier() const;
   /// The path of the bundle's own program: <bundle>/Contents/MacOS/<name> or, in the other layouts, <bundle>/<name>.
   /// The name is the text under CFBundleExecutable, else the bundle's own name without its extension. Absent if the

@@ -94,7 +94,7 @@ LIVE = {
     "only its id": lambda holder: {"pid": holder.pid},
     "its id and path": lambda holder: {"pid": holder.pid, "executablePath": holder.path},
     "an empty path, which is not compared": lambda holder: {"pid": holder.pid, "executablePath": ""},
-    "an identifier, though it lies in no bundle": lambda holder: {"pid": holder.pid, "bundleId": "org.example.a"},
+    "an identifier, though it is not in a bundle": lambda holder: {"pid": holder.pid, "bundleId": "org.example.a"},
     "unknown keys": lambda holder: {"pid": holder.pid, "path": "/usr/bin/true", "mood": "good"},
 }
 

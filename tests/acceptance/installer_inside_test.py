@@ -1,4 +1,4 @@
-"""The installer may lie inside the bundle that it replaces."""
+"""The installer may be inside the bundle that it replaces."""
 
 import plistlib
 import shutil

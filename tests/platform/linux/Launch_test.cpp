@@ -148,7 +148,7 @@ TEST(Launch, ResetsTheSignals) {
               ::sigemptyset(&blocked);
               for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGRTMIN}) ::sigaddset(&blocked, number);
               ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
-              ::raise(SIGTERM);  // stays pending for ever
+              ::raise(SIGTERM);  // stays pending forever
 
               const Report report = reportOf();
               for (const char* set : {"SigPnd", "ShdPnd", "SigBlk", "SigIgn", "SigCgt"}) {

@@ -22,7 +22,7 @@ class SystemWithArguments final : public ForwardingSystem {
   std::vector<std::string> arguments_;
 };
 
-/// The text under `key` when the program is started with `arguments`; "(absent)" when there is none.
+/// The text under `key` when the program is started with `arguments`; "(absent)" if there is none.
 std::string text(std::vector<std::string> arguments, const char* key = "key") {
   arguments.insert(arguments.begin(), "program");
   SystemWithArguments system(std::move(arguments));
