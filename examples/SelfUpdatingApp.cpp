@@ -1,12 +1,12 @@
-// A small application that updates itself through the installer. It finds what a real one would know of itself in its
-// environment, which the installer hands on to the new version:
+// A small application that updates itself through the installer. What a real one would know by itself it takes from its
+// environment, which the installer passes on to the new version:
 //
 //   EXAMPLE_JOURNAL    the file it writes its diary to; a restarted application has no terminal
 //   EXAMPLE_INSTALLER  the installer's executable
 //   EXAMPLE_UPDATE     the folder that holds a new copy of its bundle
 //   EXAMPLE_SEMAPHORES what the names of the two semaphores begin with
 //
-// The README shows what stands between the two marks.
+// The README shows the part between the two marks.
 
 #include <cstdlib>
 #include <fstream>
@@ -35,10 +35,10 @@ bool waitUntilTaken(zk::ZKPOSIXSemaphore& semaphore) {
   return false;
 }
 
-/// Starts the installer. True: it is ready, now quit. False: it did not come up, go on with the old version.
+/// Starts the installer. True: it is ready, quit now. False: it did not come up, go on with the old version.
 /// @param lock the name of the update semaphore, always the same
 bool startUpdate(const std::string& installer, const std::string& updateFolder, const std::string& lock) {
-  // The installer semaphore needs a new name each time: one that a killed installer left taken would look ready.
+  // The installer semaphore gets a new name each time: an old one that a killed installer left taken would look ready.
   const std::string pid = std::to_string(::getpid());
   const auto now = std::chrono::system_clock::now().time_since_epoch().count();
   const std::string name = lock + "-" + pid + "-" + std::to_string(now);
@@ -78,7 +78,7 @@ void tell(const std::string& line) {
   std::ofstream(environment("EXAMPLE_JOURNAL"), std::ios::app) << text << std::endl;
 }
 
-/// Whether this start is not to update by itself: the installer asks for that when it starts the application again.
+/// Whether this start should not look for updates: the installer asks for that when it starts the application again.
 bool isAutoUpdateOff(int argumentCount, char** arguments) {
   for (int index = 1; index + 1 < argumentCount; ++index) {
     if (arguments[index] == kAutoUpdateKey && std::string_view(arguments[index + 1]) == "NO") return true;

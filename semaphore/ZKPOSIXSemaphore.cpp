@@ -8,7 +8,7 @@ namespace zk {
 
 namespace {
 
-/// Passes the result of a wait on; a failed one is explained when there is a place for it.
+/// Whether a wait succeeded. Explains a failure if there is a place for the error.
 bool waitResult(int result, Ref<NSError>* error) {
   if (result == 0) return true;
   if (error != nullptr) {
@@ -79,8 +79,7 @@ bool ZKPOSIXSemaphore::isBusyError(const Ref<NSError>& error) {
 }
 
 bool ZKPOSIXSemaphore::unlinkName(const Ref<NSString>& name, Ref<NSError>* /*error*/) {
-  // Plain UTF-8, not the file-system representation that opening uses: the two differ on some systems, and are kept
-  // apart.
+  // Plain UTF-8, deliberately not the file-system representation that opening uses. The two differ on some systems.
   return System::current().sem_unlink(name ? name->UTF8String() : "") == 0;
 }
 

@@ -8,7 +8,7 @@
 
 namespace zk {
 
-/// How a name that is a symbolic link is taken when a folder is opened.
+/// What to do if the folder to be opened is a symbolic link.
 enum class Links { followed, refused };
 
 /// Opens a folder for reading.
@@ -17,7 +17,7 @@ SystemError openFolder(Item item, Links links, FileDescriptor& folder);
 /// Opens a folder only to look up names in it, which needs only search permission.
 SystemError openFolderToSearch(Item item, Links links, FileDescriptor& folder);
 
-/// Opens a folder for reading; where its owner lacks that permission, grants it first.
+/// Opens a folder for reading. If its owner lacks that permission, grants it first.
 SystemError openOwnFolder(Item item, FileDescriptor& folder);
 
 /// Reads all entries of a folder that was just opened, in the order of their names' bytes.

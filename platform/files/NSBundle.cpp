@@ -16,7 +16,7 @@
 
 namespace zk {
 
-/// Where a bundle keeps its parts, as paths inside it.
+/// The paths of a bundle's parts inside it.
 struct BundleLayout {
   const char* info;
   const char* executables;
@@ -27,7 +27,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// In the order in which they are looked for.
+/// In the order in which they are tried.
 constexpr std::array<BundleLayout, 3> kLayouts = {{
     {"Contents/Info.plist", "Contents/MacOS", "Contents/Resources"},
     {"Resources/Info.plist", "", "Resources"},
@@ -37,10 +37,10 @@ constexpr std::array<BundleLayout, 3> kLayouts = {{
 constexpr std::size_t kLargestInfo = std::size_t{1} << 20;
 constexpr std::size_t kLargestTranslations = std::size_t{4} << 20;
 
-/// Whether a folder is only the inside of a bundle, by its name, though it may hold an Info.plist.
+/// Whether a folder, judging by its name, is only the inside of a bundle, even if it holds an Info.plist.
 bool isInside(const fs::path& folder) { return folder.filename() == "Contents" || folder.filename() == "Resources"; }
 
-/// The layout whose Info.plist lies in `folder` as a regular file, links followed; null when there is none.
+/// The layout whose Info.plist is a regular file in `folder`, links followed; null if there is none.
 const BundleLayout* layoutOf(const fs::path& folder) {
   if (isInside(folder)) return nullptr;
   for (const BundleLayout& layout : kLayouts) {
@@ -52,7 +52,7 @@ const BundleLayout* layoutOf(const fs::path& folder) {
 
 fs::path folderPath(const Ref<NSURL>& url) { return fileSystemRepresentation(url->path()); }
 
-/// The dictionary in a property-list file of at most `mostBytes`; an empty one when there is none.
+/// The dictionary in a property-list file of at most `mostBytes`; an empty one if there is none.
 Ref<NSDictionary> dictionaryInFile(const fs::path& path, std::size_t mostBytes) {
   const Ref<NSData> data = dataWithContentsOfURL(std::make_shared<NSURL>(path.string()), mostBytes);
   const Ref<NSDictionary> dictionary =
@@ -60,7 +60,7 @@ Ref<NSDictionary> dictionaryInFile(const fs::path& path, std::size_t mostBytes) 
   return dictionary ? dictionary : std::make_shared<NSDictionary>();
 }
 
-/// Whether a path leads to something inside the folder that it is taken from, links disregarded.
+/// Whether a relative path leads to something inside the folder that it starts from, ignoring links.
 bool staysInside(const std::string& text) {
   const fs::path path = fs::path(text).lexically_normal();
   const bool isWhole = text.find('\0') == std::string::npos;
@@ -68,7 +68,7 @@ bool staysInside(const std::string& text) {
   return isWhole && namesItem && path.is_relative() && *path.begin() != "..";
 }
 
-/// The folder of one kind of a bundle's parts; a plain folder keeps them all in itself.
+/// The folder for one kind of a bundle's parts; a plain folder keeps them all at its top.
 const char* partOf(const BundleLayout* layout, const char* BundleLayout::*part) {
   return layout == nullptr ? "" : layout->*part;
 }
@@ -140,7 +140,7 @@ Ref<NSDictionary> NSBundle::translations(const std::string& table) const {
   if (known) return known;
 
   std::vector<NSDictionary::Entry> entries;
-  // Of a key that several languages have, the last entry wins: the most wanted language goes in last.
+  // If several languages have a key, the last entry wins. So the preferred language is added last.
   std::vector<std::string> languages = wantedLanguages();
   std::reverse(languages.begin(), languages.end());
   for (const std::string& language : languages) {

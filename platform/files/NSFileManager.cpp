@@ -28,7 +28,7 @@ bool failed(SystemError systemError, const Ref<NSURL>& url, Ref<NSError>* error)
   return false;
 }
 
-/// When memory ran out there may be none for the error either; then it is not reported.
+/// When memory has run out, there may be none for the error either. Then none is reported.
 bool failedForMemory(const Ref<NSURL>& url, Ref<NSError>* error) {
   try {
     return failed(SystemError(ENOMEM), url, error);

@@ -14,7 +14,7 @@ namespace zk {
 
 namespace {
 
-/// How often a folder is read that others keep filling.
+/// How often to read a folder that others keep filling.
 constexpr int kMostRounds = 100;
 
 class TreeRemoval {
@@ -36,7 +36,7 @@ class TreeRemoval {
     return error;
   }
 
-  /// The path of the item that the removal has come to.
+  /// The path of the item that is being removed.
   std::string path() const {
     std::string path;
     for (const Level& level : levels_) path += level.name + "/";
@@ -46,7 +46,7 @@ class TreeRemoval {
  private:
   struct Level {
     std::string name;
-    std::vector<Entry> entries;  ///< what is still to be removed, the last first
+    std::vector<Entry> entries;  ///< still to be removed, in reverse order
     int round;                   ///< how often the folder was read
   };
 
@@ -56,9 +56,9 @@ class TreeRemoval {
 
   SystemError unlink(int flags) const { return errorOf(::unlinkat(current(), name_.c_str(), flags)); }
 
-  /// Removes the item or, when it is a folder that holds something, enters it. Tried first is what the entry says that
-  /// it is, then the other, since it may have changed since.
-  /// @param round how often the folder, if it is one, will have been read then
+  /// Removes the item, or enters it if it is a folder that is not empty. Tries what the entry says it is first, then the
+  /// other kind, since it may have changed meanwhile.
+  /// @param round how often a folder will have been read once it is entered
   SystemError removeItem(Entry entry, int round = 1) {
     name_ = std::move(entry.name);
     if (S_ISDIR(entry.type)) {
@@ -66,14 +66,14 @@ class TreeRemoval {
       if (!error.is(ENOTDIR)) return error;
     }
     const auto error = unlink(0);
-    // What the call says of a folder: EISDIR on Linux, EPERM elsewhere.
+    // The error for a folder: EISDIR on Linux, EPERM elsewhere.
     if (!error.is(EISDIR, EPERM)) return error;
     const auto folderError = removeFolder(round);
     return folderError.is(ENOTDIR) ? error : folderError;
   }
 
   SystemError removeFolder(int round) {
-    // Tried before the folder is entered, since this refuses a mount point untouched.
+    // Tried before entering the folder: this fails for a mount point and leaves it untouched.
     const auto error = unlink(AT_REMOVEDIR);
     return error.is(ENOTEMPTY, EEXIST) && round <= kMostRounds ? enterFolder(round) : error;
   }
@@ -83,7 +83,7 @@ class TreeRemoval {
     struct stat status;
     if (const auto error = openOwnFolder({current(), name_.c_str()}, folder)) return error;
     if (const auto error = errorOf(::fstat(folder.get(), &status))) return error;
-    // Where the mode is not ours to change, other permissions may do; if not, the first item in the folder says so.
+    // If we may not change the mode, other permissions may be enough. If they are not, removing the first item fails.
     if ((status.st_mode & S_IRWXU) != S_IRWXU) ::fchmod(folder.get(), (status.st_mode & kAllModeBits) | S_IRWXU);
 
     levels_.push_back({std::exchange(name_, {}), {}, round});

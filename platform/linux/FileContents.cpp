@@ -16,12 +16,13 @@ namespace zk {
 
 namespace {
 
-/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is copied.
+/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is
+/// copied.
 constexpr off_t kLargestRequest = off_t{8} << 20;
 constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
 
-/// An error that says that these two file systems will never do it.
+/// Whether the error means that these two file systems will never do it.
 bool isForGood(SystemError error) { return isUnsupported(error) || error.is(EXDEV, ENOTTY); }
 
 bool sharesBlocks(int source, int destination, port::CopyMeans& means) {
@@ -31,15 +32,14 @@ bool sharesBlocks(int source, int destination, port::CopyMeans& means) {
   return !error;
 }
 
-/// Copies from `offset` up to `end` or the end of the file inside the kernel, as far as that goes. It may be refused,
-/// by the file system or a filter, and it reads nothing from files whose contents are made up when they are read.
+/// Copies inside the kernel, from `offset` up to `end` or the end of the file, as far as it gets. The file system or a
+/// filter may refuse it, and files whose contents are made up on reading yield nothing.
 void copyInsideKernel(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
   off_t from = offset;
   off_t to = offset;
   while (means.mayCopyInKernel && from < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - from, kLargestRequest));
-    const ssize_t count =
-        uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
+    const ssize_t count = uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
     if (count <= 0) {
       if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
       return;
@@ -50,8 +50,8 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
   }
 }
 
-/// The same through this process, which either does it or tells why it cannot be done. Both files are read and written
-/// where they stand.
+/// The same through a buffer, which either succeeds or returns an error. Both files are used at their current
+/// positions.
 SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
   std::array<char, kBufferSize> buffer;
   while (offset < end) {
@@ -78,8 +78,8 @@ struct Stretch {
   off_t end;
 };
 
-/// The next stretch at or behind `offset` that is no hole, as far as the file system can tell; empty, at the end, when
-/// there is none.
+/// The next stretch at or after `offset` that is not a hole, as far as the file system knows; if there is none, an
+/// empty one at the end.
 Stretch nextData(int source, off_t offset, off_t end) {
   const off_t data = ::lseek(source, offset, SEEK_DATA);
   if (data < 0) return errno == ENXIO ? Stretch{end, end} : Stretch{offset, end};
@@ -96,7 +96,7 @@ SystemError copyData(int source, int destination, off_t end, port::CopyMeans& me
     if (const auto error = copyRange(source, destination, offset, data.end, means)) return error;
     if (offset < data.end) end = offset;
   }
-  // A hole at the end was not written, and what was cut off meanwhile is no hole.
+  // A hole at the end was not written. But if the source was cut short meanwhile, what is missing is not a hole.
   struct stat now;
   if (const auto error = errorOf(::fstat(source, &now))) return error;
   return errorOf(uninterrupted([&] { return ::ftruncate(destination, std::min(end, now.st_size)); }));
@@ -104,7 +104,7 @@ SystemError copyData(int source, int destination, off_t end, port::CopyMeans& me
 
 SystemError copyInto(int source, const struct stat& status, int destination, port::CopyMeans& means) {
   off_t offset = 0;
-  // A file of no size may still have contents: those under /proc are made up when they are read.
+  // A file of size 0 may still have contents: those under /proc are made up on reading.
   if (status.st_size == 0) {
     return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
   }

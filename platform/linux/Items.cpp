@@ -8,7 +8,7 @@
 
 namespace zk {
 
-// Names on disk are bytes here, whatever they mean.
+// Names on disk are plain bytes here.
 std::string port::fileSystemRepresentation(std::string_view text) { return std::string(text); }
 
 int port::flagsToSearch() { return O_PATH; }

@@ -4,27 +4,27 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "system/FileDescriptor.h"
 #include "process/POSIXSystem.h"
+#include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 
 namespace zk {
 
 namespace {
 
-/// The descriptor under which the new process tells how far it came: the first behind the standard ones, so that every
-/// one above it can be closed.
+/// The descriptor on which the new process reports how far it got. It is the first after the standard ones, so that all
+/// above it can be closed.
 constexpr int kReportDescriptor = STDERR_FILENO + 1;
 
-/// Writes a word: one when nothing but the program is to come, another when that could not be executed. The program's
-/// start closes the report, as any other end of this process does.
+/// Writes one word of the report: the first right before the program is executed, a second if that failed. The report
+/// is closed when the program starts or this process ends.
 void tell(int report) {
   const char word = 1;
   [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
 }
 
-/// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor
-/// then, and finds one even where the limit leaves no other.
+/// Replaces the standard streams with /dev/null. They are closed first: open() then takes the lowest free descriptor,
+/// and finds one even if the limit leaves no other.
 bool openStandardStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) ::close(stream);
   return ::open("/dev/null", O_RDWR) == STDIN_FILENO && ::dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO &&
@@ -46,7 +46,7 @@ bool openStandardStreams() {
   ::_exit(127);
 }
 
-/// Reads the report to its end: the program runs when the first word came and not the second.
+/// Reads the report to its end. The program is running if exactly one word came.
 bool isRunning(int report) {
   int words = 0;
   char word;

@@ -42,7 +42,7 @@ class LinuxSystem final : public POSIXSystem {
     information->setObject(found.bundle->bundleURL()->path(), ZKBundlePathKey);
     const Ref<NSString> identifier = found.bundle->bundleIdentifier();
     if (identifier) information->setObject(identifier, kCFBundleIdentifierKey);
-    if (executable->isReplaced || found.isToldFromArguments) {
+    if (executable->isReplaced || found.isFromArguments) {
       information->setObject(NSNumber::numberWithBool(true), ZKBundleMayChangeKey);
     }
     return information;

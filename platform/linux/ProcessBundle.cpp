@@ -12,11 +12,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// How many arguments are looked at: a process shows what it likes, and as much of it.
+/// How many arguments are looked at: a process can show as many as it likes.
 constexpr std::size_t kMostArguments = 16;
 
-/// What an interpreter or a loader runs: the first of its arguments that names a file. Options do not, nor do the
-/// values that most of them have. Nothing where there is none.
+/// What an interpreter or a loader runs: the first of its arguments that names a file. Options do not name files, and
+/// neither do most of their values. Nothing if no argument does.
 std::optional<fs::path> scriptOf(std::int32_t pid) {
   const std::vector<std::string> arguments = shownArgumentsOf(pid);
   const fs::path folder = currentFolderOf(pid).value_or("/");
@@ -44,8 +44,8 @@ ProcessBundle bundleOfProcess(std::int32_t pid, const Executable& executable) {
   const Ref<NSBundle> around = NSBundle::bundleAroundExecutable(NSString::stringWithBytes(executable.path));
   if (around) return {around, false};
 
-  // Nothing tells an interpreter from other programs but that it runs what its arguments name. A program that only
-  // works on a bundle's own executable is taken for one, too; no record holds what was told this way.
+  // There is no sure sign of an interpreter; we go by its arguments. So a program that merely works on a bundle's own
+  // executable is taken for an interpreter, too. No record ever holds a bundle that was found this way.
   const std::optional<fs::path> script = scriptOf(pid);
   const Ref<NSBundle> bundle = script ? bundleOfProgram(*script) : nullptr;
   return {bundle, bundle != nullptr};

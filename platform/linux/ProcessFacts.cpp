@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::string_view kDeletedNote = " (deleted)";
 
-/// The folders under /proc that tell of a process: its own, then those of its threads. The first thread's and the
-/// process's own tell nothing once that thread has ended, though others still run.
+/// The folders under /proc that describe a process: its own, then those of its threads. Once the first thread has
+/// ended, its folder and the process's own are of no use, even if other threads still run.
 std::vector<std::string> foldersOf(std::int32_t pid) {
   std::vector<std::string> folders{procFolder(pid)};
   std::error_code error;
@@ -69,7 +69,7 @@ std::uint32_t hashOf(std::string_view text) {
 std::optional<Executable> executableOf(std::int32_t pid) {
   std::optional<ProcLink> link = processLink(pid, "/exe");
   if (!link) return std::nullopt;
-  // The link leads to the file itself, whatever became of its name.
+  // The link leads to the file itself, whatever has become of the file's name.
   if (isSameFile(link->path, link->target)) return Executable{link->target, false};
   if (link->target.ends_with(kDeletedNote)) link->target.resize(link->target.size() - kDeletedNote.size());
   return Executable{link->target, true};

@@ -24,8 +24,7 @@ class NSError final : public NSObject {
  public:
   NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo);
 
-  /// `errorWithDomain:code:userInfo:`. An absent dictionary reads as an empty one. An error without a domain, too, is
-  /// an error.
+  /// `errorWithDomain:code:userInfo:`. An absent dictionary becomes an empty one. The domain may be absent.
   static Ref<NSError> errorWithDomain(const Ref<NSString>& domain, long code, const Ref<NSDictionary>& userInfo);
 
   const Ref<NSString>& domain() const { return domain_; }

@@ -13,7 +13,7 @@ class NSString;
 template <class T>
 using Ref = std::shared_ptr<T>;
 
-/// What is known of a class at run time: its name.
+/// What is known about a class at run time: its name.
 struct ClassInfo {
   const char* name;
 };
@@ -29,7 +29,7 @@ class NSObject {
   NSObject& operator=(const NSObject&) = delete;
   virtual ~NSObject() = default;
 
-  /// Whether `object` (may be absent) stands for the same value; of the root class, whether it is the same object.
+  /// Whether `object` (may be absent) has the same value. For the root class: whether it is the same object.
   virtual bool isEqual(const Ref<NSObject>& object) const;
 
   /// Equal objects have equal hashes.
@@ -38,7 +38,7 @@ class NSObject {
   /// The object as text, for "%@". Never absent.
   virtual Ref<NSString> description() const;
 
-  /// The object read as an unsigned 64-bit number, or nothing when its class does not answer that question.
+  /// The object read as an unsigned 64-bit number, or nothing if its class has no such value.
   virtual std::optional<std::uint64_t> unsignedLongLongValue() const { return std::nullopt; }
 
  protected:

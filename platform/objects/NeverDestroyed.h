@@ -4,7 +4,7 @@
 
 namespace zk {
 
-/// Makes an object that lasts to the end of the process. For what a static object's destructor may still use:
+/// Makes an object that is never destroyed, for things that a static object's destructor may still use:
 ///
 ///   static const Ref<NSBundle>& shared = neverDestroyed<Ref<NSBundle>>(...);
 template <class T, class... Arguments>

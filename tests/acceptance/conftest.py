@@ -1,4 +1,4 @@
-"""The built installer is looked for in the folder that ZK_BUILD names, by default `build` in this checkout."""
+"""The tests use the installer in the build folder that ZK_BUILD names, by default `build` in this checkout."""
 
 import os
 import re
@@ -32,7 +32,7 @@ def build():
 
 @pytest.fixture(scope="session")
 def sanitizers(build):
-    """The sanitizers that everything was built with, none as a rule."""
+    """The sanitizers that everything was built with, usually none."""
     found = re.search(r"^ZK_SANITIZE:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.MULTILINE)
     return found[1].split(",") if found and found[1] else []
 
@@ -46,7 +46,7 @@ def installer(build):
 
 @pytest.fixture(scope="session")
 def application(build):
-    """The program of all the bundles that are installed here."""
+    """The program in every bundle that the tests install."""
     cache = (build / "CMakeCache.txt").read_text()
     compiler = re.search(r"^CMAKE_CXX_COMPILER:\w+=(.*)$", cache, re.MULTILINE)[1]
     folder = Path(tempfile.mkdtemp(prefix="zk-acceptance-"))

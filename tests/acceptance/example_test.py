@@ -1,4 +1,4 @@
-"""The application in examples/, as a host that does what the documents recommend."""
+"""The application in examples/ as a host that does what the documents recommend."""
 
 import os
 import signal
@@ -40,14 +40,14 @@ class Example:
         return int((self.scene.folder / "pid").read_text())
 
     def journal(self, version):
-        """What a version has told so far, without who told it."""
+        """What a version has printed so far, without the prefix that names it."""
         if not self.journal_path.exists():
             return []
         lines = self.journal_path.read_text().splitlines()
         return [line.partition("]: ")[2] for line in lines if line.startswith(f"version {version} ")]
 
     def names(self):
-        """The semaphores of this application that the system holds."""
+        """The semaphores of this application that exist."""
         return [path.name.removeprefix("sem.") for path in Path("/dev/shm").glob(f"sem.{self.semaphores}-*")]
 
     def remove_names(self):
@@ -75,8 +75,8 @@ def test_it_updates_itself_and_leaves_only_the_name_of_the_lock(example):
     assert example.names() == [example.lock.name]
 
 
-def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_semaphore(example):
-    # The taken lock keeps the first installer waiting, with the installer semaphore held.
+def test_it_updates_itself_even_after_an_installer_was_killed_with_its_semaphore_held(example):
+    # The taken lock keeps the first installer waiting while it holds the installer semaphore.
     example.lock.create(taken=True)
     assert example.start().wait(30) == 0
     assert example.journal(1)[-1] == "the installer is ready; quits"
@@ -90,5 +90,5 @@ def test_it_goes_on_with_the_old_version_and_ends_an_installer_that_does_not_com
     example.installer.write_text(f'#!/bin/sh\necho $$ >"{example.scene.folder}/pid"\nexec sleep infinity\n')
     assert example.start().wait(30) == 1
     assert example.journal(1)[-1] == "the installer did not come up; goes on as it is"
-    assert example.names() == [], "and leaves no semaphore"
+    assert example.names() == [], "no semaphore is left"
     assert not Path(f"/proc/{example.installer_pid()}").exists()

@@ -74,7 +74,7 @@ def test_it_leaves_the_old_version_complete_in_its_place_or_in_the_backup_and_th
     scene.end_target()
     assert run.status() == -signal.SIGKILL
 
-    # The backup's date tells whether it is finished.
+    # The backup's date shows whether it is finished.
     finished = [path for path in scene.backups() if path.stat().st_mtime_ns == old_date]
     assert len(finished) == moment.is_backed_up
     assert all(Bundle(path).tree() == old for path in finished)

@@ -5,9 +5,9 @@
 
 namespace zk::test {
 
-/// An object for static storage. It uses what the libraries offer when it is made and again when it is destroyed, and
-/// keeps some of it in between. Prints its name and the occasion each time; ends the process with status 1 when
-/// something does not work.
+/// An object for static storage. It uses the libraries when it is made and again when it is destroyed, and keeps some
+/// of their objects in between. Each time it prints its name and the occasion. If something does not work, it ends the
+/// process with status 1.
 class StaticObject {
  public:
   explicit StaticObject(const char* name);

@@ -1,4 +1,4 @@
-// A program for the tests of static objects: one is linked before the libraries and one after them.
+// A program for the tests of static objects. One of them is linked before the libraries and one after them.
 
 #include <cstdio>
 

@@ -20,7 +20,7 @@ void expectText(const Ref<NSString>& actual, const char* expected, long number) 
   }
 }
 
-TEST(FailureReasons, OfOpeningDependOnWhetherCreationWasAskedFor) {
+TEST(FailureReasons, DependOnTheCreateFlagForOpening) {
   struct Row {
     long number;
     const char* withCreate;
@@ -46,14 +46,14 @@ TEST(FailureReasons, OfOpeningDependOnWhetherCreationWasAskedFor) {
   }
 }
 
-TEST(FailureReasons, OfWaiting) {
+TEST(FailureReasons, AreKnownForWaiting) {
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(4), "The call was interrupted by a signal.", 4);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(11), "A deadlock was detected.", 11);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(22), "Not a valid semaphore descriptor.", 22);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(35), "The semaphore is already locked.", 35);
 }
 
-TEST(FailureReasons, OfUnlinking) {
+TEST(FailureReasons, AreKnownForUnlinking) {
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(2), "The named semaphore does not exist.", 2);
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(13), "Permission is denied to remove the semaphore.", 13);
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(63), "Name exceeded SEM_NAME_LEN characters.", 63);
@@ -75,7 +75,7 @@ TEST(FailureReasons, AreAbsentForEveryOtherNumber) {
       expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(number), kAbsent, number);
     }
   }
-  // A number that only looks like one of the table's when it is cut to fewer bits.
+  // A number that matches the table only if it is cut to fewer bits.
   const long wide = (1L << 32) + 2;
   expectText(ZKPOSIXSemaphore::semaphoreOpenErrorReason(wide, false), kAbsent, wide);
 }

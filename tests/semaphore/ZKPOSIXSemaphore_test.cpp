@@ -31,7 +31,7 @@ std::string reasonOf(const Ref<NSError>& error) {
   return reason ? reason->bytes() : "(absent)";
 }
 
-/// Counts closes and posts, and notes what sem_open was called with.
+/// Counts closes and posts, and records what sem_open was called with.
 class CountingSystem : public ForwardingSystem {
  public:
   struct Open {
@@ -112,7 +112,7 @@ TEST(ZKPOSIXSemaphore, CreatingOpensAnExistingSemaphoreWithoutResettingItsCount)
   EXPECT_EQ(name.count(), 0);
 }
 
-TEST(ZKPOSIXSemaphore, PassesTheFlagsModeAndValueThatEachCallerMeans) {
+TEST(ZKPOSIXSemaphore, PassesOnTheFlagsModeAndValueOfEachCall) {
   CountingSystem system;
   const System::Scope scope(system);
   const SemaphoreName name;
@@ -151,7 +151,7 @@ TEST(ZKPOSIXSemaphore, OnlyThePOSIXErrorWithCode35IsTheBusyError) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain("NSPOSIXErrorDomain"_ns, 35, nullptr)));
 }
 
-TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
+TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorJustReturnsFalse) {
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   EXPECT_FALSE(semaphore->tryWait());
@@ -239,7 +239,7 @@ TEST(ZKPOSIXSemaphore, AnOpenErrorCarriesTheReasonForCreating) {
   EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
 }
 
-TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonOfItsOwnHasADescriptionOnly) {
+TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonHasOnlyADescription) {
   class FailingSystem : public ForwardingSystem {
    public:
     SemaphoreHandle sem_open(const char*, int, std::uint16_t, std::size_t) override {
@@ -266,7 +266,7 @@ TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonOfItsOwnHasADescriptionOnly) {
   expectDescriptionOnly(waitError, "Operation not permitted");
 }
 
-TEST(ZKPOSIXSemaphore, AValueAboveAllThatTheSystemKnowsIsRefusedAndNotCut) {
+TEST(ZKPOSIXSemaphore, AValueBeyondTheSystemsLimitIsRefusedAndNotCut) {
   const SemaphoreName name;
   Ref<NSError> error;
   EXPECT_EQ(create(name, (std::size_t{1} << 32) + 1, false, &error), nullptr);
@@ -343,7 +343,7 @@ TEST(ZKPOSIXSemaphore, AFactorysObjectLivesUntilTheScopeOfTemporaryObjectsCloses
   EXPECT_EQ(system.closes, 3);
 }
 
-TEST(ZKPOSIXSemaphore, AFailedPostIsFalse) {
+TEST(ZKPOSIXSemaphore, AFailedPostReturnsFalse) {
   const auto closed = ZKPOSIXSemaphore::init();
   EXPECT_FALSE(closed->post());
 }

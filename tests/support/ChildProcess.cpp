@@ -18,7 +18,7 @@
 #include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 
-// There in a build with coverage only: what the child has covered is written by no one else.
+// Exists only in a build with coverage. Nobody else writes down what the child has covered.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name
 extern "C" int __llvm_profile_write_file() __attribute__((weak));
 
@@ -26,7 +26,7 @@ namespace zk::test {
 
 namespace {
 
-/// Ends without running what the parent has registered for its own end.
+/// Ends the child without running the parent's exit handlers.
 [[noreturn]] void endChild() {
   std::fflush(nullptr);
   if (__llvm_profile_write_file != nullptr) __llvm_profile_write_file();
@@ -45,7 +45,7 @@ ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("no child process");
   if (pid_ == 0) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it is not left behind by a test that is ended itself
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it does not outlive a test that is killed
     reading.reset();
     body([&writing] { writing.reset(); });
     endChild();
@@ -70,7 +70,7 @@ ChildProcess::~ChildProcess() {
 void ChildProcess::signal(int number) const { ::kill(pid_, number); }
 
 void ChildProcess::waitUntilAsleep() const {
-  // The state follows the program's name, which stands in parentheses.
+  // The state follows the program's name, which is in parentheses.
   const auto state = [this] {
     std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
     std::string line;
@@ -110,7 +110,7 @@ int statusInTracedChild(const std::function<void()>& body, const std::function<v
     uninterrupted(
         [&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WEXITED | WSTOPPED | WNOWAIT); });
     if (event.si_code == CLD_EXITED || event.si_code == CLD_KILLED || event.si_code == CLD_DUMPED) return false;
-    // Only the stop is taken notice of: the end is for wait().
+    // Only the stop is consumed here; the end is left to wait().
     uninterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WSTOPPED); });
     return true;
   };

@@ -4,7 +4,7 @@
 
 namespace zk::test {
 
-/// An updater that no look-up has made: its fields are what a test sets.
+/// An updater made without any look-up: a test sets its fields.
 class BareUpdater : public ZKUpdater {
  public:
   using ZKUpdater::initTargetInfo;

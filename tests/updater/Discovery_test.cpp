@@ -54,7 +54,7 @@ TEST_F(Discovery, FailsWithoutAPid) {
   EXPECT_TRUE(run.checkedPids.empty());
 }
 
-TEST_F(Discovery, UsesTheLow32BitsOfThePidAlsoWhenTheyAreNegative) {
+TEST_F(Discovery, UsesTheLow32BitsOfThePidEvenIfTheyAreNegative) {
   run.existence = [](int) { return procNotFound; };
   // The last one is read as 2^63 - 1.
   for (const char* pid : {"4294967297", "-5", "4294967295", "18446744073709551616000"}) {
@@ -64,20 +64,20 @@ TEST_F(Discovery, UsesTheLow32BitsOfThePidAlsoWhenTheyAreNegative) {
   EXPECT_EQ(run.checkedPids, (std::vector<std::int32_t>{1, -5, -1, -1}));
 }
 
-TEST_F(Discovery, FailsWhenTheProcessDoesNotExistOrCannotBeLookedUp) {
+TEST_F(Discovery, FailsIfTheProcessDoesNotExistOrCannotBeLookedUp) {
   for (const OSStatusCode status : {procNotFound, -50, 1}) {
     run.existence = [status](int) { return status; };
     EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process serial number.");
   }
 }
 
-TEST_F(Discovery, FailsWithoutInformationOnTheProcess) {
+TEST_F(Discovery, FailsWithoutInformationAboutTheProcess) {
   run.existence = [](int) { return noErr; };
   run.information = nullptr;
   EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process info.");
 }
 
-TEST_F(Discovery, FailsForAProcessThatRunsFromNoBundle) {
+TEST_F(Discovery, FailsForAProcessThatDoesNotRunFromABundle) {
   run.existence = [](int) { return noErr; };
   setInformation(nullptr, "com.example.a"_ns);
   EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle path.");
@@ -103,7 +103,7 @@ TEST_F(Discovery, FailsWithoutAnUpdatePath) {
   EXPECT_EQ(failureOfCreation(), "Error: Invalid update path.");
 }
 
-TEST_F(Discovery, FailsWhenNoURLCanBeMadeOfTheUpdatePath) {
+TEST_F(Discovery, FailsIfTheUpdatePathCannotBecomeAURL) {
   run.existence = [](int) { return noErr; };
   setUpdatePath("/" + std::string(5000, 'x'));
   EXPECT_EQ(failureOfCreation(), "Error: Invalid update directory.");
@@ -122,7 +122,7 @@ class UpdateBundle : public Discovery {
   void makeBundle(const std::string& place, const std::string& identifier = "com.example.a") {
     test::writeFile(folder / (place + "/Contents/Info.plist"), "{CFBundleIdentifier = \"" + identifier + "\";}");
   }
-  /// The bundle found, as a path below the update directory; "none" when there is none.
+  /// The bundle found, as a path below the update directory; "none" if there is none.
   std::string found() {
     run.events.clear();
     run.rawLog.clear();
@@ -144,13 +144,13 @@ class UpdateBundle : public Discovery {
   test::TemporaryFolder folder;
 };
 
-TEST_F(UpdateBundle, IsTheFolderNamedLikeTheTargetWhateverItsIdentifier) {
+TEST_F(UpdateBundle, IsTheFolderWithTheTargetsNameWhateverItsIdentifier) {
   makeBundle("A.app", "com.example.other");
   makeBundle("0.app");
   EXPECT_EQ(found(), "A.app");
 }
 
-TEST_F(UpdateBundle, IsFoundByIdentifierBesideAPlainFileNamedLikeTheTarget) {
+TEST_F(UpdateBundle, IsFoundByIdentifierBesideAPlainFileWithTheTargetsName) {
   test::writeFile(folder / "A.app", "a file");
   makeBundle("deep/er/B.app");
   EXPECT_EQ(found(), "deep/er/B.app");
@@ -176,7 +176,7 @@ TEST_F(UpdateBundle, IsNeverFoundInsideAnotherPackage) {
   EXPECT_EQ(found(), "none");
 }
 
-TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
+TEST_F(UpdateBundle, HasTheWholeIdentifierInTheSameCase) {
   makeBundle("B.app", "com.example.A");
   makeBundle("C.app", "com.example.a2");
   makeBundle("D.app", "com.example.");
@@ -184,7 +184,7 @@ TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
 }
 
 TEST_F(UpdateBundle, IsNotSearchedForWithoutATargetIdentifier) {
-  // These are there to be taken for a match: a folder without an identifier, a bundle whose identifier is empty.
+  // These two must not be mistaken for a match: a folder without an identifier, and a bundle whose identifier is empty.
   std::filesystem::create_directory(folder / "plain");
   makeBundle("B.app", "");
   test::BareUpdater updater;
@@ -204,7 +204,7 @@ TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
   EXPECT_EQ(found(), "none");
 }
 
-TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
+TEST_F(UpdateBundle, IsSearchedByIdentifierIfTheTargetHasNoName) {
   makeBundle("A.app");
   test::BareUpdater updater;
   updater.targetBundleURL = NSURL::fileURLWithPath("/"_ns);
@@ -214,8 +214,8 @@ TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
   EXPECT_EQ(updater.updateBundleURL()->lastPathComponent()->bytes(), "A.app") << "not the update folder itself";
 }
 
-TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
-  // A chain of folders whose innermost item has a path that is too long to be looked at by.
+TEST_F(UpdateBundle, IsFoundAfterAnItemThatCannotBeInspected) {
+  // A chain of folders whose innermost item has a path too long to use.
   const std::string name(250, 'a');
   int current = ::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY);
   for (std::size_t pathLength = folder.path().string().size(); pathLength <= kLongestPath;
@@ -231,7 +231,7 @@ TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
   EXPECT_TRUE(NSFileManager::defaultManager()->removeItemAtURL(folder.url(name)));
 }
 
-TEST_F(UpdateBundle, IsAbsentWhereAPathWouldGetTooLongForTheDirectCandidate) {
+TEST_F(UpdateBundle, IsAbsentIfThePathWithTheTargetsNameIsTooLong) {
   setUpdatePath("/" + std::string(4093, 'x'));
   EXPECT_EQ(found(), "none");
 }

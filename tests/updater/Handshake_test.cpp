@@ -154,14 +154,14 @@ TEST_F(Handshake, ReleasesTheUpdateLockFirstAndItsRecordBeforeThat) {
   EXPECT_TRUE(system.events.empty()) << "a second release does nothing";
 }
 
-TEST_F(Handshake, TheUpdateLockAloneIsReleasedAlone) {
+TEST_F(Handshake, OnlyTheUpdateLockIsReleasedIfOnlyThatIsHeld) {
   EXPECT_TRUE(updater->waitForUpdateLock());
   run.events.clear();
   updater->releaseSemaphores();
   EXPECT_EQ(run.events, (Lines{"post update", "close update"}));
 }
 
-TEST_F(Handshake, DestructionReleasesWhatIsHeldThenGivesUpTheFieldsThenLogsTheEnd) {
+TEST_F(Handshake, DestructionReleasesWhatIsHeldThenClearsTheFieldsThenLogsTheEnd) {
   class WatchingSystem : public test::ScriptedRun {
    public:
     void log(const std::string& message) override {
@@ -221,7 +221,7 @@ TEST_F(Handshake, TheExitAtTheLastCheckIsStillSeen) {
   EXPECT_EQ(run.sleeps.size(), 999U);
 }
 
-TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndTheSleepBehindTheLast) {
+TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndASleepAfterTheLast) {
   run.existence = [](int) { return noErr; };
   EXPECT_FALSE(updater->waitForTargetExit());
   EXPECT_EQ(run.checks, 1000);

@@ -31,14 +31,14 @@ TEST_F(Log, WritesTheObjectsAddress) {
   EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
 }
 
-TEST_F(Log, WritesNoCategoryPieceForAnEmptyOrAbsentCategory) {
+TEST_F(Log, WritesNoCategoryIfItIsEmptyOrAbsent) {
   ZKUpdaterLog(aClass, nullptr, ""_ns, "message"_ns);
   EXPECT_EQ(line(), "[ZKUpdater] message");
   ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
   EXPECT_EQ(line(), "[ZKUpdater] message");
 }
 
-TEST_F(Log, WritesThePrefixAloneWithoutATrailingBlankForAnEmptyOrAbsentFormat) {
+TEST_F(Log, WritesOnlyThePrefixForAnEmptyOrAbsentFormat) {
   ZKUpdaterLog(aClass, nullptr, "Error"_ns, ""_ns);
   EXPECT_EQ(line(), "[ZKUpdater] Error:");
   ZKUpdaterLog(aClass, nullptr, nullptr, nullptr);
@@ -65,7 +65,7 @@ TEST_F(Log, FillsItsFormatsOnce) {
   EXPECT_EQ(line(), "[ZKUpdater] 50%%:");
 }
 
-TEST_F(Log, IsWrittenByTheFunctionWhateverTheSwitchSays) {
+TEST_F(Log, IsWrittenByTheFunctionWhateverTheSettingSays) {
   run.settings = {"zkupdater", "-enableLog", "NO"};
   ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
   EXPECT_EQ(run.rawLog.size(), 1U);

@@ -101,8 +101,8 @@ OSStatusCode ScriptedRun::GetProcessInformation(const ProcessSerialNumber& proce
 
 void ScriptedRun::sleepForTimeInterval(double seconds) { sleeps.push_back(seconds); }
 
-bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable, const std::vector<std::string>& arguments,
-                         unsigned long options) {
+bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable,
+                         const std::vector<std::string>& arguments, unsigned long options) {
   events.emplace_back("launch");
   launchOptions = options;
   launched = {executable};

@@ -1,8 +1,7 @@
-/* The application that the tests have updated.
+/* The application that the tests update.
  *
- * Started with one of the words below it plays the old version that still runs, until it is killed. Started in any
- * other way, as the installer does, it writes what it finds about itself into a file of the folder named by
- * ZK_REPORTS, and ends.
+ * Started with one of the words below, it plays the old version, which runs until it is killed. Started in any other
+ * way, as by the installer, it writes a report about itself to a file in the folder that ZK_REPORTS names, and ends.
  */
 #define _GNU_SOURCE
 #include <dirent.h>

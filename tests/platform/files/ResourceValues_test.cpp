@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ResourceValues, TellsWhetherAnItemIsAPackage) {
+TEST(ResourceValues, SaysWhetherAnItemIsAPackage) {
   const test::TemporaryFolder folder;
   fs::create_directory(folder / "bundle.app");
   fs::create_directory(folder / "folder");
@@ -28,7 +28,7 @@ TEST(ResourceValues, TellsWhetherAnItemIsAPackage) {
   EXPECT_FALSE(isPackage("link.app")) << "a link is not followed";
 }
 
-TEST(ResourceValues, WritesNoValueThatCannotBeRead) {
+TEST(ResourceValues, LeavesTheValueAloneIfItCannotBeRead) {
   const test::TemporaryFolder folder;
   const Ref<NSNumber> before = NSNumber::numberWithInt(7);
   Ref<NSNumber> value = before;

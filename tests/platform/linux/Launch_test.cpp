@@ -33,7 +33,7 @@ constexpr char kNoSignals[] = "0000000000000000";
 
 using Report = std::map<std::string, std::vector<std::string>>;
 
-/// Launches the reporting program, waits for its report and its end.
+/// Launches the reporting program, and waits for its report and its end.
 Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
   const TemporaryFolder folder;
   std::vector<std::string> arguments{folder / "report"};
@@ -94,7 +94,7 @@ TEST(Launch, KeepsTheEnvironment) {
 
 TEST(Launch, LeavesNothingOpenButTheNullDevice) {
   EXPECT_EQ(statusInChild([] {
-              // With holes between them, beyond the first numbers, and one that is as high as they get.
+              // Descriptors with gaps between them, up to the highest one possible.
               for (const int number : {3, 4, 9, 100, 1000}) ASSERT_EQ(::dup2(STDOUT_FILENO, number), number);
               rlimit limit;
               ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -102,7 +102,7 @@ TEST(Launch, LeavesNothingOpenButTheNullDevice) {
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
               const int highest = static_cast<int>(limit.rlim_cur) - 1;
               ASSERT_EQ(::dup2(STDOUT_FILENO, highest), highest);
-              // One that lies beyond what the limit allows by now.
+              // Now some of them lie beyond the limit.
               limit.rlim_cur = 50;
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
               EXPECT_THAT(reportOf().at("descriptor"), kNullStreams);
@@ -110,7 +110,7 @@ TEST(Launch, LeavesNothingOpenButTheNullDevice) {
             0);
 }
 
-TEST(Launch, OpensTheStandardStreamsThoughTheyAreClosed) {
+TEST(Launch, OpensTheStandardStreamsEvenIfTheyAreClosed) {
   for (int closed = 1; closed < 8; ++closed) {
     EXPECT_EQ(statusInChild([closed] {
                 for (int stream = 0; stream < 3; ++stream) {
@@ -123,11 +123,11 @@ TEST(Launch, OpensTheStandardStreamsThoughTheyAreClosed) {
   }
 }
 
-TEST(Launch, OpensTheStandardStreamsWhereTheLimitLeavesNoOtherDescriptor) {
+TEST(Launch, OpensTheStandardStreamsEvenIfTheLimitLeavesNoOtherDescriptor) {
   EXPECT_EQ(statusInChild([] {
               const TemporaryFolder folder;
               ChildProcess launching([&] {
-                // Two for the pipe that the launch itself needs.
+                // Two of the five are for the pipe that the launch itself needs.
                 const rlimit limit{5, 5};
                 ::closefrom(3);
                 ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -148,7 +148,7 @@ TEST(Launch, ResetsTheSignals) {
               ::sigemptyset(&blocked);
               for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGRTMIN}) ::sigaddset(&blocked, number);
               ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
-              ::raise(SIGTERM);  // waits, here and for ever
+              ::raise(SIGTERM);  // stays pending forever
 
               const Report report = reportOf();
               for (const char* set : {"SigPnd", "ShdPnd", "SigBlk", "SigIgn", "SigCgt"}) {
@@ -158,7 +158,7 @@ TEST(Launch, ResetsTheSignals) {
             0);
 }
 
-TEST(Launch, WorksWhereEndedChildrenAreNotKept) {
+TEST(Launch, WorksEvenIfEndedChildrenAreNotKept) {
   EXPECT_EQ(statusInChild([] {
               ::signal(SIGCHLD, SIG_IGN);
               EXPECT_TRUE(launchDetached("/bin/true", {}));
@@ -174,7 +174,7 @@ TEST(Launch, DoesNotWaitForTheProgram) {
   const std::string fifo = folder / "fifo";
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_EQ(statusInChild([&fifo] {
-              // It reads until the FIFO has had a writer, and ends by itself should there never be one.
+              // It reads until the FIFO has had a writer, and ends by itself if there never is one.
               EXPECT_TRUE(launchDetached("/usr/bin/timeout", {"10", "/bin/cat", fifo}));
               siginfo_t info{};
               EXPECT_EQ(::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT), 0);
@@ -193,14 +193,14 @@ TEST(Launch, LeavesNoDescriptorOpenHere) {
   EXPECT_EQ(count(), before);
 }
 
-/// A failed launch is told, and no process stays behind.
+/// Expects that the launch fails and leaves no process behind.
 void expectRefused(const fs::path& path) {
   ASSERT_FALSE(hasChildren());
   EXPECT_FALSE(launchDetached(path, {"argument"})) << path;
   EXPECT_FALSE(hasChildren()) << path;
 }
 
-TEST(Launch, RefusesWhatIsNotThere) {
+TEST(Launch, RefusesAMissingProgram) {
   const TemporaryFolder folder;
   expectRefused(folder / "missing");
   expectRefused("");
@@ -217,7 +217,7 @@ TEST(Launch, RefusesAFolder) {
   expectRefused(folder.path());
 }
 
-TEST(Launch, RefusesAFileThatIsNoProgram) {
+TEST(Launch, RefusesAFileThatIsNotAProgram) {
   const TemporaryFolder folder;
   writeScript(folder / "text", "true\n");
   expectRefused(folder / "text");
@@ -241,7 +241,7 @@ TEST(Launch, RunsAScript) {
   EXPECT_EQ(readFile(folder / "output"), "a word\n");
 }
 
-TEST(Launch, RefusesWhereNoProcessCanBeMade) {
+TEST(Launch, FailsIfNoProcessCanBeMade) {
   EXPECT_EQ(statusInChild([] {
               // Root's own processes are not counted.
               if (::geteuid() == 0) {
@@ -254,7 +254,7 @@ TEST(Launch, RefusesWhereNoProcessCanBeMade) {
             0);
 }
 
-TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
+TEST(Launch, FailsWithoutADescriptorForTheReport) {
   EXPECT_EQ(statusInChild([] {
               const rlimit none{0, 0};
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
@@ -264,7 +264,7 @@ TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
             0);
 }
 
-TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
+TEST(Launch, FailsIfDescriptorsCannotBeClosed) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
     ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
@@ -275,7 +275,7 @@ TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(Launch, ClosesDescriptorsOneByOneWhereTheKernelCannotCloseThemAll) {
+TEST(Launch, ClosesDescriptorsOneByOneIfTheKernelCannotCloseThemAll) {
   EXPECT_EQ(statusInChild([] {
               for (const int number : {4, 9, 1000}) ASSERT_EQ(::dup2(STDOUT_FILENO, number), number);
               ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
@@ -284,7 +284,7 @@ TEST(Launch, ClosesDescriptorsOneByOneWhereTheKernelCannotCloseThemAll) {
             0);
 }
 
-TEST(Launch, RefusesWhereThereIsNoNullDevice) {
+TEST(Launch, FailsWithoutANullDevice) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/dev", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
     EXPECT_FALSE(launchDetached("/bin/true", {}));

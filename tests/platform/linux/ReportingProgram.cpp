@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The open descriptors, those that looking for them takes left out.
+/// The open descriptors, except those needed to look for them.
 std::vector<int> openDescriptors() {
   std::vector<int> descriptors;
   for (int number = 0; number < 70'000; ++number) {

@@ -17,7 +17,7 @@ TEST(NSError, HasADomainACodeAndUserInformation) {
   EXPECT_EQ(error->userInfo(), userInfo);
 }
 
-TEST(NSError, CodesHaveTheWidthOfAWord) {
+TEST(NSError, CodesMayUseTheWholeRangeOfALong) {
   for (const long code : {std::numeric_limits<long>::min(), std::numeric_limits<long>::max()}) {
     EXPECT_EQ(NSError::errorWithDomain("domain"_ns, code, nullptr)->code(), code);
   }

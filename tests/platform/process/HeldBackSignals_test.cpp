@@ -45,7 +45,7 @@ class HeldBackSignalsTest : public ::testing::Test {
   const SemaphoreHandle handle;
 };
 
-TEST_F(HeldBackSignalsTest, AreLetThroughAtFirst) {
+TEST_F(HeldBackSignalsTest, EndTheProcessAtFirst) {
   for (const int number : kSignals) {
     EXPECT_EQ(statusInChild([number] {
                 HeldBackSignals::begin();
@@ -57,7 +57,7 @@ TEST_F(HeldBackSignalsTest, AreLetThroughAtFirst) {
   }
 }
 
-TEST_F(HeldBackSignalsTest, AreLetThroughThoughTheyWereBlockedBefore) {
+TEST_F(HeldBackSignalsTest, EndTheProcessEvenIfTheyWereBlockedBefore) {
   EXPECT_EQ(statusInChild([] {
               sigset_t all;
               ::sigfillset(&all);
@@ -80,7 +80,7 @@ TEST_F(HeldBackSignalsTest, AreHeldBackToTheEnd) {
             0);
 }
 
-TEST_F(HeldBackSignalsTest, AreTheOnlyOnesHeldBack) {
+TEST_F(HeldBackSignalsTest, AreTheOnlySignalsHeldBack) {
   EXPECT_EQ(statusInChild([] {
               HeldBackSignals::begin();
               HeldBackSignals::holdBack();
@@ -111,7 +111,7 @@ TEST_F(HeldBackSignalsTest, WaitForTheEndOfAnAttempt) {
             kEndedBySignal + SIGINT);
 }
 
-TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
+TEST_F(HeldBackSignalsTest, DoNotKeepOtherSignalsFromInterruptingAWait) {
   take();
   EXPECT_EQ(statusInChild([this] {
               HeldBackSignals::begin();
@@ -123,7 +123,7 @@ TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
   EXPECT_EQ(name.count(), 0);
 }
 
-TEST_F(HeldBackSignalsTest, AreHeldBackBeyondAnAttemptThatSucceeded) {
+TEST_F(HeldBackSignalsTest, AreStillHeldBackAfterASuccessfulAttempt) {
   EXPECT_EQ(statusInChild([] {
               HeldBackSignals::begin();
               {
@@ -135,7 +135,7 @@ TEST_F(HeldBackSignalsTest, AreHeldBackBeyondAnAttemptThatSucceeded) {
             0);
 }
 
-TEST_F(HeldBackSignalsTest, AreLeftAloneInAHost) {
+TEST_F(HeldBackSignalsTest, AreNotHeldBackInAHost) {
   EXPECT_EQ(statusInChild([] {
               EXPECT_FALSE(HeldBackSignals::mayEndProcess());
               {
@@ -196,7 +196,7 @@ TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHasTakenASemaphore) {
                 EXPECT_EQ((System::current().*takeIt)(handle), 0);
                 for (const int number : kSignals) ::raise(number);
                 EXPECT_EQ(System::current().sem_post(handle), 0);
-                // Nor when it has given it back: it is on its way to its end.
+                // Nor do they end it once it has posted the semaphore: it is about to end anyway.
                 for (const int number : kSignals) ::raise(number);
               }),
               0);
@@ -220,7 +220,7 @@ TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHoldsOneSemaphoreAndWaitsForAnot
   });
   process.waitUntilAsleep();
   process.signal(SIGTERM);
-  // Another signal has to end the wait.
+  // Another signal ends the wait.
   process.signal(SIGUSR1);
   EXPECT_EQ(process.wait(), 0);
   EXPECT_EQ(name.count(), 1);
@@ -237,8 +237,8 @@ TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHasMadeAFileManager) {
             0);
 }
 
-/// How many moments there are before and after the system calls of a process that takes a semaphore: from its begin to
-/// the second slice of its wait.
+/// The number of moments before and after the system calls of a process that takes a semaphore, from its begin to the
+/// second slice of its wait.
 constexpr int kMoments = 16;
 
 TEST_F(HeldBackSignalsTest, NeverComeBetweenTakingAndHolding) {
@@ -261,7 +261,7 @@ TEST_F(HeldBackSignalsTest, NeverComeBetweenTakingAndHolding) {
       std::vector<int> statuses;
       for (int moment = 0; moment < kMoments; ++moment) {
         statuses.push_back(statusWhenSignalled(takeIt, isFree, moment));
-        // It has either never held the semaphore or given it back.
+        // It has either never held the semaphore or posted it.
         ASSERT_EQ(name.count(), 1) << "moment " << moment << ", status " << statuses.back();
       }
       EXPECT_THAT(statuses, Each(AnyOf(0, kEndedBySignal + SIGTERM)));

@@ -62,7 +62,7 @@ TEST(ProcessStart, OpensClosedStandardDescriptorsOnTheNullDevice) {
                     EXPECT_TRUE(isNullDevice(stream)) << stream;
                   }
                 }
-                // What is opened next is none of them.
+                // The next descriptor is not one of them.
                 const int next = ::open("/dev/null", O_RDONLY);
                 EXPECT_GT(next, STDERR_FILENO);
               }),
@@ -134,7 +134,7 @@ TEST(ProcessStart, DropsAHangUpThatCameBefore) {
             0);
 }
 
-TEST(ProcessStart, IsEndedByASignalForThatWhichCameBefore) {
+TEST(ProcessStart, IsEndedByATerminationSignalThatCameBefore) {
   EXPECT_EQ(statusInChild([] {
               blockAll();
               ::raise(SIGTERM);
@@ -143,7 +143,7 @@ TEST(ProcessStart, IsEndedByASignalForThatWhichCameBefore) {
             kEndedBySignal + SIGTERM);
 }
 
-TEST(ProcessStart, IsNotEndedByAHangUpWhileItGoesOn) {
+TEST(ProcessStart, IsNotEndedByAHangUpAtAnyMoment) {
   EXPECT_EQ(statusInChild([] {
               ::signal(SIGHUP, SIG_IGN);
               int hangUps = 0;
@@ -158,7 +158,7 @@ TEST(ProcessStart, IsNotEndedByAHangUpWhileItGoesOn) {
             0);
 }
 
-TEST(ProcessStart, HasTheSignalsHeldBackFromTheFirstThingHeld) {
+TEST(ProcessStart, HoldsSignalsBackFromTheFirstThingHeld) {
   EXPECT_EQ(statusInChild([] {
               start();
               EXPECT_TRUE(HeldBackSignals::mayEndProcess());
@@ -188,7 +188,7 @@ TEST(ProcessStart, CopesWithoutAnyArgument) {
             0);
 }
 
-TEST(ResetSignals, DropsSignalsThatWereWaiting) {
+TEST(ResetSignals, DropsPendingSignals) {
   EXPECT_EQ(statusInChild([] {
               blockAll();
               for (const int number : {SIGTERM, SIGHUP, SIGUSR1, SIGRTMIN}) ::raise(number);
