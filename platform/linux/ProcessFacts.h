@@ -20,6 +20,10 @@ std::optional<Executable> executableOf(std::int32_t pid);
 /// The arguments that a process shows. It can change them itself, so they prove nothing.
 std::vector<std::string> shownArgumentsOf(std::int32_t pid);
 
+/// The environment that a process was started with, one `NAME=value` each. A process can overwrite it: what has no `=`
+/// is left out. Nothing when none is left, or when it may not be known.
+std::optional<std::vector<std::string>> shownEnvironmentOf(std::int32_t pid);
+
 /// The folder a process's relative paths start from; nothing when it may not be known.
 std::optional<std::string> currentFolderOf(std::int32_t pid);
 
