@@ -25,6 +25,7 @@ import pytest
 
 from support.bundles import Bundle
 from support.installer import INSTALLED
+from support.namespaces import PrivateMounts
 from support.processes import eventually, stays
 from support.scene import IS_ROOT, NOBODY
 
@@ -70,6 +71,15 @@ def test_what_only_root_may_read_stays_so_when_a_link_has_root_copy_it(scene):
         assert (item.stat().st_uid, stat.S_IMODE(item.stat().st_mode)) == (0, mode)
 
 
+def test_set_id_bits_are_kept_also_from_a_disk_that_is_mounted_without_them(scene):
+    mounts = PrivateMounts(scene)
+    mounts.run("mount", "-t", "tmpfs", "-o", "nosuid", "none", scene.updates)
+    update = scene.make_bundle(mounts.seen(scene.updates) / "Editor.app", "2")
+    (update.resources / "tool.sh").chmod(0o6755)
+    assert scene.install() == INSTALLED
+    assert stat.S_IMODE((scene.target.resources / "tool.sh").stat().st_mode) == 0o6755
+
+
 # The semaphores
 
 
@@ -90,6 +100,15 @@ def test_who_cuts_the_file_of_a_semaphore_off_ends_the_installer_but_not_in_the_
     assert run.status() == -signal.SIGBUS
     assert scene.target.tree() == update
     assert scene.launched() == []
+
+
+def test_who_cuts_the_file_of_a_lock_off_that_is_waited_for_ends_the_installer(scene):
+    scene.update_semaphore.create(taken=True)
+    old = scene.target.tree()
+    run = scene.begin()
+    os.truncate(scene.update_semaphore.file, 0)
+    assert run.status() == -signal.SIGBUS
+    assert scene.target.tree() == old
 
 
 def test_who_puts_a_file_under_the_name_first_decides_whether_the_lock_is_free(scene):
