@@ -12,7 +12,8 @@ namespace zk {
 /// The path of a process's (or a thread's) own folder under /proc.
 std::string procFolder(std::int32_t pid);
 
-/// The content of a file under /proc; nothing, and errno, when it cannot be read or is longer than `mostBytes`.
+/// The content of a file under /proc; nothing, and errno, when it cannot be read; nothing when it is longer than
+/// `mostBytes`.
 std::optional<std::string> readProcFile(const std::string& path,
                                         std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
 

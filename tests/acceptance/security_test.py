@@ -9,7 +9,7 @@ The rest of it is shown by
 - messages_test.py: test_an_installer_semaphore_that_is_another_users_alone;
 - finding_the_update_test.py: test_a_bundle_of_the_targets_name_is_taken_whatever_its_identifier, and
   test_a_link_to_a_bundle_is_taken_as_the_folder_that_it_leads_to;
-- bad_bundles_test.py: links, set-id bits, devices, and test_what_a_link_in_the_old_version_leads_to_is_left_alone;
+- bad_bundles_test.py: links, set-id bits, sockets, and test_what_a_link_in_the_old_version_leads_to_is_left_alone;
 - bad_settings_test.py: odd settings and names, and whose processes an installer may look at;
 - relaunch_test.py: test_an_executable_that_leads_out_of_the_bundle_is_refused;
 - signals_test.py: which signals end an installer.
@@ -78,6 +78,19 @@ def test_set_id_bits_are_kept_also_from_a_disk_that_is_mounted_without_them(scen
     (update.resources / "tool.sh").chmod(0o6755)
     assert scene.install() == INSTALLED
     assert stat.S_IMODE((scene.target.resources / "tool.sh").stat().st_mode) == 0o6755
+
+
+@needs_two_users
+def test_a_device_in_the_update_makes_the_swap_fail(scene):
+    try:
+        os.mknod(scene.update.resources / "device", stat.S_IFCHR | 0o666, os.makedev(1, 3))
+    except PermissionError:
+        pytest.skip("no device can be made here")
+    old = scene.target.tree()
+    outcome = scene.install()
+    assert outcome.status == 1
+    assert "Error: Copy update to target failed. Performing rollback." in outcome.messages
+    assert Bundle(scene.backup()).tree() == old
 
 
 # The semaphores
