@@ -1,8 +1,13 @@
 #include "linux/Launch.h"
 
 #include <fcntl.h>
+#include <grp.h>
+#include <linux/keyctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "process/POSIXSystem.h"
 #include "system/FileDescriptor.h"
@@ -31,7 +36,27 @@ bool openStandardStreams() {
          ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
 }
 
-[[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report) {
+/// Leaves the keys of this process's session behind. Where the kernel or a filter knows no keys, there are none.
+bool joinNewKeyring() {
+  return ::syscall(SYS_keyctl, KEYCTL_JOIN_SESSION_KEYRING, nullptr) >= 0 || errno == ENOSYS || errno == EPERM;
+}
+
+/// Becomes the user for good: an attempt to become root again has to fail.
+bool becomeUser(const ProcessOwner& owner) {
+  return ::setgroups(owner.groups.size(), owner.groups.data()) == 0 &&
+         ::setresgid(owner.group, owner.group, owner.group) == 0 &&
+         ::setresuid(owner.user, owner.user, owner.user) == 0 && ::setuid(0) != 0 && joinNewKeyring();
+}
+
+/// What the new process is to become.
+struct Program {
+  const char* path;
+  char* const* arguments;
+  char* const* environment;
+  const ProcessOwner* owner;  ///< null for the user of this process
+};
+
+[[noreturn]] void becomeProgram(const Program& program, int report) {
   if (report != kReportDescriptor) ::dup2(report, kReportDescriptor);
   ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
@@ -39,9 +64,11 @@ bool openStandardStreams() {
   ::setsid();
   if (openStandardStreams() && ::chdir("/") == 0) {
     resetSignals();
-    tell(kReportDescriptor);
-    ::execv(executable.c_str(), arguments);
-    tell(kReportDescriptor);
+    if (program.owner == nullptr || becomeUser(*program.owner)) {
+      tell(kReportDescriptor);
+      ::execve(program.path, program.arguments, program.environment);
+      tell(kReportDescriptor);
+    }
   }
   ::_exit(127);
 }
@@ -57,13 +84,13 @@ bool isRunning(int report) {
   }
 }
 
-}  // namespace
+/// Appends what exec takes for a list of texts, which must outlive it.
+void appendPointers(std::vector<char*>& list, const std::vector<std::string>& texts) {
+  for (const std::string& text : texts) list.push_back(const_cast<char*>(text.c_str()));
+  list.push_back(nullptr);
+}
 
-bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments) {
-  std::vector<char*> argumentList{const_cast<char*>(executable.c_str())};
-  for (const std::string& argument : arguments) argumentList.push_back(const_cast<char*>(argument.c_str()));
-  argumentList.push_back(nullptr);
-
+bool launch(const Program& program) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return false;
   const FileDescriptor reading(ends[0]);
@@ -71,12 +98,29 @@ bool launchDetached(const std::string& executable, const std::vector<std::string
 
   const pid_t child = ::fork();
   if (child < 0) return false;
-  if (child == 0) becomeProgram(executable, argumentList.data(), writing.get());
+  if (child == 0) becomeProgram(program, writing.get());
 
   writing.reset();
   if (isRunning(reading.get())) return true;
   uninterrupted([child] { return ::waitpid(child, nullptr, 0); });
   return false;
+}
+
+}  // namespace
+
+bool launchDetached(const std::string& executable, const std::vector<std::string>& arguments) {
+  std::vector<char*> argumentList{const_cast<char*>(executable.c_str())};
+  appendPointers(argumentList, arguments);
+  return launch({executable.c_str(), argumentList.data(), environ, nullptr});
+}
+
+bool launchDetachedAs(const LaunchUser& user, const std::string& executable,
+                      const std::vector<std::string>& arguments) {
+  std::vector<char*> argumentList{const_cast<char*>(executable.c_str())};
+  appendPointers(argumentList, arguments);
+  std::vector<char*> environment;
+  appendPointers(environment, user.environment);
+  return launch({executable.c_str(), argumentList.data(), environment.data(), &user.owner});
 }
 
 }  // namespace zk

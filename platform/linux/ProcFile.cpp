@@ -9,10 +9,10 @@ namespace zk {
 
 std::string procFolder(std::int32_t pid) { return "/proc/" + std::to_string(pid); }
 
-std::optional<std::string> readProcFile(const std::string& path) {
+std::optional<std::string> readProcFile(const std::string& path, std::size_t mostBytes) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::string content;
-  if (!file.isOpen() || readAll(file.get(), content)) return std::nullopt;
+  if (!file.isOpen() || readAll(file.get(), content, mostBytes)) return std::nullopt;
   return content;
 }
 

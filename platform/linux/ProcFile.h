@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,8 +12,9 @@ namespace zk {
 /// The path of a process's (or a thread's) own folder under /proc.
 std::string procFolder(std::int32_t pid);
 
-/// The content of a file under /proc; nothing, with errno set, if it cannot be read.
-std::optional<std::string> readProcFile(const std::string& path);
+/// The content of a file under /proc; nothing if it is longer than `mostBytes` or, with errno set, cannot be read.
+std::optional<std::string> readProcFile(const std::string& path,
+                                        std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
 
 /// The target of a link under /proc; nothing, with errno set, if it cannot be read.
 std::optional<std::string> readProcLink(const std::string& path);

@@ -42,12 +42,24 @@ std::optional<ProcLink> processLink(std::int32_t pid, const std::string& name) {
   return std::nullopt;
 }
 
-std::string shownCommandLineOf(std::int32_t pid) {
+/// More than a program can be started with. A privileged process can show more all the same.
+constexpr std::size_t kMostShown = 8 << 20;
+
+/// The texts in one of these files, each of which ends with a zero byte.
+std::vector<std::string> shownTextsOf(std::int32_t pid, const std::string& name) {
+  std::vector<std::string> texts;
   for (const std::string& folder : foldersOf(pid)) {
-    const std::optional<std::string> shown = readProcFile(folder + "/cmdline");
-    if (shown && !shown->empty()) return *shown;
+    const std::optional<std::string> shown = readProcFile(folder + name, kMostShown);
+    if (!shown || shown->empty()) continue;
+    std::string_view rest = *shown;
+    while (!rest.empty()) {
+      const std::string_view text = rest.substr(0, rest.find('\0'));
+      texts.emplace_back(text);
+      rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+    }
+    break;
   }
-  return std::string();
+  return texts;
 }
 
 bool isSameFile(const std::string& left, const std::string& right) {
@@ -75,16 +87,13 @@ std::optional<Executable> executableOf(std::int32_t pid) {
   return Executable{link->target, true};
 }
 
-std::vector<std::string> shownArgumentsOf(std::int32_t pid) {
-  std::vector<std::string> arguments;
-  const std::string shown = shownCommandLineOf(pid);
-  std::string_view rest = shown;
-  while (!rest.empty()) {
-    const std::string_view argument = rest.substr(0, rest.find('\0'));
-    arguments.emplace_back(argument);
-    rest.remove_prefix(std::min(argument.size() + 1, rest.size()));
-  }
-  return arguments;
+std::vector<std::string> shownArgumentsOf(std::int32_t pid) { return shownTextsOf(pid, "/cmdline"); }
+
+std::optional<std::vector<std::string>> shownEnvironmentOf(std::int32_t pid) {
+  std::vector<std::string> environment = shownTextsOf(pid, "/environ");
+  std::erase_if(environment, [](const std::string& text) { return text.find('=') == std::string::npos; });
+  if (environment.empty()) return std::nullopt;
+  return environment;
 }
 
 std::optional<std::string> currentFolderOf(std::int32_t pid) {

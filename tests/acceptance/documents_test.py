@@ -18,6 +18,7 @@ LISTINGS = {
     "embedding.md": ["cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
     "recovery.md": ["sh"],
+    "security.md": [],
     "zkupdater.1": [],
 }
 

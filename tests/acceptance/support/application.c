@@ -52,6 +52,7 @@ static void writeReport(int argumentCount, char** arguments, const char* folder)
   FILE* report = open_memstream(&text, &size);
   reportDescriptors(report);
   for (int index = 1; index < argumentCount; ++index) fprintf(report, "argument %s\n", arguments[index]);
+  for (char** variable = environ; *variable != NULL; ++variable) fprintf(report, "environment %s\n", *variable);
   fprintf(report, "process %d\nsession %d\ngroup %d\n", getpid(), getsid(0), getpgrp());
 
   char path[PATH_MAX + 64];

@@ -12,9 +12,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
-#include <map>
 
+#include "LaunchReport.h"
 #include "support/ChildProcess.h"
 #include "support/OwnMounts.h"
 #include "support/RefuseSystemCall.h"
@@ -28,32 +27,17 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 
-constexpr char kReportingProgram[] = ZK_REPORTING_PROGRAM;
 constexpr char kNoSignals[] = "0000000000000000";
-
-using Report = std::map<std::string, std::vector<std::string>>;
 
 /// Launches the reporting program, and waits for its report and its end.
 Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
   const TemporaryFolder folder;
   std::vector<std::string> arguments{folder / "report"};
   arguments.insert(arguments.end(), furtherArguments.begin(), furtherArguments.end());
-  Report report;
   EXPECT_TRUE(launchDetached(kReportingProgram, arguments));
   EXPECT_EQ(::waitpid(-1, nullptr, 0) > 0 || errno == ECHILD, true);
 
-  std::ifstream file(folder / "report");
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t equals = line.find('=');
-    report[line.substr(0, equals)].push_back(line.substr(equals + 1));
-  }
-  EXPECT_FALSE(report.empty()) << "no report";
-  return report;
-}
-
-std::string only(const Report& report, const std::string& key) {
-  const auto entry = report.find(key);
-  return entry != report.end() && entry->second.size() == 1 ? entry->second.front() : "(none or several)";
+  return readReport(folder / "report");
 }
 
 bool hasChildren() {

@@ -34,6 +34,13 @@ TEST(ProcFile, IsNotMisledByAProgramsName) {
   }
 }
 
+TEST(ProcFile, IsNotReadBeyondItsBound) {
+  const std::optional<std::string> status = readProcFile("/proc/self/stat");
+  ASSERT_TRUE(status);
+  EXPECT_TRUE(readProcFile("/proc/self/stat", 2 * status->size()));
+  EXPECT_EQ(readProcFile("/proc/self/stat", 10), std::nullopt);
+}
+
 TEST(ProcFile, FindsNothingInAMalformedLine) {
   for (const char* line : {"", "1", "1 (sh", "1 sh R 4 5", "1 (sh)", "1 (sh) R 4 5", "\n"}) {
     EXPECT_EQ(statField(line, kStatStartTime), std::nullopt) << line;
