@@ -93,6 +93,7 @@ std::unique_ptr<ChildProcess> start(
     const std::function<void()>& prepare = [] {}) {
   return std::make_unique<ChildProcess>([&](const ChildProcess::TellReady&) {
     std::vector<char*> variables;
+    variables.reserve(environment.size() + 1);
     for (const std::string& text : environment) variables.push_back(const_cast<char*>(text.c_str()));
     variables.push_back(nullptr);
     char forEver[] = "infinity";
