@@ -18,9 +18,9 @@ constexpr int kReportDescriptor = STDERR_FILENO + 1;
 
 /// Writes a word: one when nothing but the program is to come, another when that could not be executed. The program's
 /// start closes the report, as any other end of this process does.
-void tell(int report) {
+bool tell(int report) {
   const char word = 1;
-  [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
+  return ::write(report, &word, sizeof word) == sizeof word;
 }
 
 /// Leaves no way to what the standard streams were. They are closed first: opening takes the lowest free descriptor
@@ -32,16 +32,18 @@ bool openStandardStreams() {
 }
 
 [[noreturn]] void becomeProgram(const std::string& executable, char* const* arguments, int report) {
-  if (report != kReportDescriptor) ::dup2(report, kReportDescriptor);
+  // A program that could not be told of would run all the same, and its starter would wait for its end.
+  if (report != kReportDescriptor && ::dup2(report, kReportDescriptor) < 0) ::_exit(127);
   ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
 
   ::setsid();
   if (openStandardStreams() && ::chdir("/") == 0) {
     resetSignals();
-    tell(kReportDescriptor);
-    ::execv(executable.c_str(), arguments);
-    tell(kReportDescriptor);
+    if (tell(kReportDescriptor)) {
+      ::execv(executable.c_str(), arguments);
+      tell(kReportDescriptor);
+    }
   }
   ::_exit(127);
 }

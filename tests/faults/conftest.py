@@ -9,6 +9,8 @@ import pytest
 CHECKOUT = Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(Path(__file__).parent), str(CHECKOUT / "tests/acceptance")]
 
+pytest.register_assert_rewrite("injection.verdict")
+
 from injection.world import NEW, Kit  # noqa: E402
 from support.installer import INSTALLED  # noqa: E402
 from support.processes import adopt_orphans  # noqa: E402
