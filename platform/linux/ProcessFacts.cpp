@@ -1,15 +1,16 @@
 #include "linux/ProcessFacts.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include <fcntl.h>
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <string_view>
+#include <utility>
 
+#include "files/Folder.h"
+#include "files/ItemKind.h"
 #include "linux/ProcFile.h"
-#include "system/Item.h"
+#include "objects/Path.h"
 
 namespace zk {
 
@@ -21,11 +22,12 @@ constexpr std::string_view kDeletedNote = " (deleted)";
 /// process's own tell nothing once that thread has ended, though others still run.
 std::vector<std::string> foldersOf(std::int32_t pid) {
   std::vector<std::string> folders{procFolder(pid)};
-  std::error_code error;
-  for (std::filesystem::directory_iterator item(folders.front() + "/task", error), end; !error && item != end;
-       item.increment(error)) {
-    folders.push_back(item->path().string());
-  }
+  const std::string tasks = folders.front() + "/task";
+  FileDescriptor folder;
+  std::vector<Entry> threads;
+  if (openFolder({AT_FDCWD, tasks.c_str()}, Links::refused, folder)) return folders;
+  if (readEntries(std::move(folder), threads)) return folders;
+  for (const Entry& thread : threads) folders.push_back(joinedPath(tasks, thread.name));
   return folders;
 }
 
@@ -50,13 +52,6 @@ std::string shownCommandLineOf(std::int32_t pid) {
   return std::string();
 }
 
-bool isSameFile(const std::string& left, const std::string& right) {
-  struct stat leftFile;
-  struct stat rightFile;
-  return ::stat(left.c_str(), &leftFile) == 0 && ::stat(right.c_str(), &rightFile) == 0 &&
-         identityOf(leftFile) == identityOf(rightFile);
-}
-
 std::uint32_t hashOf(std::string_view text) {
   // FNV-1a.
   std::uint32_t hash = 2166136261U;
@@ -70,7 +65,7 @@ std::optional<Executable> executableOf(std::int32_t pid) {
   std::optional<ProcLink> link = processLink(pid, "/exe");
   if (!link) return std::nullopt;
   // The link leads to the file itself, whatever became of its name.
-  if (isSameFile(link->path, link->target)) return Executable{link->target, false};
+  if (isSameItem(link->path, link->target)) return Executable{link->target, false};
   if (link->target.ends_with(kDeletedNote)) link->target.resize(link->target.size() - kDeletedNote.size());
   return Executable{link->target, true};
 }
