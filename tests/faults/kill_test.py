@@ -12,7 +12,7 @@ ALL_ATTEMPTS = 1000
 def is_old_version_whole(world):
     """Whether the old version is there where docs/recovery.md says that it is: the date of the backup tells."""
     old = world.kit.old
-    finished = [backup for backup in world.backups() if backup.path.stat().st_mtime_ns == old["."][1]]
+    finished = [backup for backup in world.backups() if backup.path.stat().st_mtime_ns == old["."].time]
     if not finished:
         return not differences(snapshot(world.target.path), old)
     return not differences(snapshot(finished[0].path), old)

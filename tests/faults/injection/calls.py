@@ -116,6 +116,9 @@ class Call(NamedTuple):
     def kill(self):
         return f"kill={self.process}:{numbers()[self.name]}:{self.number}"
 
+    def before(self, command):
+        return f"before={self.process}:{numbers()[self.name]}:{self.number}:{command}"
+
     def fail(self, error):
         return f"fail={self.process}:{numbers()[self.name]}:{self.number}:{number_of(error)}"
 

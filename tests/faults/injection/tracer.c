@@ -6,6 +6,7 @@
  * target=PID           ends this process when the installer first sleeps; no sleep takes any time
  * fail=PROCESS:CALL:N:ERROR  the N-th call with this number fails with this error number and does nothing
  * kill=PROCESS:CALL:N  the process is killed when it makes its N-th call with this number, before that does anything
+ * before=PROCESS:CALL:N:COMMAND  a shell runs the command before the process makes that call
  * always=CALL:ERROR    each call with this number fails with this error number and does nothing
  * preload=LIBRARY      is loaded into the installer
  *
@@ -50,7 +51,7 @@ struct process {
 static struct process processes[2];
 static FILE* record;
 static pid_t target;
-static struct { int process; long call; long number; int error; } point = {-1, -1, -1, 0}; /* error 0: kill */
+static struct { int process; long call; long number; int error; const char* command; } point = {.process = -1};
 static struct { long call; int error; } always[MOST_RULES];
 static int alwaysCount;
 
@@ -95,7 +96,8 @@ static int resultOf(const struct process* process, int index) {
   const long call = (long)process->entry.entry.nr;
   if (point.process == index && point.call == call && point.number == process->counts[call]) {
     if (point.error != 0) return -point.error;
-    kill(process->pid, SIGKILL);
+    if (point.command == NULL) kill(process->pid, SIGKILL);
+    if (point.command != NULL && system(point.command) < 0) fail(point.command);
     return 1;
   }
   for (int rule = 0; rule < alwaysCount; ++rule) {
@@ -163,6 +165,10 @@ static void readWord(const char* word, const char* value) {
     if (sscanf(value, "%d:%ld:%ld:%d", &point.process, &point.call, &point.number, &point.error) != 4) exit(200);
   } else if (strcmp(word, "kill") == 0) {
     if (sscanf(value, "%d:%ld:%ld", &point.process, &point.call, &point.number) != 3) exit(200);
+  } else if (strcmp(word, "before") == 0) {
+    int length = 0;
+    if (sscanf(value, "%d:%ld:%ld:%n", &point.process, &point.call, &point.number, &length) != 3) exit(200);
+    point.command = value + length;
   } else if (strcmp(word, "always") == 0 && alwaysCount < MOST_RULES) {
     if (sscanf(value, "%ld:%d", &always[alwaysCount].call, &always[alwaysCount].error) != 2) exit(200);
     ++alwaysCount;

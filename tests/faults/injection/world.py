@@ -29,8 +29,20 @@ def attributes(path):
     return {name: os.getxattr(path, name, follow_symlinks=False) for name in os.listxattr(path, follow_symlinks=False)}
 
 
+class Facts(NamedTuple):
+    """What a copy has to keep of an item."""
+
+    mode: str
+    time: int
+    owner: int
+    group: int
+    content: object
+    attributes: dict
+    first_name: str  # of those that the item has in the tree
+
+
 def snapshot(top):
-    """All that a copy of a tree has to keep, or nothing where there is no tree."""
+    """The facts of all items of a tree, or nothing where there is no tree."""
     if not os.path.lexists(top):
         return None
     result = {}
@@ -39,7 +51,7 @@ def snapshot(top):
         path = Path(top) / name
         status = path.lstat()
         same = first_names.setdefault(status.st_ino, name)
-        result[name] = (*properties, attributes(path), same)
+        result[name] = Facts(*properties, attributes(path), same)
     return result
 
 
@@ -50,11 +62,11 @@ def differences(left, right):
     return sorted(name for name in {*left, *right} if left.get(name) != right.get(name))
 
 
-def without_what_may_be_refused(taken):
-    """Owners and attributes are left out where they are refused, and a hard link becomes a file of its own."""
+def without(taken, *fields):
+    """A snapshot without some of the facts."""
     if taken is None:
         return None
-    return {name: (mode, time, content) for name, (mode, time, _, _, content, _, _) in taken.items()}
+    return {name: facts._replace(**dict.fromkeys(fields)) for name, facts in taken.items()}
 
 
 def _knows_attributes(folder):
