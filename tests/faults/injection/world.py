@@ -200,7 +200,7 @@ class World:
         outcome = run.outcome(limit)
         calls = calls_in(folder / "record")
         self.temporary_semaphores += [call.path for call in calls if call.path.startswith("/dev/shm/sem.")]
-        launched = [Report(path).version for path in reports.iterdir() if not path.name.startswith(".")]
+        launched = [" ".join(Report(path).all("version")) for path in reports.iterdir() if not path.name.startswith(".")]
         return Result(outcome, calls, launched)
 
     # What came of it
