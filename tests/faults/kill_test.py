@@ -11,7 +11,7 @@ ALL_ATTEMPTS = 1000
 
 def is_old_version_whole(world):
     """Whether the old version is there where docs/recovery.md says that it is: the date of the backup tells."""
-    old = world.kit.old
+    old = world.old
     finished = [backup for backup in world.backups() if backup.path.stat().st_mtime_ns == old["."].time]
     if not finished:
         return not differences(snapshot(world.target.path), old)
@@ -21,11 +21,11 @@ def is_old_version_whole(world):
 def make_whole(world, checkout):
     """Whatever stands in the target's place, afterwards an application stands there whole."""
     target = snapshot(world.target.path)
-    if target in (world.kit.old, world.kit.new):
+    if target in (world.old, world.new):
         return
     (backup,) = world.backups()
     world.recover_by_hand(checkout, backup)
-    assert not differences(snapshot(world.target.path), world.kit.old), "recovered by hand"
+    assert not differences(snapshot(world.target.path), world.old), "recovered by hand"
 
 
 def is_in_a_window(calls):
@@ -42,7 +42,7 @@ def check_what_a_killed_installer_leaves(kit, checkout, call):
             assert result.outcome.status == 128 + 9
         else:
             assert result.outcome.status == 0
-        assert not differences(snapshot(world.update.path), kit.new), "the update has changed"
+        assert not differences(snapshot(world.update.path), world.new), "the update has changed"
         assert is_old_version_whole(world)
         is_unknown = world.is_lock_taken() and not world.record().exists()
 
@@ -50,7 +50,7 @@ def check_what_a_killed_installer_leaves(kit, checkout, call):
         make_whole(world, checkout)
         again = world.run()
         assert again.outcome == INSTALLED
-        assert not differences(snapshot(world.target.path), kit.new)
+        assert not differences(snapshot(world.target.path), world.new)
         assert again.launched == [NEW]
         # The first sleep but those for the lock is the one that the target's end is waited for in.
         assert again.sleeps == (ALL_ATTEMPTS if is_unknown else 1)

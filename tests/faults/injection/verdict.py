@@ -43,22 +43,21 @@ def errors_in(messages):
 
 def check_place(world, status, errors, left_out=()):
     """That the status and the errors tell what has become of the bundles."""
-    kit = world.kit
     target = snapshot(world.target.path)
-    is_same(snapshot(world.update.path), kit.new)
+    is_same(snapshot(world.update.path), world.new)
     if status == 0:
         assert errors in ([], [NOT_LAUNCHED])
-        is_same(target, kit.new, left_out)
+        is_same(target, world.new, left_out)
         (backup,) = world.backups()
-        is_same(snapshot(backup.path), kit.old, left_out)
+        is_same(snapshot(backup.path), world.old, left_out)
         return NEW
     reason = errors[0]
     if reason == SWAP_FAILED:
         (backup,) = world.backups()
-        is_same(snapshot(backup.path), kit.old, left_out)
+        is_same(snapshot(backup.path), world.old, left_out)
         return None
     assert reason in STOPPED_BEFORE_THE_SWAP, reason
-    is_same(target, kit.old)
+    is_same(target, world.old)
     return OLD
 
 
@@ -83,25 +82,29 @@ def check_locks(world):
 
 def check_next_run(world, checkout):
     """That the next run installs, after a recovery by hand where no whole application stands."""
-    if snapshot(world.target.path) not in (world.kit.old, world.kit.new):
+    if snapshot(world.target.path) not in (world.old, world.new):
         (backup,) = world.backups()
         world.recover_by_hand(checkout, backup)
     again = world.run()
     assert again.outcome == INSTALLED
     assert again.sleeps == 1, "the next run had to wait for the lock"
     assert again.launched == [NEW]
-    is_same(snapshot(world.target.path), world.kit.new)
+    is_same(snapshot(world.target.path), world.new)
 
 
 def check_run(world, result, checkout, left_out=()):
     """All of it. Some facts of items may have been left out."""
+    check_outcome(world, result, left_out)
+    check_next_run(world, checkout)
+
+
+def check_outcome(world, result, left_out=()):
     status, messages = result.outcome
     assert status in (0, 1), result.outcome
     errors = errors_in(messages)
     standing = check_place(world, status, errors, left_out)
     check_launch(result, errors, standing)
     check_locks(world)
-    check_next_run(world, checkout)
 
 
 def check_poor_run(world, result):
@@ -109,18 +112,17 @@ def check_poor_run(world, result):
     tell is true."""
     status, messages = result.outcome
     assert status in (0, 1), result.outcome
-    kit = world.kit
-    is_same(snapshot(world.update.path), kit.new)
+    is_same(snapshot(world.update.path), world.new)
     target = snapshot(world.target.path)
     errors = [message.removeprefix("Error: ") for message in messages if message not in (BEGIN, END)]
     if status == 0:
         assert errors in ([], [NOT_LAUNCHED])
-        is_same(target, kit.new)
-    if status == 0 or SWAP_FAILED in errors or target != kit.old:
+        is_same(target, world.new)
+    if status == 0 or SWAP_FAILED in errors or target != world.old:
         (backup,) = world.backups()
-        is_same(snapshot(backup.path), kit.old)
+        is_same(snapshot(backup.path), world.old)
     if STOPPED_BEFORE_THE_SWAP.intersection(errors):
-        is_same(target, kit.old)
+        is_same(target, world.old)
     if NOT_LAUNCHED in errors:
         assert result.launched == []
     assert len(result.launched) <= 1

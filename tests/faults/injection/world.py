@@ -12,6 +12,7 @@ from typing import NamedTuple
 from support.bundles import EXECUTABLE, Bundle, make_bundle, remove_tree, tree
 from support.documents import commands, only
 from support.installer import Outcome, Run
+from support.processes import eventually, program_of
 from support.scene import Report
 from support.semaphores import Semaphore
 
@@ -157,9 +158,11 @@ class World:
         subprocess.run(["cp", "-a", f"{kit.template}/.", self.folder], check=True)
         self.applications = self.folder / "Applications"
         self.updates = self.folder / "Updates"
+        self.old, self.new = kit.old, kit.new
         self.target = Bundle(self.applications / "Editor.app")
         self.update = Bundle(self.updates / "Editor.app")
         self.lock = Semaphore(f"zk-faults-{os.getpid()}-{next(_numbers)}")
+        self.prefix = []  # a command that starts the target and the installer, to put them into another surrounding
         self.processes = []
         self.semaphores = [self.lock]
         self.temporary_semaphores = []
@@ -175,16 +178,26 @@ class World:
                 os.unlink(file)
         remove_tree(self.folder)
 
-    def start_target(self, bundle=None):
-        process = subprocess.Popen([(bundle or self.target).executable, "stay"], stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL)
+    def start(self, command, **options):
+        process = subprocess.Popen([*self.prefix, *command], stdin=subprocess.DEVNULL,
+                                   **{"stdout": subprocess.DEVNULL, **options})
         self.processes.append(process)
         return process
 
-    def run(self, *words, always=(), environment=None, target=None, limit=LIMIT, **changes):
+    def start_target(self):
+        """Starts the old version; it is there when this returns."""
+        process = self.start([self.applications / "Editor.app/Contents/MacOS" / EXECUTABLE, "stay"])
+        if self.prefix:
+            eventually(lambda: program_of(process.pid) == EXECUTABLE, "the old version runs")
+        return process
+
+    def run(self, *words, always=(), environment=None, wrapper=(), **changes):
         """A whole run with a new name for the installer semaphore. No sleep takes any time in it, and the old version
-        ends when the installer first sleeps."""
-        target = target or self.start_target()
+        ends when the installer first sleeps.
+
+        @param wrapper a command that starts the installer in its turn
+        """
+        target = self.start_target()
         folder = self.folder / f"run-{next(_numbers)}"
         reports = folder / "reports"
         reports.mkdir(parents=True)
@@ -193,11 +206,11 @@ class World:
         settings = {"pid": target.pid, "updatePath": self.updates, "installerSemaphore": self.installer_semaphore.name,
                     "updateSemaphore": self.lock.name, "enableLog": "YES", **changes}
         rules = [f"always={numbers()[name]}:{number_of(error)}" for name, error in always]
-        run = Run([self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words,
-                   self.kit.installer, *(part for key, value in settings.items() for part in (f"-{key}", value))],
+        run = Run([*self.prefix, self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words,
+                   *wrapper, self.kit.installer, *(part for key, value in settings.items() for part in (f"-{key}", value))],
                   folder, env={**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}, cwd=folder)
         self.processes.append(run.process)
-        outcome = run.outcome(limit)
+        outcome = run.outcome(LIMIT)
         calls = calls_in(folder / "record")
         self.temporary_semaphores += [call.path for call in calls if call.path.startswith("/dev/shm/sem.")]
         launched = [" ".join(Report(path).all("version")) for path in reports.iterdir() if not path.name.startswith(".")]
@@ -212,7 +225,7 @@ class World:
         return self.lock.count() == 0
 
     def backups(self):
-        return [Bundle(path) for path in self.applications.iterdir() if path.name.startswith(".")]
+        return [Bundle(path) for path in self.target.path.parent.iterdir() if path.name.startswith(".")]
 
     def recover_by_hand(self, checkout, backup):
         """Does what the document on recovery says, word for word."""
@@ -220,4 +233,4 @@ class World:
         assert len(lines) == 2
         for line in lines:
             line = line.replace(".Example.app-3f09c1d27ab4e856", backup.path.name).replace("Example.app", "Editor.app")
-            subprocess.run(["sh", "-c", line], check=True, cwd=self.applications)
+            subprocess.run(["sh", "-c", line], check=True, cwd=self.target.path.parent)
