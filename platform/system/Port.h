@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -92,10 +93,11 @@ timespec modificationTime(const struct stat& status);
 mode_t typeOf(const struct dirent& entry);
 
 /// What one copy has found out about the two file systems it works between, so that it need not try for every file what
-/// they refuse.
+/// they refuse, and the room that it reads into.
 struct CopyMeans {
   bool mayShareBlocks = true;
   bool mayCopyInKernel = true;
+  std::unique_ptr<char[]> buffer;  ///< absent until it is needed
 };
 
 /// Makes the file `copy`, which does not exist yet, with the contents of an open file. Blocks are shared where the file

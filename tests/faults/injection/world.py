@@ -191,7 +191,7 @@ class World:
             eventually(lambda: program_of(process.pid) == EXECUTABLE, "the old version runs")
         return process
 
-    def run(self, *words, always=(), environment=None, wrapper=(), **changes):
+    def run(self, *words, always=(), environment=None, wrapper=(), stderr=None, **changes):
         """A whole run with a new name for the installer semaphore. No sleep takes any time in it, and the old version
         ends when the installer first sleeps.
 
@@ -208,7 +208,7 @@ class World:
         rules = [f"always={numbers()[name]}:{number_of(error)}" for name, error in always]
         run = Run([*self.prefix, self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words,
                    *wrapper, self.kit.installer, *(part for key, value in settings.items() for part in (f"-{key}", value))],
-                  folder, env={**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}, cwd=folder)
+                  folder, env={**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}, cwd=folder, stderr=stderr)
         self.processes.append(run.process)
         outcome = run.outcome(LIMIT)
         calls = calls_in(folder / "record")
