@@ -74,7 +74,7 @@ bool staysInside(std::string_view path) {
 }
 
 /// The folder of one kind of a bundle's parts; a plain folder keeps them all in itself.
-std::string partOf(const Ref<NSURL>& bundle, const BundleLayout* layout, const char* BundleLayout::* part) {
+std::string partOf(const Ref<NSURL>& bundle, const BundleLayout* layout, const char* BundleLayout::*part) {
   return layout == nullptr ? folderPath(bundle) : joinedPath(folderPath(bundle), layout->*part);
 }
 

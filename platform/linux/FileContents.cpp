@@ -39,8 +39,7 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
   off_t to = offset;
   while (means.mayCopyInKernel && from < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - from, kLargestRequest));
-    const ssize_t count =
-        uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
+    const ssize_t count = uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
     if (count <= 0) {
       if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
       return;

@@ -4,8 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "system/FileDescriptor.h"
 #include "process/POSIXSystem.h"
+#include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 
 namespace zk {

@@ -29,8 +29,8 @@ namespace zk::port {
 // The system object.
 
 /// The one object behind System::current(), of a class derived from POSIXSystem (process/POSIXSystem.h), which leaves
-/// four operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation and launch.
-/// It can be used before main() and after it: it is never destroyed.
+/// four operations of System open: GetProcessForPID, ProcessInformationCopyDictionary, GetProcessInformation and
+/// launch. It can be used before main() and after it: it is never destroyed.
 System& operatingSystem();
 
 // Numbers and texts.

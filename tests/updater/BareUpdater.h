@@ -8,6 +8,7 @@ namespace zk::test {
 class BareUpdater : public ZKUpdater {
  public:
   using ZKUpdater::isLogEnabled;
+  using ZKUpdater::logError;
   using ZKUpdater::targetBundleId;
   using ZKUpdater::targetBundleURL;
   using ZKUpdater::updateBundleURL;

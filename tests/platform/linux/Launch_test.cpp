@@ -264,6 +264,17 @@ TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
             0);
 }
 
+TEST(Launch, StartsNothingThatItCouldNotTellOf) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(statusInChild([&folder] {
+              ASSERT_TRUE(refuseSystemCall(SYS_write, ENOMEM));
+              EXPECT_FALSE(launchDetached("/usr/bin/touch", {folder / "started"}));
+              EXPECT_FALSE(hasChildren());
+            }),
+            0);
+  EXPECT_FALSE(fs::exists(folder / "started"));
+}
+
 TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
