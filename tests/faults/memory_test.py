@@ -51,7 +51,7 @@ def refuse(kit, checkout):
 
 @pytest.mark.parametrize("part", range(PARTS_OF_SAMPLE))
 def test_some_allocations_fail(try_all, refusals, refuse, part):
-    try_all(part_of(sample(refusals, lambda refusal: refusal.is_for_good, 150), part, PARTS_OF_SAMPLE), refuse)
+    try_all(part_of(sample(refusals, lambda refusal: refusal.is_for_good, 80), part, PARTS_OF_SAMPLE), refuse)
 
 
 @pytest.mark.full
