@@ -135,7 +135,8 @@ def calls_in(record):
     for line in record.read_text(errors="surrogateescape").splitlines():
         process, number, argument, result, *path = line.split(" ", 4)
         process, name = int(process), _names()[int(number)]
-        calls.append(Call(process, counts[process], name, counts[process, name], int(argument), int(result), "".join(path)))
+        calls.append(Call(process, counts[process], name, counts[process, name], int(argument), int(result),
+                          "".join(path)))
         counts[process] += 1
         counts[process, name] += 1
     return calls

@@ -17,5 +17,5 @@ def sample(whole, kind, most):
     chosen = []
     for members in kinds.values():
         step = max(1, -(-len(members) // most))
-        chosen += [*members[::step]]
+        chosen += members[::step]
     return chosen

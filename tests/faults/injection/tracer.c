@@ -40,8 +40,8 @@ enum { MOST_RULES = 8, MOST_CALLS = 1024, INSTALLER = 0, CHILD = 1 };
 struct process {
   pid_t pid;
   int isCounting;
-  int isInside;     /* a call */
-  int skipped;      /* what the call gives back that is not made; 1 for a call that is made */
+  int isInside; /* a call */
+  int skipped;  /* what the call gives back that is not made; 1 for a call that is made */
   int hasCalled;
   long counts[MOST_CALLS];
   struct __ptrace_syscall_info entry;
@@ -51,8 +51,17 @@ struct process {
 static struct process processes[2];
 static FILE* record;
 static pid_t target;
-static struct { int process; long call; long number; int error; const char* command; } point = {.process = -1};
-static struct { long call; int error; } always[MOST_RULES];
+static struct {
+  int process;
+  long call;
+  long number;
+  int error;
+  const char* command;
+} point = {.process = -1};
+static struct {
+  long call;
+  int error;
+} always[MOST_RULES];
 static int alwaysCount;
 
 static void fail(const char* what) {
@@ -131,7 +140,8 @@ static void readPath(struct process* process) {
 static void enterCall(struct process* process, int index) {
   ptrace(PTRACE_GET_SYSCALL_INFO, process->pid, sizeof process->entry, &process->entry);
   const struct __ptrace_syscall_info* info = &process->entry;
-  if (info->entry.nr == SYS_fcntl && info->entry.args[0] == 0 && info->entry.args[1] == F_GETFD) process->isCounting = 1;
+  if (info->entry.nr == SYS_fcntl && info->entry.args[0] == 0 && info->entry.args[1] == F_GETFD)
+    process->isCounting = 1;
   process->skipped = 1;
   if (!process->isCounting) return;
   readPath(process);

@@ -3,7 +3,6 @@
 import contextlib
 import itertools
 import os
-import shutil
 import subprocess
 import tempfile
 from pathlib import Path
@@ -206,15 +205,17 @@ class World:
         settings = {"pid": target.pid, "updatePath": self.updates, "installerSemaphore": self.installer_semaphore.name,
                     "updateSemaphore": self.lock.name, "enableLog": "YES", **changes}
         rules = [f"always={numbers()[name]}:{number_of(error)}" for name, error in always]
-        run = Run([*self.prefix, self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words,
-                   *wrapper, self.kit.installer, *(part for key, value in settings.items() for part in (f"-{key}", value))],
-                  folder, env={**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}, cwd=folder, stderr=stderr)
+        tracer = [self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words]
+        arguments = [part for key, value in settings.items() for part in (f"-{key}", value)]
+        environment = {**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}
+        run = Run([*self.prefix, *tracer, *wrapper, self.kit.installer, *arguments], folder, env=environment,
+                  cwd=folder, stderr=stderr)
         self.processes.append(run.process)
         outcome = run.outcome(LIMIT)
         calls = calls_in(folder / "record")
         self.temporary_semaphores += [call.path for call in calls if call.path.startswith("/dev/shm/sem.")]
-        launched = [" ".join(Report(path).all("version")) for path in reports.iterdir() if not path.name.startswith(".")]
-        return Result(outcome, calls, launched)
+        told = [Report(path) for path in reports.iterdir() if not path.name.startswith(".")]
+        return Result(outcome, calls, [" ".join(report.all("version")) for report in told])
 
     # What came of it
 
