@@ -61,7 +61,10 @@ class ZKUpdater : public NSObject, public NSFileManagerDelegate {
   bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
                    const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
 
-  /// Logs a line of the category "Error" when logging is on.
+  /// Logs a line when logging is on. One that there is no memory for is lost, and nothing else.
+  /// @param category null for none
+  void log(const char* category, const char* message) const;
+  /// Logs a line of the category "Error".
   void logError(const char* message) const;
 
   std::int32_t targetPID = 0;

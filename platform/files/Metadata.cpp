@@ -54,7 +54,8 @@ SystemError copyTimes(const struct stat& original, Item copy) {
   const auto error = errorOf(copy.isOpen() ? ::futimens(copy.descriptor, times)
                                            : ::utimensat(copy.descriptor, copy.name, times, AT_SYMLINK_NOFOLLOW));
   // Not every file system has times for links.
-  return S_ISLNK(original.st_mode) && isRefusal(error) ? SystemError() : error;
+  const bool isUnknown = isUnsupported(error) || error.is(EINVAL);
+  return S_ISLNK(original.st_mode) && isUnknown ? SystemError() : error;
 }
 
 SystemError copyMetadata(Item original, const struct stat& status, Item copy) {

@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
+#include <memory>
 
 #include "system/Port.h"
 #include "system/ReadingAndWriting.h"
@@ -52,14 +52,16 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
 
 /// The same through a buffer, which either succeeds or returns an error. Both files are used at their current
 /// positions.
-SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
-  std::array<char, kBufferSize> buffer;
+SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
+  // Not on the stack: if that can no longer grow, the process ends in the middle of a copy.
+  if (!means.buffer) means.buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
+  char* const buffer = means.buffer.get();
   while (offset < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - offset, kBufferSize));
-    const ssize_t count = uninterrupted([&] { return ::read(source, buffer.data(), wanted); });
+    const ssize_t count = uninterrupted([&] { return ::read(source, buffer, wanted); });
     if (count < 0) return lastError();
     if (count == 0) return {};
-    if (const auto error = writeAll(destination, {buffer.data(), static_cast<std::size_t>(count)})) return error;
+    if (const auto error = writeAll(destination, {buffer, static_cast<std::size_t>(count)})) return error;
     offset += count;
   }
   return {};
@@ -70,7 +72,7 @@ SystemError copyRange(int source, int destination, off_t& offset, off_t end, por
   if (offset == end) return {};
   if (const auto error = errorOf(::lseek(source, offset, SEEK_SET))) return error;
   if (const auto error = errorOf(::lseek(destination, offset, SEEK_SET))) return error;
-  return copyThroughBuffer(source, destination, offset, end);
+  return copyThroughBuffer(source, destination, offset, end, means);
 }
 
 struct Stretch {
@@ -106,7 +108,7 @@ SystemError copyInto(int source, const struct stat& status, int destination, por
   off_t offset = 0;
   // A file of size 0 may still have contents: those under /proc are made up on reading.
   if (status.st_size == 0) {
-    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
+    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max(), means);
   }
   if (sharesBlocks(source, destination, means)) return {};
   const bool mayHaveHoles = status.st_blocks < status.st_size / kBlockSize;

@@ -23,9 +23,9 @@ constexpr int kReportDescriptor = STDERR_FILENO + 1;
 
 /// Writes one word of the report: the first right before the program is executed, a second if that failed. The report
 /// is closed when the program starts or this process ends.
-void tell(int report) {
+bool tell(int report) {
   const char word = 1;
-  [[maybe_unused]] const ssize_t count = ::write(report, &word, sizeof word);
+  return ::write(report, &word, sizeof word) == sizeof word;
 }
 
 /// Replaces the standard streams with /dev/null. They are closed first: open() then takes the lowest free descriptor,
@@ -57,15 +57,15 @@ struct Program {
 };
 
 [[noreturn]] void becomeProgram(const Program& program, int report) {
-  if (report != kReportDescriptor) ::dup2(report, kReportDescriptor);
+  // A program whose start could not be reported would run all the same, and its starter would wait for its end.
+  if (report != kReportDescriptor && ::dup2(report, kReportDescriptor) < 0) ::_exit(127);
   ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
 
   ::setsid();
   if (openStandardStreams() && ::chdir("/") == 0) {
     resetSignals();
-    if (program.owner == nullptr || becomeUser(*program.owner)) {
-      tell(kReportDescriptor);
+    if ((program.owner == nullptr || becomeUser(*program.owner)) && tell(kReportDescriptor)) {
       ::execve(program.path, program.arguments, program.environment);
       tell(kReportDescriptor);
     }

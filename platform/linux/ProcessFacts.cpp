@@ -1,15 +1,16 @@
 #include "linux/ProcessFacts.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include <fcntl.h>
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <string_view>
+#include <utility>
 
+#include "files/Folder.h"
+#include "files/ItemKind.h"
 #include "linux/ProcFile.h"
-#include "system/Item.h"
+#include "objects/Path.h"
 
 namespace zk {
 
@@ -21,11 +22,12 @@ constexpr std::string_view kDeletedNote = " (deleted)";
 /// ended, its folder and the process's own are of no use, even if other threads still run.
 std::vector<std::string> foldersOf(std::int32_t pid) {
   std::vector<std::string> folders{procFolder(pid)};
-  std::error_code error;
-  for (std::filesystem::directory_iterator item(folders.front() + "/task", error), end; !error && item != end;
-       item.increment(error)) {
-    folders.push_back(item->path().string());
-  }
+  const std::string tasks = folders.front() + "/task";
+  FileDescriptor folder;
+  std::vector<Entry> threads;
+  if (openFolder({AT_FDCWD, tasks.c_str()}, Links::refused, folder)) return folders;
+  if (readEntries(folder.get(), threads)) return folders;
+  for (const Entry& thread : threads) folders.push_back(joinedPath(tasks, thread.name));
   return folders;
 }
 
@@ -62,13 +64,6 @@ std::vector<std::string> shownTextsOf(std::int32_t pid, const std::string& name)
   return texts;
 }
 
-bool isSameFile(const std::string& left, const std::string& right) {
-  struct stat leftFile;
-  struct stat rightFile;
-  return ::stat(left.c_str(), &leftFile) == 0 && ::stat(right.c_str(), &rightFile) == 0 &&
-         identityOf(leftFile) == identityOf(rightFile);
-}
-
 std::uint32_t hashOf(std::string_view text) {
   // FNV-1a.
   std::uint32_t hash = 2166136261U;
@@ -82,7 +77,7 @@ std::optional<Executable> executableOf(std::int32_t pid) {
   std::optional<ProcLink> link = processLink(pid, "/exe");
   if (!link) return std::nullopt;
   // The link leads to the file itself, whatever has become of the file's name.
-  if (isSameFile(link->path, link->target)) return Executable{link->target, false};
+  if (isSameItem(link->path, link->target)) return Executable{link->target, false};
   if (link->target.ends_with(kDeletedNote)) link->target.resize(link->target.size() - kDeletedNote.size());
   return Executable{link->target, true};
 }

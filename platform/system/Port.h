@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,10 +92,12 @@ timespec modificationTime(const struct stat& status);
 /// Reads all entries of a folder that was just opened, but for "." and "..", in any order.
 SystemError readEntries(int folder, std::vector<Entry>& entries);
 
-/// What one copy has learned about its two file systems, so that it does not try again for every file what they refuse.
+/// What one copy has learned about its two file systems, so that it does not try again for every file what they refuse,
+/// and the room that it reads into.
 struct CopyMeans {
   bool mayShareBlocks = true;
   bool mayCopyInKernel = true;
+  std::unique_ptr<char[]> buffer;  ///< absent until it is needed
 };
 
 /// Creates the file `copy` with the contents of an open file; fails if `copy` exists. Blocks are shared if the file

@@ -9,6 +9,7 @@ class BareUpdater : public ZKUpdater {
  public:
   using ZKUpdater::initTargetInfo;
   using ZKUpdater::isLogEnabled;
+  using ZKUpdater::logError;
   using ZKUpdater::targetBundleId;
   using ZKUpdater::targetBundleURL;
   using ZKUpdater::targetPID;

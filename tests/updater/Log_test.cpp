@@ -4,6 +4,8 @@
 
 #include "ZKUpdater.h"
 #include "ZKUpdaterLog.h"
+#include "support/Memory.h"
+#include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
 
 namespace zk {
@@ -77,6 +79,17 @@ TEST_F(Log, LinesOfARunCarryTheUpdatersAddress) {
   char address[32];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(static_cast<const NSObject*>(updater.get())));
   EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
+}
+
+TEST_F(Log, LosesALineThatThereIsNoMemoryForAndNothingElse) {
+  test::BareUpdater updater;
+  updater.isLogEnabled = true;
+  {
+    const test::FailingAllocation failing(0, test::FailingAllocation::How::fromThenOn);
+    updater.logError("Copy update to target failed. Performing rollback.");
+    EXPECT_TRUE(failing.hasFailed());
+  }
+  EXPECT_TRUE(run.rawLog.empty());
 }
 
 }  // namespace

@@ -248,6 +248,17 @@ TEST(Launch, FailsWithoutADescriptorForTheReport) {
             0);
 }
 
+TEST(Launch, StartsNothingThatItCouldNotReport) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(statusInChild([&folder] {
+              ASSERT_TRUE(refuseSystemCall(SYS_write, ENOMEM));
+              EXPECT_FALSE(launchDetached("/usr/bin/touch", {folder / "started"}));
+              EXPECT_FALSE(hasChildren());
+            }),
+            0);
+  EXPECT_FALSE(fs::exists(folder / "started"));
+}
+
 TEST(Launch, FailsIfDescriptorsCannotBeClosed) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
