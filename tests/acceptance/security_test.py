@@ -5,7 +5,7 @@ The rest of it is shown by
 - bad_records_test.py: files that are not records, and test_the_file_behind_a_link_is_left_alone;
 - guarded_wait_test.py: test_the_lock_is_taken_over_at_once_from, and which holders the installer waits for;
 - long_wait_test.py: for how long;
-- main_job_test.py: test_a_taken_installer_semaphore_is_waited_for, and the tests of who may open semaphores and records;
+- main_job_test.py: test_a_taken_installer_semaphore_is_waited_for, and who may open semaphores and records;
 - messages_test.py: test_an_installer_semaphore_that_only_another_user_may_use;
 - finding_the_update_test.py: test_a_bundle_with_the_targets_name_is_taken_whatever_its_identifier, and
   test_a_link_to_a_bundle_is_installed_as_the_folder_it_leads_to;
