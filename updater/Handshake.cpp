@@ -11,7 +11,9 @@ constexpr std::size_t kFree = 1;  ///< the count of a semaphore that nobody hold
 
 constexpr std::size_t kMaxLockAttempts = 1000;
 constexpr int kMaxExitChecks = 1000;
-constexpr double kTestInterval = 0.1;  ///< seconds
+/// Seconds between two tries for the lock, and between two checks whether the target has exited. A thousand of them are
+/// the "about 100 seconds" that the documents promise.
+constexpr double kTestInterval = 0.1;
 
 /// A semaphore shared with the target. It is created if the target has not created it yet.
 Ref<ZKPOSIXSemaphore> sharedSemaphore(const Ref<NSString>& name) {

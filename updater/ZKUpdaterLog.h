@@ -8,7 +8,8 @@
 
 namespace zk {
 
-/// Logs the line "[<class> (<address>)] <category>: <message>", without the pieces that are not given.
+/// Composes a log line, which process/LogSink.cpp writes: "[<class> (<address>)] <category>: <message>", without the
+/// pieces that are not given.
 /// @param aClass the line begins with its name
 /// @param object may be absent
 /// @param category may be absent or empty

@@ -5,7 +5,7 @@
 
 namespace zk {
 
-/// Forms of a property list.
+/// The only form that is written.
 inline constexpr unsigned long NSPropertyListBinaryFormat_v1_0 = 200;
 
 /// Reads and writes property lists. The objects are NSString, NSNumber, NSDate, NSData, NSArray, NSDictionary and, in

@@ -57,10 +57,10 @@ inline constexpr NSStringConstant kCFBundleExecutableKey = "CFBundleExecutable"_
 /// disk, or the bundle was found through the arguments.
 inline constexpr NSStringConstant ZKBundleMayChangeKey = "ZKBundleMayChange"_constant;
 
-/// What the operating system does for the rest of this code. This is the one seam between the two, and the one place
-/// where a test puts a stand-in. Each operation is a platform call under the platform's name. Decisions, and retries
-/// that the platform itself would not make, are left to the callers. A failed sem_ call sets errno (see
-/// system/ErrorNumbers.h).
+/// What the operating system does for the rest of this code, and the one place where a test puts a stand-in. What
+/// differs between operating systems lies below it, behind system/Port.h. Each operation is a platform call under the
+/// platform's name. Decisions, and retries that the platform itself would not make, are left to the callers. A failed
+/// sem_ call sets errno (see system/ErrorNumbers.h).
 class System {
  public:
   System() = default;
