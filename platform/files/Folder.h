@@ -20,7 +20,7 @@ SystemError openFolderToSearch(Item item, Links links, FileDescriptor& folder);
 /// Opens a folder for reading. If its owner lacks that permission, grants it first.
 SystemError openOwnFolder(Item item, FileDescriptor& folder);
 
-/// Reads all entries of a folder that was just opened, in the order of their names' bytes.
+/// Reads all entries of a newly opened folder, in the byte order of their names.
 SystemError readEntries(int folder, std::vector<Entry>& entries);
 
 }  // namespace zk

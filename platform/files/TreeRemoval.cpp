@@ -56,8 +56,8 @@ class TreeRemoval {
 
   SystemError unlink(int flags) const { return errorOf(::unlinkat(current(), name_.c_str(), flags)); }
 
-  /// Removes the item, or enters it if it is a folder that is not empty. Tries what the entry says it is first, then the
-  /// other kind, since it may have changed meanwhile.
+  /// Removes the item, or enters it if it is a folder that is not empty. Tries what the entry says it is first, then
+  /// the other kind, since it may have changed meanwhile.
   /// @param round how often a folder will have been read once it is entered
   SystemError removeItem(Entry entry, int round = 1) {
     name_ = std::move(entry.name);
@@ -92,7 +92,7 @@ class TreeRemoval {
     return error;
   }
 
-  /// Removes the folder that was emptied, or enters it again when somebody else has put something into it meanwhile.
+  /// Removes the emptied folder, or enters it again if somebody else has put something into it meanwhile.
   SystemError leaveFolder() {
     FileDescriptor left;
     if (const auto error = chain_.leave(left)) return error;

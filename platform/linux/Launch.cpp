@@ -36,19 +36,19 @@ bool openStandardStreams() {
          ::dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
 }
 
-/// Leaves the keys of this process's session behind. Where the kernel or a filter knows no keys, there are none.
+/// Leaves this process's session keyring. If the kernel or a filter does not support keys, there is none.
 bool joinNewKeyring() {
   return ::syscall(SYS_keyctl, KEYCTL_JOIN_SESSION_KEYRING, nullptr) >= 0 || errno == ENOSYS || errno == EPERM;
 }
 
-/// Becomes the user for good: an attempt to become root again has to fail.
+/// Becomes the user for good: an attempt to become root again must fail.
 bool becomeUser(const ProcessOwner& owner) {
   return ::setgroups(owner.groups.size(), owner.groups.data()) == 0 &&
          ::setresgid(owner.group, owner.group, owner.group) == 0 &&
          ::setresuid(owner.user, owner.user, owner.user) == 0 && ::setuid(0) != 0 && joinNewKeyring();
 }
 
-/// What the new process is to become.
+/// What the new process should become.
 struct Program {
   const char* path;
   char* const* arguments;
@@ -84,7 +84,7 @@ bool isRunning(int report) {
   }
 }
 
-/// Appends what exec takes for a list of texts, which must outlive it.
+/// Appends the pointers that exec needs for a list of texts, which must outlive them.
 void appendPointers(std::vector<char*>& list, const std::vector<std::string>& texts) {
   for (const std::string& text : texts) list.push_back(const_cast<char*>(text.c_str()));
   list.push_back(nullptr);

@@ -44,7 +44,7 @@ std::optional<ProcLink> processLink(std::int32_t pid, const std::string& name) {
   return std::nullopt;
 }
 
-/// More than a program can be started with. A privileged process can show more all the same.
+/// More than a program can be started with, but a privileged process can show more.
 constexpr std::size_t kMostShown = 8 << 20;
 
 /// The texts in one of these files, each of which ends with a zero byte.

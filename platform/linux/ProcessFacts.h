@@ -20,7 +20,8 @@ std::optional<Executable> executableOf(std::int32_t pid);
 /// The arguments that a process shows. It can change them itself, so they prove nothing.
 std::vector<std::string> shownArgumentsOf(std::int32_t pid);
 
-/// The environment that a process was started with, one `NAME=value` each. A process can overwrite it; entries without a
+/// The environment that a process was started with, one `NAME=value` each. A process can overwrite it; entries without
+/// a
 /// `=` are left out. Nothing if none is left, or if we may not look.
 std::optional<std::vector<std::string>> shownEnvironmentOf(std::int32_t pid);
 

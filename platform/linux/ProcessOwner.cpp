@@ -12,7 +12,8 @@ namespace zk {
 
 namespace {
 
-/// The numbers behind `label`, which begins a line of the status; nothing where there is no such line, or another one.
+/// The numbers behind `label`, which begins a line of the status; nothing if there is no such line, or it has another
+/// form.
 std::optional<std::vector<std::uint32_t>> numbersIn(std::string_view status, std::string_view label) {
   const std::size_t begin = status.find(label);
   if (begin == std::string_view::npos) return std::nullopt;

@@ -19,24 +19,24 @@ struct ProcessOwner {
   bool operator==(const ProcessOwner&) const = default;
 };
 
-/// Whom a process belongs to; nothing when it cannot be found out, or when the process is of several users or groups at
-/// once: its real, effective, saved and file-system ids are not all the same, as in a set-id program.
+/// The owner of a process. Nothing if that cannot be found out, or if the process has several users or groups at once:
+/// its real, effective, saved and file-system ids are not all the same, as in a set-id program.
 std::optional<ProcessOwner> ownerOf(std::int32_t pid);
 
-/// The same, as the content of /proc/<pid>/status has it.
+/// The same, from the content of /proc/<pid>/status.
 std::optional<ProcessOwner> ownerIn(std::string_view status);
 
-/// As whom a program is started, and with what environment.
+/// The user and the environment for a program to start.
 struct LaunchUser {
   ProcessOwner owner;
-  std::vector<std::string> environment;  ///< empty where the owner is the user of this process
+  std::vector<std::string> environment;  ///< empty if the owner is this process's own user
 };
 
-/// The user of a process that belonged to `owner` a moment ago, while other facts of it were looked up. Nothing when
-/// this is no longer so, or when the process is another user's and its environment cannot be read.
+/// The user of a process that belonged to `owner` a moment ago, while other facts of it were looked up. Nothing if the
+/// owner has changed, or if the process is another user's and its environment cannot be read.
 std::optional<LaunchUser> launchUserOf(std::int32_t pid, const std::optional<ProcessOwner>& owner);
 
-/// Whether this process acts as that user already.
+/// Whether this process already acts as that user.
 bool isUserOfThisProcess(const ProcessOwner& owner);
 
 }  // namespace zk

@@ -89,7 +89,7 @@ int flagsToSearch();
 timespec accessTime(const struct stat& status);
 timespec modificationTime(const struct stat& status);
 
-/// Reads all entries of a folder that was just opened, but for "." and "..", in any order.
+/// Reads all entries of a newly opened folder except "." and "..", in any order.
 SystemError readEntries(int folder, std::vector<Entry>& entries);
 
 /// What one copy has learned about its two file systems, so that it does not try again for every file what they refuse,

@@ -71,7 +71,7 @@ def test_each_copy_is_on_a_disk(scene, traced, options, assert_waited_for):
     assert_waited_for(calls[removal : min(given_back, started)], scene.target.path)
 
 
-def test_a_backup_that_does_not_reach_the_disk_leaves_the_target_as_it_was(scene, traced):
+def test_a_backup_that_does_not_reach_the_disk_leaves_the_target_unchanged(scene, traced):
     old = scene.target.tree()
     trace = traced(*refusing("syncfs,fsync", "EIO"))
     assert scene.install(wrapper=trace.command) == failed_with("Unable to backup target.")
@@ -93,7 +93,7 @@ ON_THE_WAY_BACK = [([], True), (refusing("syncfs,fsync", "EIO", when="2+"), Fals
 
 
 @pytest.mark.parametrize("options, is_on_disk", ON_THE_WAY_BACK, ids=["well", "in vain"])
-def test_what_is_rolled_back_is_waited_for_as_well(scene, traced, options, is_on_disk):
+def test_the_rollback_is_also_waited_for(scene, traced, options, is_on_disk):
     inner = scene.make_bundle(scene.target.path / scene.target.path.name, "inner").tree()
     add_socket(scene.update.resources)
     trace = traced(*options)

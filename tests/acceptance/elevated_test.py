@@ -61,7 +61,7 @@ def test_it_is_started_as_its_user_with_the_groups_and_the_environment_of_the_ol
     assert sorted(report.all("descriptor")) == ["0 /dev/null", "1 /dev/null", "2 /dev/null"]
 
 
-def test_so_it_is_after_a_failed_update(scene, session):
+def test_it_is_started_as_its_user_after_a_failed_update_too(scene, session):
     start_target_of_the_user(scene, session)
     assert scene.install(updatePath="/nowhere") == failed_with("Unable to locate update bundle.")
     (report,) = scene.launched()
@@ -69,7 +69,7 @@ def test_so_it_is_after_a_failed_update(scene, session):
     assert report.version == "1"
 
 
-def test_an_installer_inside_the_bundle_does_not_make_it_roots(scene, session):
+def test_an_installer_inside_the_bundle_does_not_start_it_as_root(scene, session):
     installer = scene.target.executable.parent / "zkupdater"
     installer.write_bytes(scene.installer.read_bytes())
     installer.chmod(0o755)
@@ -79,7 +79,7 @@ def test_an_installer_inside_the_bundle_does_not_make_it_roots(scene, session):
     expect_to_be_the_users(report, session)
 
 
-def test_a_holder_of_the_lock_inside_the_bundle_does_not_make_it_its_own(scene, session):
+def test_a_holder_of_the_lock_inside_the_bundle_does_not_start_it_as_its_own_user(scene, session):
     start_target_of_the_user(scene, session)
     target = scene.running
     other = scene.start_target()

@@ -1,4 +1,4 @@
-"""A process of the application that goes on working in the bundle while that is replaced."""
+"""A process of the application that keeps working in the bundle while it is replaced."""
 
 import subprocess
 import sys

@@ -1,17 +1,17 @@
-"""What docs/security.md says that no other test shows.
+"""What docs/security.md says and no other test shows.
 
 The rest of it is shown by
-- elevated_test.py: whom root starts another user's application as;
-- bad_records_test.py: records that are none, and test_a_file_that_a_link_leads_to_is_left_alone;
-- guarded_wait_test.py: test_the_lock_is_taken_over_at_once_from, and whom the installer waits for;
+- elevated_test.py: the user as whom root starts another user's application;
+- bad_records_test.py: files that are not records, and test_the_file_behind_a_link_is_left_alone;
+- guarded_wait_test.py: test_the_lock_is_taken_over_at_once_from, and which holders the installer waits for;
 - long_wait_test.py: for how long;
-- main_job_test.py: test_a_taken_installer_semaphore_is_waited_for, and the tests of who may open semaphores and records;
-- messages_test.py: test_an_installer_semaphore_that_is_another_users_alone;
-- finding_the_update_test.py: test_a_bundle_of_the_targets_name_is_taken_whatever_its_identifier, and
-  test_a_link_to_a_bundle_is_taken_as_the_folder_that_it_leads_to;
-- bad_bundles_test.py: links, set-id bits, sockets, and test_what_a_link_in_the_old_version_leads_to_is_left_alone;
+- main_job_test.py: test_a_taken_installer_semaphore_is_waited_for, and who may open semaphores and records;
+- messages_test.py: test_an_installer_semaphore_that_only_another_user_may_use;
+- finding_the_update_test.py: test_a_bundle_with_the_targets_name_is_taken_whatever_its_identifier, and
+  test_a_link_to_a_bundle_is_installed_as_the_folder_it_leads_to;
+- bad_bundles_test.py: links, set-id bits, sockets, and test_the_file_behind_a_link_in_the_old_version_is_left_alone;
 - bad_settings_test.py: odd settings and names, and whose processes an installer may look at;
-- relaunch_test.py: test_an_executable_that_leads_out_of_the_bundle_is_refused;
+- relaunch_test.py: test_an_executable_outside_the_bundle_is_refused;
 - signals_test.py: which signals end an installer.
 """
 

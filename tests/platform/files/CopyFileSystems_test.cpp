@@ -125,7 +125,7 @@ void expectSame(const fs::path& copy, const fs::path& original) {
   EXPECT_LE(statusOf(copy / "sparse").st_blocks, statusOf(original / "sparse").st_blocks);
 }
 
-TEST_P(CopyFileSystems, HoldTheSameAsACopyByCp) {
+TEST_P(CopyFileSystems, HoldTheSameAsACopyMadeByCp) {
   onDisk([this] {
     makeTree(disk / "from");
     ASSERT_TRUE(run("cp -a '" + (disk / "from").string() + "' '" + (disk / "expected").string() + "'"));

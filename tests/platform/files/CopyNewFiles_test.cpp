@@ -53,7 +53,7 @@ class CopyNewFiles : public ::testing::Test {
   const mode_t mask = ::umask(0022);
 };
 
-TEST_F(CopyNewFiles, BelongToWhomTheOriginalsBelongToWhoeverComesFirst) {
+TEST_F(CopyNewFiles, BelongToTheOwnersOfTheOriginalsInAnyOrder) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
   const std::pair<uid_t, gid_t> owners[] = {{0, 0}, {kOther, 0}, {0, kOther}, {kOther, kOther}};
   for (const auto& [firstOwner, firstGroup] : owners) {
@@ -73,7 +73,7 @@ TEST_F(CopyNewFiles, BelongToWhomTheOriginalsBelongToWhoeverComesFirst) {
   }
 }
 
-TEST_F(CopyNewFiles, HaveTheirAttributesWhereverThoseStandInTheTree) {
+TEST_F(CopyNewFiles, HaveTheirAttributesAnywhereInTheTree) {
   for (const bool isFirst : {true, false}) {
     makeFiles(folder / "from/a");
     makeFiles(folder / "from/b");

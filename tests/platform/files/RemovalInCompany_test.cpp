@@ -44,7 +44,7 @@ class RemovalInCompany : public ::testing::Test {
   std::map<std::string, int> tries;
 };
 
-TEST_F(RemovalInCompany, TakesWhatSomebodyElseHasRemovedAsRemoved) {
+TEST_F(RemovalInCompany, CountsAnItemThatSomebodyElseHasRemovedAsRemoved) {
   for (const char* name : {"file", "folder"}) {
     writeFile(folder / "tree/file", "x");
     writeFile(folder / "tree/folder/inside", "x");
@@ -54,21 +54,21 @@ TEST_F(RemovalInCompany, TakesWhatSomebodyElseHasRemovedAsRemoved) {
   }
 }
 
-TEST_F(RemovalInCompany, TakesAFolderThatSomebodyElseRemovesFromUnderItAsRemoved) {
+TEST_F(RemovalInCompany, CountsAnOpenFolderThatSomebodyElseRemovesAsRemoved) {
   writeFile(folder / "tree/a/b/c/d/e/f/g/h/file", "x");
   writeFile(folder / "tree/z", "x");
   removeWhileOnce("file", [&] { fs::remove_all(folder / "tree/a"); });
   expectRemoved();
 }
 
-TEST_F(RemovalInCompany, FailsWhenTheItemItselfIsGone) {
+TEST_F(RemovalInCompany, FailsIfTheItemItselfIsGone) {
   writeFile(folder / "tree", "x");
   removeWhileOnce("tree", [&] { fs::remove(folder / "tree"); });
   EXPECT_FALSE(outcome.succeeded);
   EXPECT_EQ(outcome.code(), 2);
 }
 
-TEST_F(RemovalInCompany, RemovesWhatSomebodyElseAddsMeanwhile) {
+TEST_F(RemovalInCompany, RemovesItemsThatSomebodyElseAddsMeanwhile) {
   writeFile(folder / "tree/folder/inside", "x");
   writeFile(folder / "tree/last", "x");
   removeWhile([&](const std::string& name, int before) {
@@ -79,7 +79,7 @@ TEST_F(RemovalInCompany, RemovesWhatSomebodyElseAddsMeanwhile) {
   EXPECT_EQ(tries["tree"], 6);
 }
 
-TEST_F(RemovalInCompany, FailsInTheEndWhenSomebodyElseNeverStopsAdding) {
+TEST_F(RemovalInCompany, FailsInTheEndIfSomebodyElseNeverStopsAdding) {
   writeFile(folder / "tree/folder/inside", "x");
   removeWhile([&](const std::string& name, int before) {
     if (name == "folder") writeFile(folder / "tree/folder" / std::to_string(before), "x");
@@ -90,7 +90,7 @@ TEST_F(RemovalInCompany, FailsInTheEndWhenSomebodyElseNeverStopsAdding) {
   EXPECT_EQ(tries["folder"], 101);
 }
 
-TEST_F(RemovalInCompany, RemovesWhatIsNoFolderAnyMore) {
+TEST_F(RemovalInCompany, RemovesAnItemThatIsNoLongerAFolder) {
   writeFile(folder / "outside/file", "x");
   const std::function<void()> changes[] = {
       [this] { writeFile(folder / "tree/changing", "x"); },
@@ -111,7 +111,7 @@ TEST_F(RemovalInCompany, RemovesWhatIsNoFolderAnyMore) {
   EXPECT_TRUE(isThere(folder / "outside/file"));
 }
 
-TEST_F(RemovalInCompany, RemovesWhatHasBecomeAFolder) {
+TEST_F(RemovalInCompany, RemovesAnItemThatHasBecomeAFolder) {
   const std::function<void()> changes[] = {
       [this] { fs::create_directory(folder / "tree/changing"); },
       [this] { writeFile(folder / "tree/changing/inside/file", "x"); },

@@ -58,7 +58,7 @@ TEST(OwnerInAStatus, MayHaveNoFurtherGroups) {
   EXPECT_EQ(owner, (ProcessOwner{1, 2, {}}));
 }
 
-TEST(OwnerInAStatus, IsNoneWhereTheIdsAreNotAllTheSame) {
+TEST(OwnerInAStatus, IsMissingIfTheIdsAreNotAllTheSame) {
   const std::string same = "5\t5\t5\t5";
   for (const char* mixed : {"0\t5\t5\t5", "5\t0\t5\t5", "5\t5\t0\t5", "5\t5\t5\t0"}) {
     EXPECT_FALSE(ownerIn(statusWith(mixed, same, ""))) << mixed;
@@ -66,7 +66,7 @@ TEST(OwnerInAStatus, IsNoneWhereTheIdsAreNotAllTheSame) {
   }
 }
 
-TEST(OwnerInAStatus, IsNoneWhereSomethingIsMissingOrNoNumber) {
+TEST(OwnerInAStatus, IsMissingIfSomethingIsMissingOrNotANumber) {
   const std::string same = "5\t5\t5\t5";
   EXPECT_FALSE(ownerIn(""));
   EXPECT_FALSE(ownerIn("Name:\tcat\nUid:\t5\t5\t5\t5\nGid:\t5\t5\t5\t5\n"));
@@ -77,7 +77,7 @@ TEST(OwnerInAStatus, IsNoneWhereSomethingIsMissingOrNoNumber) {
   EXPECT_FALSE(ownerIn(statusWith(same, same, "4294967296")));
 }
 
-TEST(OwnerOfAProcess, IsThatOfThisProcess) {
+TEST(OwnerOfAProcess, IsThisUserForThisProcess) {
   const auto owner = ownerOf(::getpid());
   ASSERT_TRUE(owner);
   EXPECT_EQ(owner->user, ::getuid());
@@ -85,7 +85,7 @@ TEST(OwnerOfAProcess, IsThatOfThisProcess) {
   EXPECT_TRUE(isUserOfThisProcess(*owner));
 }
 
-TEST(OwnerOfAProcess, IsNotKnownOfNoProcess) { EXPECT_FALSE(ownerOf(idOfEndedProcess())); }
+TEST(OwnerOfAProcess, IsUnknownIfThereIsNoProcess) { EXPECT_FALSE(ownerOf(idOfEndedProcess())); }
 
 /// Becomes a program, with an environment of its own, after `prepare`.
 std::unique_ptr<ChildProcess> start(
@@ -104,29 +104,29 @@ std::unique_ptr<ChildProcess> start(
   });
 }
 
-TEST(ShownEnvironment, IsThatWhichTheProcessWasStartedWith) {
+TEST(ShownEnvironment, IsTheOneThatTheProcessWasStartedWith) {
   const auto process = start("/bin/sleep", kEnvironment);
   EXPECT_EQ(shownEnvironmentOf(process->pid()), kEnvironment);
 }
 
-TEST(ShownEnvironment, IsKnownThoughTheFirstThreadHasEnded) {
+TEST(ShownEnvironment, IsKnownEvenIfTheFirstThreadHasEnded) {
   const auto process = makeProcessWithoutFirstThread();
   EXPECT_TRUE(shownEnvironmentOf(process->pid()));
   EXPECT_EQ(shownEnvironmentOf(process->pid()), shownEnvironmentOf(::getpid()));
 }
 
-TEST(ShownEnvironment, LeavesOutWhatIsNoVariable) {
+TEST(ShownEnvironment, LeavesOutEntriesThatAreNotVariables) {
   const auto process = start("/bin/sleep", {"a title", "", "A=1"});
   EXPECT_THAT(shownEnvironmentOf(process->pid()).value(), ElementsAre("A=1"));
 }
 
-TEST(ShownEnvironment, IsNoneWhereNoVariableIsLeft) {
+TEST(ShownEnvironment, IsMissingIfNoVariableIsLeft) {
   EXPECT_FALSE(shownEnvironmentOf(start("/bin/sleep", {})->pid()));
   EXPECT_FALSE(shownEnvironmentOf(start("/bin/sleep", {"a title"})->pid()));
   EXPECT_FALSE(shownEnvironmentOf(idOfEndedProcess()));
 }
 
-TEST(LaunchUser, IsNoneWhereTheProcessHasBecomeAnotherUsersMeanwhile) {
+TEST(LaunchUser, IsMissingIfTheProcessNowBelongsToAnotherUser) {
   const ProcessOwner other{::geteuid() + 1, ::getegid(), {}};
   EXPECT_FALSE(launchUserOf(::getpid(), other));
   EXPECT_FALSE(launchUserOf(::getpid(), std::nullopt));
@@ -179,7 +179,7 @@ class OpenFolder {
   TemporaryFolder folder_;
 };
 
-TEST(LaunchAsAnotherUser, GivesTheProgramThatUsersIdsAndEnvironmentAndNoPrivileges) {
+TEST(LaunchAsAnotherUser, GivesTheProgramTheUsersIdsAndEnvironmentAndNoPrivileges) {
   ZK_NEEDS_ROOT();
   const OpenFolder folder;
   ASSERT_TRUE(launchDetachedAs({kOwner, kEnvironment}, folder.program(), {folder.path("report")}));
@@ -189,7 +189,7 @@ TEST(LaunchAsAnotherUser, GivesTheProgramThatUsersIdsAndEnvironmentAndNoPrivileg
   EXPECT_EQ(only(report, "NoNewPrivs"), "0") << "it may run set-id programs";
 }
 
-TEST(LaunchAsAnotherUser, GivesTheProgramASessionAndStreamsAsAnyLaunch) {
+TEST(LaunchAsAnotherUser, GivesTheProgramASessionAndStreamsLikeAnyLaunch) {
   ZK_NEEDS_ROOT();
   const OpenFolder folder;
   ASSERT_TRUE(launchDetachedAs({kOwner, kEnvironment}, folder.program(), {folder.path("report"), "-key"}));
@@ -243,7 +243,7 @@ TEST(LaunchAsAnotherUser, ExecutesWithThatUsersRights) {
   EXPECT_FALSE(launchDetachedAs({kOwner, kEnvironment}, folder.program(), {folder.path("report")}));
 }
 
-TEST(LaunchAsAnotherUser, StartsNothingWhereAStepOnTheWayIsRefused) {
+TEST(LaunchAsAnotherUser, StartsNothingIfAnyStepIsRefused) {
   ZK_NEEDS_ROOT();
   for (const long call : {SYS_setgroups, SYS_setresgid, SYS_setresuid, SYS_keyctl}) {
     EXPECT_EQ(statusInChild([call] {
@@ -329,7 +329,7 @@ TEST(LaunchOfABundle, StartsItAsTheUserOfTheFirstProcessOfSeveral) {
   expectToBeOwners(bundle.launched());
 }
 
-TEST(LaunchOfABundle, TakesNoNoticeOfTheProcessesOfOtherBundles) {
+TEST(LaunchOfABundle, IgnoresProcessesOfOtherBundles) {
   ZK_NEEDS_ROOT();
   const OpenBundle other;
   other.lookUp(kEnvironment, becomeOwner);
@@ -337,7 +337,7 @@ TEST(LaunchOfABundle, TakesNoNoticeOfTheProcessesOfOtherBundles) {
   EXPECT_EQ(only(bundle.launched(), "Uid"), fourTimes(0));
 }
 
-TEST(LaunchOfABundle, KeepsUserAndEnvironmentWhereTheProcessWasOfTheSameUser) {
+TEST(LaunchOfABundle, KeepsUserAndEnvironmentIfTheProcessHadTheSameUser) {
   const OpenBundle bundle;
   bundle.lookUp({"A=1"}, stayTheSameUser);
   EXPECT_EQ(statusInChild([&bundle] {
@@ -350,12 +350,12 @@ TEST(LaunchOfABundle, KeepsUserAndEnvironmentWhereTheProcessWasOfTheSameUser) {
             0);
 }
 
-TEST(LaunchOfABundle, KeepsTheUserWhereNoProcessWasLookedUp) {
+TEST(LaunchOfABundle, KeepsTheUserIfNoProcessWasLookedUp) {
   const OpenBundle bundle;
   EXPECT_EQ(only(bundle.launched(), "Uid"), fourTimes(::geteuid()));
 }
 
-TEST(LaunchOfABundle, IsRefusedWhereTheProcessWasOfSeveralUsers) {
+TEST(LaunchOfABundle, IsRefusedIfTheProcessHadSeveralUsers) {
   ZK_NEEDS_ROOT();
   const std::function<void()> mixtures[] = {
       [] { ASSERT_EQ(::setresuid(kSomebody, 0, 0), 0); },
@@ -372,7 +372,7 @@ TEST(LaunchOfABundle, IsRefusedWhereTheProcessWasOfSeveralUsers) {
   }
 }
 
-TEST(LaunchOfABundle, IsRefusedWhereTheEnvironmentOfAnotherUserCannotBeHad) {
+TEST(LaunchOfABundle, IsRefusedIfTheOtherUsersEnvironmentCannotBeRead) {
   ZK_NEEDS_ROOT();
   const OpenBundle bundle;
   bundle.lookUp({}, becomeOwner);
