@@ -9,6 +9,7 @@ from typing import NamedTuple
 from support.processes import eventually
 
 LINE = re.compile(r"(?P<name>\w+)\((?P<arguments>.*)\) += (?P<result>-?\w+|\?)(<.*>)?( (?P<error>E\w+) .*| .*)?")
+SOURCE = re.compile(r"\w+<[^>]*>, [^,]*, ")
 FOLDER_AND_NAME = re.compile(r'\w+<(?P<folder>/[^>]*)>(, "(?P<name>(?:[^"\\]|\\.)+)")?')
 
 # The file systems that the product trusts, by the names that stat has for them.
@@ -30,8 +31,10 @@ class Call(NamedTuple):
 
     @property
     def path(self):
-        """The item that the call is made on: what its first argument has open, or a name in that folder."""
-        found = FOLDER_AND_NAME.match(self.arguments)
+        """The item that the call is made on: what its first argument has open, or a name in that folder. For a call that
+        copies from one file to another, the other one."""
+        source = SOURCE.match(self.arguments) if self.name == "copy_file_range" else None
+        found = FOLDER_AND_NAME.match(self.arguments[source.end() if source else 0 :])
         return found and os.path.normpath(os.path.join(unescaped(found["folder"]), unescaped(found["name"] or "")))
 
     def is_on(self, top):
