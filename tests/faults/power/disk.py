@@ -33,7 +33,7 @@ MAKE = {
 }
 OPTIONS = {"ext4": (), "xfs": (), "btrfs": ("nodiscard",)}
 MEGABYTES = 320  # enough for the largest file system of the three when it is empty
-TOOLS = {"mkfs.ext4": "e2fsprogs", "mkfs.xfs": "xfsprogs", "mkfs.btrfs": "btrfs-progs"}
+TOOLS = {"mkfs.ext4": "e2fsprogs", "mkfs.xfs": "xfsprogs", "mkfs.btrfs": "btrfs-progs", "strace": "strace"}
 
 
 def missing():
