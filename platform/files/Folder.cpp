@@ -53,6 +53,7 @@ SystemError readEntries(FileDescriptor folder, std::vector<Entry>& entries) {
 
   while (true) {
     errno = 0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else has this stream.
     const struct dirent* entry = ::readdir(stream.get());
     if (entry == nullptr) break;
     const std::string_view name = entry->d_name;

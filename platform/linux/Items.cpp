@@ -12,6 +12,6 @@ int port::flagsToSearch() { return O_PATH; }
 timespec port::accessTime(const struct stat& status) { return status.st_atim; }
 timespec port::modificationTime(const struct stat& status) { return status.st_mtim; }
 
-mode_t port::typeOf(const struct dirent& entry) { return DTTOIF(entry.d_type); }
+mode_t port::typeOf(const struct dirent& entry) { return static_cast<mode_t>(DTTOIF(entry.d_type)); }
 
 }  // namespace zk
