@@ -20,6 +20,8 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from support.processes import eventually
+
 CLONE_NEWNS = 0x00020000
 FICLONE = 0x40049409
 BTRFS_IOC_START_SYNC = 0x80089418
@@ -67,7 +69,9 @@ def mounted(image, *options):
         try:
             yield Path(folder)
         finally:
-            run("umount", folder)
+            # The loop device of an image in there may take a moment to let go of it.
+            umount = ["umount", "--quiet", folder]
+            eventually(lambda: subprocess.run(umount, check=False).returncode == 0, "nobody uses the disk any more")
     finally:
         os.rmdir(folder)
 
