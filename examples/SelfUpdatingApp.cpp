@@ -67,6 +67,7 @@ namespace {
 constexpr std::string_view kAutoUpdateKey = "-com.quillory.tavoro.update.AutoUpdateEnabled";
 
 std::string environment(const char* name) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment.
   const char* value = std::getenv(name);
   return value == nullptr ? "" : value;
 }

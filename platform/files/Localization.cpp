@@ -9,6 +9,7 @@ namespace zk {
 namespace {
 
 std::string_view environment(const char* name) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment.
   const char* value = std::getenv(name);
   return value == nullptr ? std::string_view() : std::string_view(value);
 }

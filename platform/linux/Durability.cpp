@@ -3,7 +3,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdlib>
 
 #include "system/Port.h"
 #include "system/Uninterrupted.h"
@@ -13,14 +13,15 @@ namespace zk {
 namespace {
 
 /// The first version of Linux whose syncfs() reports write errors.
-constexpr int kMajor = 5;
-constexpr int kMinor = 8;
+constexpr long kMajor = 5;
+constexpr long kMinor = 8;
 
 bool doesSyncTellErrors() {
   utsname kernel;
-  int major = 0;
-  int minor = 0;
-  if (::uname(&kernel) != 0 || std::sscanf(kernel.release, "%d.%d", &major, &minor) != 2) return false;
+  if (::uname(&kernel) != 0) return false;
+  char* rest = nullptr;
+  const long major = std::strtol(kernel.release, &rest, 10);
+  const long minor = *rest == '.' ? std::strtol(rest + 1, nullptr, 10) : 0;
   return major > kMajor || (major == kMajor && minor >= kMinor);
 }
 

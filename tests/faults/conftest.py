@@ -1,30 +1,20 @@
-"""The built installer is looked for in the folder that ZK_BUILD names, by default `build` in this checkout."""
-
-import os
 import sys
 from pathlib import Path
 
 import pytest
 
-CHECKOUT = Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(Path(__file__).parent), str(CHECKOUT / "tests/acceptance")]
+sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).resolve().parents[1] / "acceptance")]
 
 pytest.register_assert_rewrite("injection.verdict")
 
 from injection.world import NEW, Kit  # noqa: E402
+from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: E402, F401
 from support.installer import INSTALLED  # noqa: E402
 from support.processes import adopt_orphans  # noqa: E402
 
 
 @pytest.fixture(scope="session")
-def checkout():
-    return CHECKOUT
-
-
-@pytest.fixture(scope="session")
-def kit():
-    installer = Path(os.environ.get("ZK_BUILD", CHECKOUT / "build")).resolve() / "zkupdater"
-    assert installer.is_file(), f"{installer} has not been built"
+def kit(installer):  # noqa: F811
     adopt_orphans()
     kit = Kit(installer)
     try:
