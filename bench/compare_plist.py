@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Runs plist_bench and Python's plistlib on the same documents, in turn, and prints how many times as fast plist_bench
+"""Runs plist_bench and Python's plistlib in turn on the same documents, and prints how many times as fast plist_bench
 is: the median of the ratios of all rounds.
 
 usage: compare_plist.py [--build FOLDER] [--rounds N] [--check]

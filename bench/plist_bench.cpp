@@ -1,6 +1,6 @@
-// Reading and writing property lists: the documents in the folder that the environment variable ZK_BENCH_DOCUMENTS
-// names (binary, xml and record, a process-info record in the binary form; compare_plist.py makes them and runs this
-// beside another implementation).
+// Reads and writes property lists: the documents `binary`, `xml` and `record` (a process-info record in the binary
+// form) in the folder that the environment variable ZK_BENCH_DOCUMENTS names. compare_plist.py makes them and compares
+// this program with another implementation.
 
 #include <benchmark/benchmark.h>
 
@@ -8,8 +8,8 @@
 #include <iostream>
 #include <string>
 
-#include "objects/NSURL.h"
 #include "files/NSDataFiles.h"
+#include "objects/NSURL.h"
 #include "plist/NSPropertyListSerialization.h"
 
 namespace zk {
@@ -58,7 +58,7 @@ void writeDocument(benchmark::State& state) {
 }
 BENCHMARK(writeDocument);
 
-/// A process-info record written and read back.
+/// Writes a process-info record and reads it back.
 void roundTripRecord(benchmark::State& state) {
   const auto record = read(document("record"));
   for (auto turn : state) benchmark::DoNotOptimize(read(write(record)));

@@ -1,5 +1,5 @@
-// Reading and printing a version, beside the C library's sscanf and snprintf on the same text, with the allocations of
-// each call; and the look-up of an error's description.
+// Reads and prints a version, compared with the C library's sscanf and snprintf on the same text, and looks up an
+// error's description. Counts the allocations of each call.
 
 #include <benchmark/benchmark.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kText = "1.2.3 (4)";
 
-/// Tells how often memory was asked for in each turn of the loop that `body` is.
+/// Reports how often each round of the loop in `body` allocates memory.
 template <class Body>
 void measure(benchmark::State& state, Body body) {
   const std::size_t before = test::allocationCount();

@@ -1,5 +1,5 @@
-# The target `coverage`: runs the unit tests of the folders that hold this system's logic, and the main job of the
-# executable, and prints those folders' line and branch coverage by clang's source-based counts.
+# The target `coverage` runs the unit tests of the folders that hold this system's logic, and the executable's main job.
+# It prints the line and branch coverage of these folders, from clang's source-based counts.
 
 set(coverage_folders updater host semaphore errors version)
 set(coverage_tests updater_tests host_tests semaphore_tests errors_tests version_tests)

@@ -18,6 +18,7 @@ set(ZK_PUBLIC_HEADERS
   platform/objects/NSObject.h
   platform/objects/NSString.h
   platform/objects/NSURL.h
+  platform/objects/NeverDestroyed.h
   platform/system/ErrorNumbers.h
   platform/system/SemaphoreHandle.h
   semaphore/ZKPOSIXSemaphore.h

@@ -1,7 +1,7 @@
 # zk_subsystem(<name> LINKS <target>...)
 #
-# One static library per top folder. Its include root is its own folder, and it sees the folders of what it links and
-# no others: an include that runs upwards does not compile.
+# One static library per top folder. Its include root is its own folder, and it sees only the folders of what it links:
+# an include that leads upwards does not compile.
 function(zk_subsystem name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LINKS")
   add_library(zk_${name} STATIC)

@@ -5,9 +5,9 @@
 
 namespace zk {
 
-/// The one way in which this folder's constructors make an error: a text goes into the user information when it is not
-/// empty, the URL when it is present, and every object as it was passed.
-/// @return absent only when there is no memory for the user information.
+/// Makes every error of this folder. A text goes into the user information if it is not empty, the URL if it is not
+/// absent. All objects are shared, not copied.
+/// @return absent only if there is no memory for the user information
 Ref<NSError> errorRecord(const Ref<NSString>& domain, long code, const Ref<NSString>& description,
                          const Ref<NSString>& failureReason, const Ref<NSString>& filePath, const Ref<NSURL>& url);
 

@@ -7,10 +7,9 @@
 
 namespace zk {
 
-/// Makers of errors in NSOSStatusErrorDomain, added to NSError. `status` is a status of the system interfaces and is
-/// kept with its sign; its description is the operating system's own, left out where that has none. Texts that are
-/// absent or empty are left out, and so is an absent URL. All answer an error that the caller shares, or absent when
-/// there is no memory for its user information.
+/// Functions that make errors in NSOSStatusErrorDomain. `status` is a status of the system interfaces and keeps its
+/// sign. The description is the operating system's own, and is left out if it has none. Absent or empty texts and an
+/// absent URL are left out. All return a shared error, or absent if there is no memory for its user information.
 namespace OSStatus {
 
 /// `errorWithOSStatus:failureReason:`

@@ -5,11 +5,10 @@
 
 namespace zk {
 
-/// Makers of errors in NSPOSIXErrorDomain, added to NSError. `code` is a POSIX error number of the macOS numbering (see
-/// macOSErrorNumber() in process/ErrorNumbers.h) and is kept unchanged whatever it is; its English description is
-/// looked up in the POSIX error table and left out where that has none. Texts that are absent or empty are left out,
-/// and so is an absent URL. All answer an error that the caller shares, or absent when there is no memory for its
-/// user information.
+/// Functions that make errors in NSPOSIXErrorDomain. `code` is a POSIX error number in the macOS numbering (see
+/// macOSErrorNumber() in system/ErrorNumbers.h) and is never changed. Its English description comes from the POSIX
+/// error table, and is left out if that has none. Absent or empty texts and an absent URL are left out. All return a
+/// shared error, or absent if there is no memory for its user information.
 namespace POSIX {
 
 /// `errorWithPOSIXCode:failureReason:`

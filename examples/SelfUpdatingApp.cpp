@@ -1,11 +1,11 @@
-// A small application that updates itself through the installer. It finds what a real one would know of itself in its
-// environment, which the installer hands on to the new version:
+// A small application that updates itself through the installer. What a real one would know by itself it takes from its
+// environment, which the installer passes on to the new version:
 //
 //   EXAMPLE_JOURNAL    the file it writes its diary to; a restarted application has no terminal
 //   EXAMPLE_INSTALLER  the installer's executable
 //   EXAMPLE_UPDATE     the folder that holds a new copy of its bundle
 //
-// The README shows what stands between the two marks.
+// The README shows the part between the two marks.
 
 #include <unistd.h>
 
@@ -20,7 +20,7 @@
 
 #include "ZKUpdateStart.h"  // of the CMake target zk::host
 
-/// Starts the installer. True: it is ready, now quit. False: go on with the old version.
+/// Starts the installer. True: it is ready, quit now. False: go on with the old version.
 bool startUpdate(const std::string& installer, const std::string& updateFolder) {
   const auto start = zk::ZKUpdateStart::startInstaller(installer, updateFolder);
   if (!start->isReady()) std::cerr << start->reason() << '\n' << start->logLine() << std::endl;
@@ -31,6 +31,7 @@ bool startUpdate(const std::string& installer, const std::string& updateFolder) 
 namespace {
 
 std::string environment(const char* name) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment.
   const char* value = std::getenv(name);
   return value == nullptr ? "" : value;
 }

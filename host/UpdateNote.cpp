@@ -17,9 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const Ref<NSString> kVersionKey = "version"_ns;
-const Ref<NSString> kModificationTimeKey = "modificationTime"_ns;
-const Ref<NSString> kBackupsKey = "backups"_ns;
+constexpr NSStringConstant kVersionKey = "version"_constant;
+constexpr NSStringConstant kModificationTimeKey = "modificationTime"_constant;
+constexpr NSStringConstant kBackupsKey = "backups"_constant;
 /// In bytes. A note takes some hundred.
 constexpr std::size_t kLargestNote = std::size_t{1} << 20;
 

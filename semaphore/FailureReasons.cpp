@@ -6,12 +6,12 @@ namespace zk {
 
 namespace {
 
-/// The English text in the language of the main bundle's translations. The text is the key of its translation, too.
+/// An English text in the language of the main bundle's translations, in which the text is its own key.
 Ref<NSString> localized(const char* text) {
   return NSBundle::mainBundle()->localizedStringForKey(NSString::stringWithUTF8String(text), ""_ns, nullptr);
 }
 
-/// The two tables that know a name that is too long say the same of it.
+/// The two tables that have this reason use the same text.
 constexpr const char* kNameTooLong = "Name exceeded SEM_NAME_LEN characters.";
 
 const char* openReason(long number, bool opennedWithCreate) {

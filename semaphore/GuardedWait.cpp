@@ -2,8 +2,8 @@
 #include "ZKPOSIXSemaphore.h"
 #include "objects/NSNumber.h"
 #include "objects/OutOfMemory.h"
-#include "system/ErrorNumbers.h"
 #include "process/NSThread.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk {
 
@@ -11,9 +11,9 @@ namespace {
 
 constexpr std::uint16_t kSharedMode = 0666;
 
-/// The record in a process-info file, or absent when what was read there is none: no dictionary, or one whose process
-/// id is no integer. Garbage is not a sign that a holder is gone. A dictionary without a process id is a record, of
-/// nobody.
+/// The record in a process-info file. Absent if what was read is not a dictionary, or if its process id is not an
+/// integer: garbage does not show that a holder is gone. A dictionary without a process id is a record, but not of a
+/// living process.
 Ref<NSDictionary> recordIn(const Ref<NSObject>& propertyList) {
   const Ref<NSDictionary> record = asDictionary(propertyList);
   if (!record) return nullptr;
@@ -52,28 +52,28 @@ bool ZKPOSIXSemaphore::waitWithProcessInfo(const Ref<NSURL>& directory, std::siz
     } else if (!takeOver(directory, &lastError)) {
       return fail(lastError);
     }
-    // After a take-over the next try comes at once and the attempts stay as they were. Where others take the new
-    // semaphore first and leave no record, it is taken over again, without a pause.
+    // After a take-over the next try comes at once, and is not counted as an attempt. If others take the new semaphore
+    // first and leave no record, it is taken over again, without a pause.
   }
 
-  // The semaphore is held: whatever keeps the record from being written, the caller must learn that.
+  // We hold the semaphore now; a record that cannot be written must not hide that.
   unlessOutOfMemory([&] { return writeProcessInfoAtURL(directory); });
   return true;
 }
 
-/// Puts a fresh semaphore in the place of the one whose holder is gone. Others that have the old one open keep it.
+/// Replaces the semaphore of a holder that is gone with a new one. Processes that have the old one open keep it.
 ///
-/// Of two that find the same holder gone at the same moment the slower one may take over from the faster one: no lock
-/// stands between the look at the record and the removal of the name.
+/// If two processes find the same holder gone at the same moment, the slower one may take over from the faster one: no
+/// lock spans reading the record and removing the name.
 bool ZKPOSIXSemaphore::takeOver(const Ref<NSURL>& directory, Ref<NSError>* error) {
   if (!unlink(error)) return false;
   removeProcessInfoAtURL(directory);
-  // Not exclusive: what another process has created meanwhile is opened as it is, count included.
+  // Not exclusive: a semaphore that another process has created meanwhile is opened as it is, with its count.
   return openWithName(name(), ZKO_CREAT, kSharedMode, 1, error);
 }
 
 bool ZKPOSIXSemaphore::postWithProcessInfo(const Ref<NSURL>& directory) {
-  // The record goes first: once the semaphore is free, a record there is the next holder's.
+  // The record goes first: once the semaphore is free, any record is the next holder's.
   const bool isRecordRemoved = unlessOutOfMemory([&] { return removeProcessInfoAtURL(directory); });
   return post() && isRecordRemoved;
 }

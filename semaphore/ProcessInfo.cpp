@@ -9,15 +9,10 @@
 
 namespace zk {
 
-const Ref<NSString> ZKPOSIXSemaphore::pidKey = "pid"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::executablePathKey = "executablePath"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::bundleIdKey = "bundleId"_ns;
-const Ref<NSString> ZKPOSIXSemaphore::creationDateKey = "creationDate"_ns;
-
 namespace {
 
 constexpr std::size_t kRecordKeyCount = 4;
-/// In bytes. A record takes some hundred; a larger file is a mistake or an attack.
+/// In bytes. A record takes a few hundred; a much larger file is a mistake or an attack.
 constexpr std::size_t kLargestRecord = std::size_t{1} << 20;
 
 Ref<NSString> textForKey(const Ref<NSDictionary>& dictionary, const Ref<NSString>& key) {
@@ -32,8 +27,8 @@ void addExecutableAndBundle(NSMutableDictionary& record, const ProcessSerialNumb
   const Ref<NSString> executablePath = textForKey(information, kCFBundleExecutableKey);
   if (length(executablePath) > 0) record.setObject(executablePath, ZKPOSIXSemaphore::executablePathKey);
 
-  // The bundle on disk may have become another one under a running process: an installer that lies inside the bundle
-  // that it replaces must stay alive in its own record.
+  // The bundle on disk may be replaced while the process runs from it. An installer that lies inside the bundle that it
+  // replaces must still count as alive by its own record.
   if (information->objectForKey(ZKBundleMayChangeKey)) return;
   const Ref<NSString> bundleId = textForKey(information, kCFBundleIdentifierKey);
   if (length(bundleId) > 0) record.setObject(bundleId, ZKPOSIXSemaphore::bundleIdKey);
@@ -44,7 +39,7 @@ void addCreationDate(NSMutableDictionary& record, const ProcessSerialNumber& pro
   info.processInfoLength = sizeof info;
   if (System::current().GetProcessInformation(process, info) != noErr) return;
 
-  // The stamp is only ever compared, so it is read as seconds after the reference date whatever its unit is.
+  // The stamp is only ever compared, so it is taken as seconds after the reference date, whatever its unit is.
   const double seconds = static_cast<double>(info.processLaunchDate) + kCFAbsoluteTimeIntervalSince1970;
   record.setObject(NSDate::dateWithTimeIntervalSince1970(seconds), ZKPOSIXSemaphore::creationDateKey);
 }

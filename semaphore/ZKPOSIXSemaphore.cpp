@@ -9,7 +9,7 @@ namespace zk {
 
 namespace {
 
-/// Passes the result of a wait on; a failed one is explained when there is a place for it.
+/// Whether a wait succeeded. Explains a failure if there is a place for the error.
 bool waitResult(int result, Ref<NSError>* error) {
   if (result == 0) return true;
   if (error != nullptr) {
@@ -56,7 +56,7 @@ bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::u
   semaphore_ = ZKSEM_FAILED;
 
   name_ = name;
-  const std::string systemName = name_ ? fileSystemRepresentation(name_) : std::string();
+  const std::string systemName = fileSystemRepresentation(name_);
   semaphore_ = System::current().sem_open(systemName.c_str(), flags, mode, value);
   if (semaphore_ != ZKSEM_FAILED) return true;
 
@@ -76,12 +76,11 @@ bool ZKPOSIXSemaphore::tryWait(Ref<NSError>* error) {
 bool ZKPOSIXSemaphore::post() { return System::current().sem_post(semaphore_) == 0; }
 
 bool ZKPOSIXSemaphore::isBusyError(const Ref<NSError>& error) {
-  return error && error->code() == ZKEAGAIN && error->domain()->isEqual(NSPOSIXErrorDomain);
+  return error && error->code() == ZKEAGAIN && areEqual(error->domain(), NSPOSIXErrorDomain);
 }
 
 bool ZKPOSIXSemaphore::unlinkName(const Ref<NSString>& name, Ref<NSError>* /*error*/) {
-  // Plain UTF-8, not the file-system representation that opening uses: the two differ on some systems, and are kept
-  // apart.
+  // Plain UTF-8, deliberately not the file-system representation that opening uses. The two differ on some systems.
   return System::current().sem_unlink(name ? name->UTF8String() : "") == 0;
 }
 

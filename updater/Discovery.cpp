@@ -7,7 +7,7 @@
 namespace zk {
 
 bool ZKUpdater::initTargetInfo() {
-  // Only the low 32 bits count; a negative id goes on, to be found not to exist.
+  // Only the low 32 bits count. A negative id is passed on; the look-up finds that it does not exist.
   const auto pid = static_cast<std::int32_t>(NSUserDefaults::standardUserDefaults().integerForKey("pid"_ns));
   if (pid == 0) {
     logError("Target PID not specified.");
@@ -26,7 +26,7 @@ bool ZKUpdater::initTargetInfo() {
     logError("Unable to get target process info.");
     return false;
   }
-  // A path that no URL can be made of is as good as none.
+  // A path that cannot be made into a URL counts as missing.
   const Ref<NSURL> bundleURL = NSURL::fileURLWithPath(asString(information->objectForKey(ZKBundlePathKey)));
   if (!bundleURL) {
     logError("Unable to get target process bundle path.");
@@ -50,7 +50,7 @@ bool ZKUpdater::initUpdateInfo() {
     logError("Invalid update path.");
     return false;
   }
-  // Whether the folder exists shows only when the bundle is looked for.
+  // Whether the folder exists is found out only when the bundle is looked for.
   updateDirectory = NSURL::fileURLWithPath(updatePath);
   if (!updateDirectory) {
     logError("Invalid update directory.");

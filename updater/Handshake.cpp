@@ -12,9 +12,11 @@ constexpr std::size_t kFree = 1;  ///< the count of a semaphore that nobody hold
 
 constexpr std::size_t kMaxLockAttempts = 1000;
 constexpr int kMaxExitChecks = 1000;
-constexpr double kTestInterval = 0.1;  ///< seconds
+/// Seconds between two tries for the lock, and between two checks whether the target has exited. A thousand of them are
+/// the "about 100 seconds" that the documents promise.
+constexpr double kTestInterval = 0.1;
 
-/// The semaphore that the target shares, made when the target has not made it yet.
+/// A semaphore shared with the target. It is created if the target has not created it yet.
 Ref<ZKPOSIXSemaphore> sharedSemaphore(const Ref<NSString>& name) {
   return ZKPOSIXSemaphore::createWithName(name, false, kSharedMode, kFree);
 }
@@ -66,7 +68,7 @@ bool ZKUpdater::waitForTargetExit() {
       logError("Failed to watch target process exit.");
       return false;
     }
-    // Also after the last check, deliberately: the whole budget is 1000 pauses.
+    // Also after the last check, deliberately: there are 1000 pauses in all.
     NSThread::sleepForTimeInterval(kTestInterval);
   }
   logError("Target process exit wait expired.");

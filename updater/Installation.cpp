@@ -22,14 +22,14 @@ bool ZKUpdater::install() {
     return false;
   }
 
-  // The copy replaces its destination: the backup stands at the temporary directory's own path, not inside it.
+  // The copy replaces its destination, so the backup is at the temporary directory's own path, not inside it.
   if (!files->copyItemAtURL(targetBundleURL, temporaryDirectory)) {
     logError("Unable to backup target.");
     return false;
   }
 
-  // One level below the place where the backup stands. Deliberate: the rollback reads from there, and the whole backup
-  // stays at the temporary directory's path for whoever recovers the old bundle by hand.
+  // One level below the backup itself. Deliberate: the rollback reads from there, and the whole backup stays at the
+  // temporary directory's path for whoever recovers the old bundle by hand.
   const Ref<NSString> bundleName = targetBundleURL->lastPathComponent();
   const Ref<NSURL> backup =
       length(bundleName) > 0 ? temporaryDirectory->URLByAppendingPathComponent(bundleName) : nullptr;

@@ -5,7 +5,7 @@
 namespace zk {
 
 bool ZKUpdater::relaunchTarget() {
-  // One setting of the application's: no automatic update at this start. None of the installer's own is passed on.
+  // One setting for the application: no automatic update this time. The installer's own settings are not passed on.
   const Ref<NSArray> arguments =
       NSArray::arrayWithObjects({"-com.quillory.tavoro.update.AutoUpdateEnabled"_ns, "NO"_ns});
   const Ref<NSDictionary> configuration =

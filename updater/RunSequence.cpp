@@ -10,7 +10,7 @@ int runInstaller() {
   const NSAutoreleasePool pool;
   const Ref<ZKUpdater> created = unlessOutOfMemory([] { return autorelease(ZKUpdater::init()); });
   if (!created) return 1;
-  // The scope is the owner: the updater ends when the scope closes, after everything else here.
+  // The pool owns the updater, which so ends after everything else here.
   ZKUpdater& updater = *created;
 
   const bool isInstalled = unlessOutOfMemory([&] { return updater.notifyReady(); }) &&
@@ -18,7 +18,7 @@ int runInstaller() {
                            unlessOutOfMemory([&] { return updater.waitForTargetExit(); }) &&
                            unlessOutOfMemory([&] { return updater.install(); });
 
-  // Whatever happened: the application is started again also when it was not updated.
+  // Whatever happened, the application is started again, even if it was not updated.
   unlessOutOfMemory([&] { updater.releaseSemaphores(); });
   unlessOutOfMemory([&] { return updater.relaunchTarget(); });
   return isInstalled ? 0 : 1;

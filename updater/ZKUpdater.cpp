@@ -14,7 +14,7 @@ Class ZKUpdater::classObject() {
 Ref<ZKUpdater> ZKUpdater::init() {
   Ref<ZKUpdater> updater(new ZKUpdater);
   updater->isLogEnabled = NSUserDefaults::standardUserDefaults().boolForKey("enableLog"_ns);
-  if (updater->isLogEnabled) ZKUpdaterLog(classObject(), updater.get(), nullptr, "Begin installation"_ns);
+  updater->log(nullptr, "Begin installation");
 
   if (updater->initTargetInfo() && updater->initUpdateInfo()) return updater;
 
@@ -27,11 +27,17 @@ ZKUpdater::~ZKUpdater() {
   targetBundleURL = nullptr;
   targetBundleId = nullptr;
   updateDirectory = nullptr;
-  if (isLogEnabled) unlessOutOfMemory([this] { ZKUpdaterLog(classObject(), this, nullptr, "End installation"_ns); });
+  log(nullptr, "End installation");
 }
 
-void ZKUpdater::logError(const char* message) const {
-  if (isLogEnabled) ZKUpdaterLog(classObject(), this, "Error"_ns, NSString::stringWithUTF8String(message));
+void ZKUpdater::log(const char* category, const char* message) const {
+  if (!isLogEnabled) return;
+  unlessOutOfMemory([&] {
+    const Ref<NSString> categoryText = category == nullptr ? nullptr : NSString::stringWithUTF8String(category);
+    ZKUpdaterLog(classObject(), this, categoryText, NSString::stringWithUTF8String(message));
+  });
 }
+
+void ZKUpdater::logError(const char* message) const { log("Error", message); }
 
 }  // namespace zk

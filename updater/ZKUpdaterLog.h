@@ -8,15 +8,16 @@
 
 namespace zk {
 
-/// The line "[<class> (<address>)] <category>: <message>", without the pieces that are not given.
-/// @param aClass its name opens the line
+/// Composes a log line, which process/LogSink.cpp writes: "[<class> (<address>)] <category>: <message>", without the
+/// pieces that are not given.
+/// @param aClass the line begins with its name
 /// @param object may be absent
 /// @param category may be absent or empty
 /// @param format may be absent or empty: then there is no message, and no blank before it
 void ZKUpdaterLogArguments(Class aClass, const NSObject* object, const Ref<NSString>& category,
                            const Ref<NSString>& format, std::span<const FormatArgument> arguments);
 
-/// Writes that line to the log, with `format` filled with `arguments` as by stringWithFormat().
+/// The same, with the arguments given one by one as for stringWithFormat().
 template <class... Arguments>
 void ZKUpdaterLog(Class aClass, const NSObject* object, const Ref<NSString>& category, const Ref<NSString>& format,
                   const Arguments&... arguments) {

@@ -1,7 +1,8 @@
 #include "RunSequence.h"
+#include "objects/OutOfMemory.h"
 #include "process/ProcessStart.h"
 
 int main(int argumentCount, char** arguments) {
-  zk::startProcess(argumentCount, arguments);
-  return zk::runInstaller();
+  const bool hasStarted = zk::unlessOutOfMemory([&] { zk::startProcess(argumentCount, arguments); });
+  return hasStarted ? zk::runInstaller() : 1;
 }

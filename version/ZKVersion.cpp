@@ -14,8 +14,7 @@ struct Part {
 
   std::uint64_t packed(std::uint16_t value) const { return std::min(value, largest) * weight; }
 
-  /// The mask is of bits while the packing is of digits: this is no clean replacement of the part, and not meant as
-  /// one.
+  /// The mask clears bits, but the packing is decimal: this does not replace the part cleanly, and is not meant to.
   std::uint64_t setIn(std::uint64_t version, std::uint16_t value) const { return (version & ~mask) + packed(value); }
 };
 
@@ -24,7 +23,7 @@ constexpr Part kMinor = {1'000'000, 99, 0x5E69EC0};
 constexpr Part kMicro = {10'000, 99, 0xF1B30};
 constexpr Part kSpin = {1, 9'999, 0x270F};
 
-/// The object as a version, or null when it is absent or no version.
+/// The object as a version; null if it is absent or not a version.
 const ZKVersion* asVersion(const Ref<NSObject>& object) { return dynamic_cast<const ZKVersion*>(object.get()); }
 
 Ref<ZKVersion> ifValid(const Ref<ZKVersion>& version) { return version->isValid() ? version : nullptr; }

@@ -3,15 +3,15 @@
 #include "objects/NSNumber.h"
 #include "objects/NSString.h"
 
-// Some C libraries define these as macros that take apart a device number.
+// Some C libraries define these as macros that split a device number.
 #undef major
 #undef minor
 
 namespace zk {
 
-/// A version number of four parts (major, minor, micro, spin), held as one number whose decimal digits carry them:
-/// major * 100,000,000 + minor * 1,000,000 + micro * 10,000 + spin. So versions order as plain integers. Built from
-/// parts, major, minor and micro are 0 to 99 and spin is 0 to 9999; a packed value that is set directly may be any
+/// A version number with four parts (major, minor, micro, spin), packed into the decimal digits of one number: major *
+/// 100,000,000 + minor * 1,000,000 + micro * 10,000 + spin. So versions sort as plain integers. In a version built from
+/// its parts, major, minor and micro are 0 to 99 and spin is 0 to 9999. A packed value that is set directly may be any
 /// number.
 ///
 /// Mutable, without locks. An absent version ranks below every version.
@@ -35,19 +35,19 @@ class ZKVersion : public NSObject {
   /// `initWithMajor:minor:micro:spin:`. A part above its largest value becomes that.
   static Ref<ZKVersion> initWithMajor(std::uint16_t major, std::uint16_t minor, std::uint16_t micro,
                                       std::uint16_t spin);
-  /// The number that numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); 0 where it makes none.
+  /// The number that numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); 0 if it makes none.
   static Ref<ZKVersion> initWithNumber(const Ref<NSObject>& number);
 
-  // Factories. All but versionWithApplication() answer absent where the version would not be valid.
+  // Factories. All but versionWithApplication() return absent if the version would not be valid.
 
   static Ref<ZKVersion> versionWithUnsignedLongLong(std::uint64_t packed);
   /// `versionWithMajor:minor:micro:spin:`. A part above its largest value becomes that.
   static Ref<ZKVersion> versionWithMajor(std::uint16_t major, std::uint16_t minor, std::uint16_t micro,
                                          std::uint16_t spin);
-  /// Absent also where numberWithUnsignedLongLongFromNSObject() makes no number of `number` (may be absent).
+  /// Also absent if numberWithUnsignedLongLongFromNSObject() makes no number of `number` (may be absent).
   static Ref<ZKVersion> versionWithNumber(const Ref<NSObject>& number);
   /// Reads "1.2.3.4", "1.2.3 (4)", "1.2 (4)", or a packed value. Dots and white space, in any number, separate the
-  /// parts; what follows a fourth part is not looked at. The spin must be given.
+  /// parts; what follows a fourth part is ignored. The spin must be given.
   /// @return absent for an absent text and for any other form.
   static Ref<ZKVersion> versionWithString(const Ref<NSString>& text);
   static Ref<ZKVersion> versionWithApplication();
@@ -64,9 +64,9 @@ class ZKVersion : public NSObject {
   std::uint16_t micro() const { return extractMicro(version); }
   std::uint16_t spin() const { return extractSpin(version); }
 
-  /// The part setters take the bits of the part's largest value off the packed value and add the new part. The packing
-  /// is decimal, so that does not in general clear the old part: setting the major of 1.0.1 (13) to 2 gives 2.31.45
-  /// (9357). It is what setters of this type do; versions are built cleanly by versionWithMajor().
+  /// The part setters clear the bits of the part's largest value in the packed value, then add the new part. The
+  /// packing is decimal, so that does not generally clear the old part: setting the major of 1.0.1 (13) to 2 gives
+  /// 2.31.45 (9357). This is deliberate. versionWithMajor() builds a version cleanly.
   void setMajor(std::uint16_t major);
   void setMinor(std::uint16_t minor);
   void setMicro(std::uint16_t micro);
@@ -77,19 +77,18 @@ class ZKVersion : public NSObject {
 
   /// The packed value as a new number object.
   Ref<NSNumber> number() const;
-  /// Sets the packed value to what numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); where it
+  /// Sets the packed value to what numberWithUnsignedLongLongFromNSObject() makes of `number` (may be absent); if it
   /// makes none, the packed value stays as it is.
   void setNumber(const Ref<NSObject>& number);
 
-  /// The object (may be absent) as a number: a number object itself; a text by its digits, leading zeros skipped before
-  /// anything else is read; what any other object answers to unsignedLongLongValue. A text is never absent: without
-  /// digits it is 0.
-  /// @return absent for an absent object and for one that does not answer.
+  /// The object (may be absent) as a number. A number object is returned as it is. A text is read by its digits, after
+  /// any leading zeros are skipped; without digits it is 0. Any other object gives its unsignedLongLongValue.
+  /// @return absent for an absent object, and for one that has no such value.
   static Ref<NSNumber> numberWithUnsignedLongLongFromNSObject(const Ref<NSObject>& object);
 
   // Comparison.
 
-  /// Whether the major or the minor is not 0: the packed value is 1,000,000 at least.
+  /// Whether the major or the minor is not 0: the packed value is at least 1,000,000.
   bool isValid() const { return version > 999'999; }
 
   /// Whether the packed values are equal. An absent `other` reads as 0.
@@ -97,10 +96,10 @@ class ZKVersion : public NSObject {
   bool isEqual(const Ref<NSObject>& object) const override;
   std::size_t hash() const override;
 
-  /// 1 when this version is greater than `other` or `other` is absent, 0 when they are equal, -1 when it is smaller.
+  /// 1 if this version is greater than `other` or `other` is absent, 0 if they are equal, -1 if it is smaller.
   int compare(const Ref<ZKVersion>& other) const;
 
-  /// Of an object that is no version these tests answer as of an absent one.
+  /// These treat an object that is not a version like an absent one.
   bool isGreaterThan(const Ref<NSObject>& other) const;
   bool isGreaterThanOrEqualTo(const Ref<NSObject>& other) const;
   bool isLessThan(const Ref<NSObject>& other) const;

@@ -14,12 +14,12 @@ namespace {
 /// The version of this application: 1.0.1, spin 13.
 constexpr std::uint64_t kApplicationVersion = 100'010'013;
 
-/// Marks a component that was not read.
+/// Marks a component that has not been read.
 constexpr std::uint16_t kUnset = 65'535;
 constexpr std::uint16_t kLargestComponent = kUnset - 1;
 
-/// What `strtoull` makes of `text` with base 0, the prefixes being 0x for hexadecimal and 0 for octal and no other:
-/// newer C libraries have one for binary as well.
+/// What `strtoull` makes of `text` with base 0, but only with the prefixes 0x for hexadecimal and 0 for octal: newer C
+/// libraries know one for binary as well.
 std::uint64_t unsignedValue(const char* text) {
   const char* digits = text;
   while (std::isspace(static_cast<unsigned char>(*digits)) != 0) ++digits;
@@ -30,14 +30,14 @@ std::uint64_t unsignedValue(const char* text) {
   return std::strtoull(text, nullptr, hasX ? 16 : hasZero ? 8 : 10);
 }
 
-/// The next number of the text when it can be a component. One that is out of range is read over all the same.
+/// The next number of the text, if it can be a component. A number out of range is read past all the same.
 std::optional<std::uint16_t> scanComponent(NSScanner& scanner) {
   std::int32_t number = 0;
   if (!scanner.scanInt(number) || number < 0 || number > kLargestComponent) return std::nullopt;
   return static_cast<std::uint16_t>(number);
 }
 
-/// The spin of a group "(4)", with white space around it and around the number.
+/// The spin in a group "(4)". There may be white space around the group and around the number.
 std::optional<std::uint16_t> spinOfGroup(const Ref<NSString>& text) {
   const Ref<NSString> group = stringByTrimmingCharactersInSet(text, NSCharacterSet::whitespaceAndNewlineCharacterSet());
   const std::size_t length = group->length();
@@ -63,7 +63,7 @@ Ref<NSNumber> ZKVersion::numberWithUnsignedLongLongFromNSObject(const Ref<NSObje
   if (!object) return nullptr;
   if (const Ref<NSNumber> number = asNumber(object)) return number;
   if (const Ref<NSString> text = asString(object)) {
-    // Zeros go before the base is found: "010" is ten, and "0x10" is 0, since it goes on with the x.
+    // Leading zeros are skipped before the base is determined: "010" is ten, and "0x10" is 0, since the x comes next.
     const char* const start = text->UTF8String();
     const char* rest = start;
     while (*rest == '0') ++rest;
@@ -101,8 +101,8 @@ Ref<ZKVersion> ZKVersion::versionWithString(const Ref<NSString>& text) {
   scanner->setCaseSensitive(false);
   scanner->setCharactersToBeSkipped(separators);
 
-  // The first number may be a packed value, and is one when nothing follows. The scanner answers either end of its
-  // range for a number that is too large.
+  // The first number is a packed value if nothing follows it. The scanner gives either end of its range for a number
+  // that is out of range.
   std::int64_t first = 0;
   if (!scanner->scanLongLong(first)) return nullptr;
   if (first == std::numeric_limits<std::int64_t>::max() || first == std::numeric_limits<std::int64_t>::min()) {

@@ -5,11 +5,11 @@ namespace zk {
 
 namespace {
 
-const Ref<NSString> kNormal = "%u.%u.%u (%u)"_ns;
-const Ref<NSString> kNormalWithoutMicro = "%u.%u (%u)"_ns;
-const Ref<NSString> kShort = "%u.%u.%u"_ns;
-const Ref<NSString> kShortWithoutMicro = "%u.%u"_ns;
-const Ref<NSString> kFull = "%u.%u.%u.%u"_ns;
+constexpr NSStringConstant kNormal = "%u.%u.%u (%u)"_constant;
+constexpr NSStringConstant kNormalWithoutMicro = "%u.%u (%u)"_constant;
+constexpr NSStringConstant kShort = "%u.%u.%u"_constant;
+constexpr NSStringConstant kShortWithoutMicro = "%u.%u"_constant;
+constexpr NSStringConstant kFull = "%u.%u.%u.%u"_constant;
 
 }  // namespace
 

@@ -1,5 +1,5 @@
-/* The program of the bundles that are installed. With the word "stay" it runs until it is killed, as the old version;
- * started in any other way, as the installer does, it ends at once. */
+/* The program in the bundles. With the argument "stay" it plays the old version and runs until it is killed. Started in
+ * any other way, as by the installer, it ends at once. */
 #include <string.h>
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-"""The chart of all ratios: a column for each place, a group of bars for each recipe, a bar for each script."""
+"""Draws the chart of all ratios: a column for each place, a group of bars for each recipe, a bar for each script."""
 
 import statistics
 

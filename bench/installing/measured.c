@@ -1,8 +1,8 @@
 /* measured COMMAND...
  *
  * Runs a command and prints its wait status, when it began and ended (nanoseconds of the monotonic clock), the
- * processor time of its whole tree (microseconds) and its peak memory (KiB). A process starts out with the peak memory
- * of the one that it was forked from: this one is small, the benchmark itself is not.
+ * processor time of its whole tree (microseconds) and its peak memory (KiB). A process inherits the peak memory of the
+ * one that it was forked from: this program is small, the benchmark itself is not.
  */
 #define _GNU_SOURCE
 #include <signal.h>
@@ -26,7 +26,7 @@ int main(int argumentCount, char** arguments) {
   const long long begin = nanoseconds();
   const pid_t child = fork();
   if (child == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // no command outlives its measuring
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // no command outlives its measurement
     dup2(STDERR_FILENO, STDOUT_FILENO);
     execvp(arguments[1], arguments + 1);
     perror(arguments[1]);

@@ -1,4 +1,4 @@
-"""Rounds of runs, the figures that follow from them, and the goals for those."""
+"""Rounds of runs, the figures computed from them, and the goals for these figures."""
 
 import random
 import statistics
@@ -12,7 +12,7 @@ MIB = 1 << 20
 FLUSH_GOALS = {"ext4": 16, "xfs": 16, "btrfs": 16}
 MOST_CALLS = 10  # for each regular file copied
 MOST_GROWTH = 1.3  # of the time for each file
-CLONE_GOALS = {"xfs": 2.0, "btrfs": 2.0}  # where files can share blocks
+CLONE_GOALS = {"xfs": 2.0, "btrfs": 2.0}  # file systems on which files can share blocks
 MOST_MEMORY = 16 * MIB
 
 AGAINST_CP = {"small": 0.90, "app": 0.95, "medium": 1.05, "large": 1.05}
@@ -32,14 +32,14 @@ class Comparison(NamedTuple):
     recipe: str
     files: int
     bytes: int
-    rounds: list  # of the outcomes by their names
-    calls: dict  # system calls for each file by their names
+    rounds: list  # dictionaries of outcomes by name
+    calls: dict  # system calls for each file, by name
 
     def median(self, name, measure):
         return statistics.median(getattr(outcomes[name], measure) for outcomes in self.rounds)
 
     def ratios(self, name, measure):
-        """Ours to the other's, each pair from one round."""
+        """Ours divided by the other's, each pair from one round."""
         return [getattr(outcomes[OURS], measure) / getattr(outcomes[name], measure) for outcomes in self.rounds]
 
 
@@ -61,12 +61,12 @@ def compare(place, recipe, stage, rounds, is_checked=False):
 
 
 def beside(value, goal):
-    """A figure, and the goal for it where there is one: the most that it may be."""
+    """A figure and, if there is one, its goal: the most that it may be."""
     return f"{value:.2f}" if goal is None else f"{value:.2f} ({goal:.2f})"
 
 
 def table(comparison):
-    """Lines for one recipe in one place. Goals stand in parentheses."""
+    """Lines for one recipe in one place. Goals are in parentheses."""
     place, recipe = comparison.place, comparison.recipe
     has_device = place != "tmpfs"
     lines = [
@@ -98,7 +98,7 @@ def table(comparison):
 
 
 def paired_walls(first, second, rounds):
-    """The installer's times for two stages, pairs from one round."""
+    """The installer's times for two stages, each pair from one round."""
     pairs = []
     for _ in range(rounds):
         walls = {stage: stage.run_installer().wall for stage in random.sample([first, second], 2)}

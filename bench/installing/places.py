@@ -1,4 +1,4 @@
-"""Where the trees lie: the disk as it is, file systems in images on it, and memory."""
+"""Where the trees are: on the disk itself, on file systems in images on it, or in memory."""
 
 import contextlib
 import os
@@ -7,7 +7,7 @@ from pathlib import Path
 
 IMAGE_SIZE = 16 << 30
 MAKERS = {
-    # What ext4 would do in the background after the first mount is done at once.
+    # This does at once what ext4 would otherwise do in the background after the first mount.
     "ext4": ["mkfs.ext4", "-q", "-E", "lazy_itable_init=0,lazy_journal_init=0"],
     "xfs": ["mkfs.xfs", "-q"],
     "btrfs": ["mkfs.btrfs", "-q"],
@@ -18,7 +18,7 @@ PLACES = ["disk", *MAKERS, "tmpfs"]
 
 @contextlib.contextmanager
 def place(kind, base):
-    """A folder on that kind of file system. It is gone at the end, mount and image included."""
+    """A folder on that kind of file system. It is removed at the end, with its mount and image."""
     folder = base / kind
     folder.mkdir()
     if kind == "disk":
@@ -33,7 +33,7 @@ def place(kind, base):
             with open(image, "wb") as file:
                 file.truncate(IMAGE_SIZE)
             subprocess.run([*MAKERS[kind], image], check=True, stdout=subprocess.DEVNULL)
-            # A loop device that mount has attached is detached by the unmounting.
+            # Unmounting also detaches the loop device that mount attached.
             subprocess.run(["mount", "-o", "loop", image, folder], check=True)
         yield folder
     finally:
@@ -43,7 +43,7 @@ def place(kind, base):
 
 
 class Device:
-    """The disk below a folder, or none. Everybody's use of it is counted, so only an image counts exactly."""
+    """The disk below a folder, or none. It counts everybody's use, so only an image is counted exactly."""
 
     def __init__(self, folder):
         command = ["findmnt", "--noheadings", "--nofsroot", "--output", "SOURCE", "--target", folder]
@@ -56,7 +56,7 @@ class Device:
             self.statistics = (device.parent if (device / "partition").exists() else device) / "stat"
 
     def counts(self):
-        """Flushes and bytes written up to now."""
+        """Flushes and bytes written so far."""
         if self.statistics is None:
             return 0, 0
         fields = self.statistics.read_text().split()

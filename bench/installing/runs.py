@@ -1,8 +1,7 @@
-"""Single runs, of the installer and of scripts, that replace a bundle by its update.
+"""Single runs of the installer or of a script that replace a bundle with its update.
 
-Before each run the old bundle is made anew, both bundles are read so that they are in memory, as a freshly unpacked
-update is, and the file system is synced. None of that is measured.
-"""
+Before each run the old bundle is made again, both bundles are read so that they are in memory, as a freshly unpacked
+update is, and the file system is synced. None of that is measured. """
 
 import os
 import shlex
@@ -21,10 +20,10 @@ from support.semaphores import Semaphore
 
 class Outcome(NamedTuple):
     wall: float  # seconds
-    processor: float  # seconds, user and system of all its processes; the kernel's own threads are not in it
+    processor: float  # seconds, user and system time of all its processes, without the kernel's own threads
     flushes: int
     written: int  # bytes that reached the device while it ran
-    memory: int  # bytes, the peak of its largest process
+    memory: int  # bytes, the peak memory of its largest process
 
 
 def script(copy, is_synced):
@@ -42,7 +41,7 @@ SCRIPTS = {
 
 
 class Programs:
-    """What is measured and what it takes to measure; the small C programs are built into a folder."""
+    """The programs that are measured and those that measure. The small C programs are built into a folder."""
 
     def __init__(self, installer, folder):
         self.installer = Path(installer).resolve()
@@ -59,21 +58,21 @@ class Programs:
 
 
 def end_children():
-    """Ends what an interrupted run has left, and what that leaves in its turn."""
+    """Ends the processes that an interrupted run has left, and those that they leave."""
     while left := children():
         for pid in left:
             end_child(pid)
 
 
 def forget_contents(top):
-    """Drops from memory what it holds of the files of a tree; all of it has to be on the disk."""
+    """Drops the contents of a tree's files from memory. All of them must be on the disk already."""
     for path in regular_files(top):
         with open(path, "rb") as file:
             os.posix_fadvise(file.fileno(), 0, 0, os.POSIX_FADV_DONTNEED)
 
 
 class Stage:
-    """An old bundle and its update in a folder, and the place of the application that is replaced again and again."""
+    """A folder with an old bundle, its update, and the application that is replaced again and again."""
 
     def __init__(self, folder, programs, recipe, seed, is_cold):
         self.programs = programs
@@ -95,9 +94,9 @@ class Stage:
 
     def prepare(self):
         subprocess.run(["rm", "-rf", *self.applications.iterdir()], check=True)
-        # Blocks that are shared with what stays would be cheaper to remove than an application's own.
+        # Shared blocks would be cheaper to remove than an application's own.
         subprocess.run(["cp", "-a", "--reflink=never", self.old, self.target], check=True)
-        # Before the sync, since reading sets access times.
+        # This comes before the sync, since reading sets access times.
         read = ["find", self.target, self.update, "-type", "f", "-exec", "cat", "{}", "+"]
         subprocess.run(read, check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["sync", "-f", self.applications], check=True)
@@ -111,10 +110,10 @@ class Stage:
         return self._outcome(self._start([*wrapper, "sh", "-c", text]), counts)
 
     def run_installer(self, wrapper=()):
-        """From the end of the old application to the installer's own.
+        """Measures from the end of the old application to that of the installer.
 
         The installer looks the application up while it runs, then waits for a semaphore that is held here. The clock
-        starts when that is posted, after the application has ended: no check of the installer's comes too early.
+        starts when this is posted, after the application has ended, so none of the installer's checks comes too early.
         """
         self.prepare()
         application = subprocess.Popen([self.target / EXECUTABLE, "stay"])
@@ -136,7 +135,7 @@ class Stage:
         return outcome
 
     def _is_awaited(self):
-        """Whether somebody waits for the semaphore: the C library counts that in the second half of its first word."""
+        """Whether somebody waits for the semaphore. The C library counts the waiters from its fifth byte on."""
         return struct.unpack("=II", Path(self.semaphore.file).read_bytes()[:8])[1] > 0
 
     def _start(self, command):
@@ -163,14 +162,14 @@ class Stage:
             pass
 
     def check(self):
-        """That what stands there after a run is what had to come of it."""
+        """Checks that a run has left what it should leave."""
         (backup,) = [path for path in self.applications.iterdir() if path != self.target]
         for copy, original in ((backup, self.old), (self.target, self.update)):
             if tree(copy) != tree(original):
-                raise RuntimeError(f"{copy} is no copy of {original}")
+                raise RuntimeError(f"{copy} differs from {original}")
 
     def system_calls(self, run):
-        """How many of them a run takes for each regular file that it copies; each stands in two trees."""
+        """The number of system calls of a run for each regular file that it copies. Every file is copied twice."""
         summary = self.log.with_name("summary")
         run(["strace", "-f", "-c", "--summary-columns=calls,name", "-o", summary])
         (total,) = [line.split()[0] for line in summary.read_text().splitlines() if line.split()[-1:] == ["total"]]

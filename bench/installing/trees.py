@@ -1,4 +1,4 @@
-"""Application bundles by recipe: what they hold follows from a seed, and cannot be compressed."""
+"""Application bundles by recipe. Their contents follow from a seed and cannot be compressed."""
 
 import os
 import plistlib
@@ -12,7 +12,7 @@ NAME = "Bench.app"
 EXECUTABLE = Path("Contents/MacOS/Bench")
 RESOURCES = "Contents/Resources"
 FRAMEWORKS = "Contents/Frameworks"
-MADE = 1_700_000_000_123_456_789  # when all of it was made, in nanoseconds
+MADE = 1_700_000_000_123_456_789  # the time of everything in them, in nanoseconds
 
 
 class File(NamedTuple):
@@ -43,7 +43,7 @@ def files_of(count, size):
 
 
 def spread(median, most):
-    """A size as they occur: most near the median, few many times as large."""
+    """A realistic size: most are near the median, a few are many times as large."""
     return min(int(random.lognormvariate(0, 1.2) * median), most)
 
 
@@ -94,7 +94,7 @@ def write_random(path, size):
 
 
 def make_tree(top, program, items, seed):
-    """A bundle whose executable is `program`, and which holds the items."""
+    """A bundle that holds the items, with `program` as its executable."""
     random.seed(seed)
     (top / EXECUTABLE).parent.mkdir(parents=True)
     shutil.copy(program, top / EXECUTABLE)

@@ -20,7 +20,7 @@ Ref<NSURL> bundleInFolder(const Ref<NSURL>& folder, const Ref<NSString>& name, c
       files->enumeratorAtURL(folder, {NSURLIsPackageKey}, NSDirectoryEnumerationSkipsPackageDescendants);
   if (!items) return nullptr;
   while (const Ref<NSURL> item = items->nextObject()) {
-    // That the property can be read is what counts, not its value: an ordinary folder qualifies as well as a package.
+    // It counts that the property can be read, not what it is: an ordinary folder will do as well as a package.
     Ref<NSNumber> isPackage;
     if (!getResourceValue(item, isPackage, NSURLIsPackageKey)) continue;
     const Ref<NSBundle> bundle = NSBundle::bundleWithURL(item);

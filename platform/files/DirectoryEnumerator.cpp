@@ -18,9 +18,9 @@ namespace zk {
 
 namespace {
 
-/// Walks by paths and holds no folder open between two items, since its holder may stop anywhere. It reads a folder
-/// just before it yields it, so that it can tell what a bundle would have to hold. What lies below the longest path
-/// that the operating system takes is passed over.
+/// Walks by path and keeps no folder open between two items, since its owner may stop anywhere. It reads a folder just
+/// before it yields it, and so knows whether the folder can be a bundle. Items whose paths are too long for the
+/// operating system are skipped.
 class DirectoryEnumerator final : public NSDirectoryEnumerator {
  public:
   DirectoryEnumerator(std::string folder, Packages packages) : last_(std::move(folder)), packages_(packages) {}
@@ -48,17 +48,18 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
  private:
   struct Level {
     std::size_t pathLength;
-    std::vector<Entry> entries;  ///< those not yet yielded, the last first
+    std::vector<Entry> entries;  ///< not yet yielded, in reverse order
   };
 
-  /// Enters the item, at last_, if it is a folder to be entered, and tells what that showed.
+  /// Enters the item at last_ if it is a folder to enter, and returns what that showed.
   NSURL::Findings findingsOf(const Entry& entry) {
     if (S_ISREG(entry.type)) return NSURL::Findings::noFolder;
     if (entry.type != 0 && !S_ISDIR(entry.type)) return NSURL::Findings::none;
     if (packages_ == Packages::passedOver && isPackageName(entry.name)) return NSURL::Findings::none;
     std::vector<Entry> entries;
     if (read(Links::refused, entries)) return NSURL::Findings::none;
-    const bool mayBeBundle = std::ranges::any_of(entries, [](const Entry& held) { return isPartOfBundleLayout(held.name); });
+    const bool mayBeBundle =
+        std::ranges::any_of(entries, [](const Entry& held) { return isPartOfBundleLayout(held.name); });
     enter(std::move(entries));
     return mayBeBundle ? NSURL::Findings::none : NSURL::Findings::plainFolder;
   }
@@ -66,7 +67,7 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
   SystemError read(Links links, std::vector<Entry>& entries) {
     FileDescriptor folder;
     if (const auto error = openFolder({AT_FDCWD, last_.c_str()}, links, folder)) return error;
-    return readEntries(std::move(folder), entries);
+    return readEntries(folder.get(), entries);
   }
 
   void enter(std::vector<Entry> entries) {
@@ -74,7 +75,7 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
     levels_.push_back({last_.size(), std::move(entries)});
   }
 
-  std::string last_;  ///< the path of the item that was yielded last; at first the folder itself
+  std::string last_;  ///< the path of the item yielded last; at first that of the folder itself
   const Packages packages_;
   std::vector<Level> levels_;
 };

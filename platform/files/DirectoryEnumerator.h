@@ -9,8 +9,8 @@ namespace zk {
 /// What an enumeration does with a folder that is a package.
 enum class Packages { entered, passedOver };
 
-/// A walk over the items below the folder at `path`, as NSFileManager's enumeratorAtURL describes it; absent, with a
-/// number in errno, when that folder cannot be read.
+/// A walk over the items below the folder at `path`, as NSFileManager's enumeratorAtURL describes it. Absent, with
+/// errno set, if that folder cannot be read.
 Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Packages packages);
 
 }  // namespace zk

@@ -18,12 +18,12 @@ namespace {
 SystemError syncItem(const std::string& path) {
   constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
   const FileDescriptor item(uninterrupted([&] { return ::open(path.c_str(), kFlags); }));
-  // A link is on the disk with its folder.
+  // A link reaches the disk together with its folder.
   if (!item.isOpen()) return errno == ELOOP ? SystemError() : lastError();
   return port::waitUntilOnDrive(item.get());
 }
 
-/// Waits for each item of a copied tree by itself.
+/// Waits for each item of a copied tree separately.
 SystemError syncTree(const std::string& top) {
   if (const auto error = syncItem(top)) return error;
   const Ref<NSDirectoryEnumerator> items = makeDirectoryEnumerator(top, Packages::entered);
@@ -39,7 +39,7 @@ SystemError syncOutermost(int outermost) {
   const auto error = openFolder({outermost, "."}, Links::refused, folder);
   if (!error) return port::waitUntilOnDrive(folder.get());
   if (!error.is(EACCES)) return error;
-  // A folder that may be written to but not read cannot be waited for alone.
+  // A folder that we may write to but not read cannot be waited for on its own, so we wait for everything.
   ::sync();
   return {};
 }
@@ -55,7 +55,7 @@ bool Durability::beginWithFolder(int folder) {
 SystemError Durability::waitForCopy(int outermost, const ItemPath& top) const {
   if (folder_.isOpen()) {
     if (!port::syncFileSystem(folder_.get())) return {};
-    // It may have been another file's error. Each item tells whether it was one of ours.
+    // The error may be another file's. Waiting for each item shows whether it was one of ours.
     if (const auto error = syncTree(joinedPath(top.folder, top.name))) return error;
   }
   return syncOutermost(outermost);

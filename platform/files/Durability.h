@@ -7,20 +7,20 @@ namespace zk {
 
 struct ItemPath;
 
-/// Waits for a copy to be on the disk. Where the file system can be trusted with that, one call at the end waits for
-/// all of it, and the disk is free to work in its own order until then. Elsewhere each item has to be waited for.
+/// Waits until a copy is on the disk. If the file system can be trusted, one call at the end waits for all of it, and
+/// the disk can write in its own order until then. Otherwise each item has to be waited for.
 class Durability {
  public:
-  /// To be called with the new top folder of a copy, before anything is put into it: an error that happens later is
-  /// this copy's.
-  /// @return whether nobody need wait for a single item
+  /// Call this with the new top folder of a copy before anything is put into it, so that later write errors are
+  /// noticed.
+  /// @return true if items need not be waited for one by one
   bool beginWithFolder(int folder);
 
   /// Waits until the copy `top`, which lies in the open folder `outermost`, is on the disk.
   SystemError waitForCopy(int outermost, const ItemPath& top) const;
 
  private:
-  FileDescriptor folder_;  ///< the top folder, where one call waits for everything
+  FileDescriptor folder_;  ///< the top folder; closed if each item is waited for
 };
 
 }  // namespace zk

@@ -6,7 +6,7 @@
 
 namespace zk {
 
-/// An error of the operating system at the item `url`.
+/// An error of the operating system, with the path of the item `url`.
 Ref<NSError> fileError(SystemError error, const Ref<NSURL>& url);
 
 }  // namespace zk

@@ -1,12 +1,8 @@
 #include "files/Folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 
 #include <algorithm>
-#include <memory>
-#include <string_view>
-#include <utility>
 
 #include "system/Port.h"
 #include "system/Uninterrupted.h"
@@ -40,27 +36,8 @@ SystemError openOwnFolder(Item item, FileDescriptor& folder) {
 }
 
 SystemError readEntries(int folder, std::vector<Entry>& entries) {
-  // Reading moves and closes its descriptor, so it gets one of its own.
-  FileDescriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
-  if (!own.isOpen()) return lastError();
-  return readEntries(std::move(own), entries);
-}
-
-SystemError readEntries(FileDescriptor folder, std::vector<Entry>& entries) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(folder.get()), &::closedir);
-  if (!stream) return lastError();
-  folder.release();
-
-  while (true) {
-    errno = 0;
-    const struct dirent* entry = ::readdir(stream.get());
-    if (entry == nullptr) break;
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") entries.push_back({std::string(name), port::typeOf(*entry)});
-  }
-  if (const auto error = lastError()) return error;
-  std::sort(entries.begin(), entries.end(),
-            [](const Entry& left, const Entry& right) { return left.name < right.name; });
+  if (const auto error = port::readEntries(folder, entries)) return error;
+  std::ranges::sort(entries, {}, &Entry::name);
   return {};
 }
 

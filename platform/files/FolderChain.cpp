@@ -8,14 +8,14 @@ namespace zk {
 
 namespace {
 
-/// Enough to go up and down between neighbouring levels without opening any anew. At least 2: a folder that may be read
-/// but not searched can only be left while its parent is still open.
+/// Enough to go up and down between neighbouring levels without opening any again. At least 2: a folder that may be
+/// read but not searched can only be left while its parent is still open.
 constexpr std::size_t kLowestOpen = 4;
 
 }  // namespace
 
 FolderChain::FolderChain(FileDescriptor outermost) {
-  // The outermost folder stays open, so nobody asks for its identity.
+  // The outermost folder stays open, so its identity is never needed.
   folders_.push_back({std::move(outermost), ItemIdentity()});
 }
 

@@ -8,27 +8,27 @@
 
 namespace zk {
 
-/// The folders from the outermost of a walk down to the one it is in. However long the chain, only the outermost and
-/// the lowest few are open. On the way up a closed one is opened again as its child's parent, and must be the same
-/// folder.
+/// The folders of a walk, from the outermost down to the current one. However long the chain, only the outermost and
+/// the lowest few are open. On the way up a closed folder is opened again as its child's parent, and must still be the
+/// same folder.
 class FolderChain {
  public:
-  /// A chain of no folder: names are looked up as paths.
+  /// An empty chain: names are looked up as paths.
   FolderChain() = default;
   /// A chain that begins with `outermost`.
   explicit FolderChain(FileDescriptor outermost);
 
   bool isEmpty() const { return folders_.empty(); }
-  /// The folder that the walk is in, to look up names in.
+  /// The folder that the walk is in, for looking up names.
   int current() const;
   /// The outermost folder.
   int outermost() const { return folders_.front().descriptor.get(); }
 
-  /// Goes down into `folder`, which is `current`'s child; `identity` is its own.
+  /// Goes down into `folder`, a child of the current one, with the identity `identity`.
   void enter(FileDescriptor folder, ItemIdentity identity);
 
-  /// Goes up, and hands out the folder that it left, still open. After an error the walk stays where it is: ESTALE when
-  /// the folder was moved to another place meanwhile.
+  /// Goes up, and hands out the folder that it left, still open. After an error the walk stays where it is; the error
+  /// is ESTALE if the folder has been moved elsewhere.
   SystemError leave(FileDescriptor& left);
 
  private:

@@ -14,7 +14,7 @@ bool isItemThere(Item place, ItemIdentity identity) {
   return ::fstatat(place.descriptor, place.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && identityOf(status) == identity;
 }
 
-/// Opens the folder that the last name of `path` lies in, and cuts `path` down to that name.
+/// Opens the folder that holds the item at `path`, and cuts `path` down to the item's name.
 SystemError openFolderAround(int outermost, std::string& path, FileDescriptor& folder) {
   std::size_t start = 0;
   for (std::size_t slash; (slash = path.find('/', start)) != std::string::npos; start = slash + 1) {
@@ -48,7 +48,7 @@ SystemError HardLinks::link(const struct stat& original, int outermost, Item cop
 
   if (const auto error = errorOf(::linkat(place, name.c_str(), copy.descriptor, copy.name, 0))) return error;
   if (isItemThere(copy, first.identity)) return {};
-  // The name had come to mean something else.
+  // Something else had taken that name.
   ::unlinkat(copy.descriptor, copy.name, 0);
   return SystemError(ESTALE);
 }

@@ -8,8 +8,7 @@
 
 namespace zk {
 
-/// The items of a tree that have more than one name, and where each was copied to first, so that one item stays one in
-/// the copy.
+/// Remembers where each item with several names was copied to first, so that it stays one item in the copy.
 class HardLinks {
  public:
   /// Remembers that the item with the status `original` was copied to `copy`, whose path from the outermost folder is
@@ -19,8 +18,8 @@ class HardLinks {
   /// Whether the item `original` was copied before.
   bool contains(const struct stat& original) const;
 
-  /// Gives the copy of `original`, which was copied before, another name: `copy`. Walks to it from the folder
-  /// `outermost` without following a link, and fails with ESTALE if something else has taken its place.
+  /// Gives the earlier copy of `original` the further name `copy`. Walks to it from the folder `outermost` without
+  /// following a link, and fails with ESTALE if something else has taken its place.
   SystemError link(const struct stat& original, int outermost, Item copy) const;
 
  private:
@@ -32,7 +31,7 @@ class HardLinks {
   std::map<ItemIdentity, Copy> copies_;
 };
 
-/// Whether the error says that the file system makes no further link to an item, which can then only be copied.
+/// Whether the error means that the item cannot be linked and has to be copied.
 bool isLinkRefusal(SystemError error);
 
 }  // namespace zk

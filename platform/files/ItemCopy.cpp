@@ -14,13 +14,13 @@ namespace {
 
 constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 
-/// Whether a new file that is made with the mode of `original` has its owner and group as well.
-bool hasAllBut(const struct stat& original, const NewFile& newFile) {
+/// Whether a file made with the mode of `original` needs no change of mode, owner or group.
+bool needsNoChange(const struct stat& original, const NewFile& newFile) {
   const mode_t mode = original.st_mode & kAllModeBits;
   return (mode & newFile.permissions) == mode && original.st_uid == newFile.owner && original.st_gid == newFile.group;
 }
 
-/// Remembers what the new file has, which was made with all permissions.
+/// Remembers the owner, group and permissions of a new file that was made with all permissions.
 SystemError learnFrom(int file, CopyState& state) {
   struct stat made;
   if (const auto error = errorOf(::fstat(file, &made))) return error;
@@ -44,7 +44,7 @@ SystemError copyFIFO(Item original, const struct stat& status, Item copy) {
 }  // namespace
 
 SystemError openFile(Item item, FileDescriptor& file, struct stat& status) {
-  // If something else has taken the file's place, it neither blocks here nor is taken for the file.
+  // If something else has taken the file's place, opening it must not block, and it must not be taken for the file.
   constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
   file = FileDescriptor(uninterrupted([&] { return ::openat(item.descriptor, item.name, kFlags); }));
   if (!file.isOpen()) return lastError();
@@ -53,11 +53,11 @@ SystemError openFile(Item item, FileDescriptor& file, struct stat& status) {
 }
 
 SystemError copyFile(int file, const struct stat& status, Item copy, Surroundings surroundings, CopyState& state) {
-  // Most files of a copy get their owner, group and mode without a call: in a folder of its own the copy can make them
-  // with their mode, since nobody else can reach them there. The first file tells what the process's mask takes away.
+  // Most files of a copy need no call for their owner, group and mode. In a folder that only we can enter, they can be
+  // made with their final mode at once. The first file there shows what the umask takes away.
   const bool isOwn = surroundings == Surroundings::own && state.keepsModes;
   const bool isFirst = isOwn && !state.newFile;
-  const bool isBare = isOwn && !isFirst && hasAllBut(status, *state.newFile) && !port::hasExtendedAttributes(file);
+  const bool isBare = isOwn && !isFirst && needsNoChange(status, *state.newFile) && !port::hasExtendedAttributes(file);
   const mode_t mode = isFirst ? kPermissions : isBare ? status.st_mode & kPermissions : kPrivateFile;
 
   FileDescriptor made;
@@ -66,7 +66,7 @@ SystemError copyFile(int file, const struct stat& status, Item copy, Surrounding
     if (const auto error = learnFrom(made.get(), state)) return error;
   }
   if (surroundings == Surroundings::shared) port::removeInheritedACLs({made.get()});
-  // The process's mask may have taken from the owner what setting attributes needs.
+  // The umask may have taken away the owner's permissions that setting attributes needs.
   if (!isBare) ::fchmod(made.get(), kPrivateFile);
 
   if (const auto error = isBare ? copyTimes(status, {made.get()}) : copyMetadata({file}, status, {made.get()})) {
@@ -87,7 +87,7 @@ SystemError makePrivateFolder(Item item, Surroundings surroundings, FileDescript
     ::unlinkat(item.descriptor, item.name, AT_REMOVEDIR);
     return error;
   }
-  // From here on nothing that is made inside inherits anything.
+  // From here on, nothing made inside inherits anything.
   if (surroundings == Surroundings::shared) port::removeInheritedACLs({folder.get()});
   ::fchmod(folder.get(), S_IRWXU);
   return {};

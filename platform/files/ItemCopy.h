@@ -19,29 +19,29 @@ enum class Surroundings {
 struct NewFile {
   uid_t owner;
   gid_t group;
-  mode_t permissions;  ///< those that the process's mask leaves of 0777
+  mode_t permissions;  ///< 0777 less the umask
 };
 
 /// What the items of one copy have in common.
 struct CopyState {
-  /// Whether each item is waited for by itself, because nothing waits for the whole copy at its end.
+  /// Whether each item is waited for separately, because nothing waits for the whole copy at the end.
   bool syncsEachItem = true;
-  /// Whether the file system keeps the modes and owners of new items as they are given; see port::isTrusted().
+  /// Whether the file system keeps the modes and owners of new items as they are set; see port::isTrusted().
   bool keepsModes = false;
-  /// What a file has that is made in one of the copy's own folders, once one was seen there.
+  /// What a file made in one of the copy's own folders has; known after the first one.
   std::optional<NewFile> newFile;
-  /// How contents get from the one file system to the other.
+  /// How contents can get from one file system to the other.
   port::CopyMeans means;
 };
 
-/// Opens a regular file for reading; ESTALE or ELOOP when the item is of another kind.
+/// Opens a regular file for reading. Fails with ESTALE or ELOOP if the item is of another kind.
 SystemError openFile(Item item, FileDescriptor& file, struct stat& status);
 
-/// Copies a file that openFile() opened, with its metadata, to the name `copy`, which is free.
+/// Copies a file that openFile() opened, with its metadata, to the unused name `copy`.
 /// @param status the file's status
 SystemError copyFile(int file, const struct stat& status, Item copy, Surroundings surroundings, CopyState& state);
 
-/// Copies a link or a FIFO, with its metadata, to the name `copy`, which is free.
+/// Copies a link or a FIFO, with its metadata, to the unused name `copy`.
 /// @return ENOTSUP for an item of another kind
 SystemError copySpecial(Item original, const struct stat& status, Item copy);
 

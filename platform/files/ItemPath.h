@@ -5,11 +5,12 @@
 
 namespace zk {
 
-/// A path in two: the folder that the item lies in, and the item's name there. Slashes at the end do not count.
+/// A path split in two: the folder that holds the item, and the item's name. Trailing slashes are ignored.
 struct ItemPath {
   explicit ItemPath(std::string_view path);
 
-  /// Whether an item can be made or removed here: not as "", "." or "..", and not where a zero byte would cut the path.
+  /// Whether an item can be made or removed at this path: not if its name is "", "." or "..", and not if a zero byte
+  /// would cut the path short.
   bool namesItem() const;
 
   std::string folder;

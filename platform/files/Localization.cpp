@@ -9,17 +9,18 @@ namespace zk {
 namespace {
 
 std::string_view environment(const char* name) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment.
   const char* value = std::getenv(name);
   return value == nullptr ? std::string_view() : std::string_view(value);
 }
 
-/// Adds the names under which the translations of one locale may lie.
+/// Adds the names that the translations for one locale may have.
 void addNames(std::vector<std::string>& names, std::string_view locale) {
   const auto add = [&names](const std::string& name) {
     if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
   };
   const std::string language(locale.substr(0, locale.find_first_of(".@")));
-  // It becomes part of a file's name, and must not lead to another folder.
+  // It becomes part of a path, and must not lead to another folder.
   if (language.empty() || language.find('/') != std::string::npos) return;
 
   add(language);

@@ -6,8 +6,8 @@
 namespace zk {
 
 /// The names of the languages that the environment asks for, the most wanted first: those that LANGUAGE lists, then the
-/// one of LC_ALL, LC_MESSAGES or LANG, the first of them that is set. Each stands as it is written, then as it is
-/// written with hyphens, then without its region: "pt_BR.UTF-8" gives pt_BR, pt-BR, pt.
+/// one in LC_ALL, LC_MESSAGES or LANG, whichever is set first. Each is given as it is written, then with hyphens, then
+/// without its region: "pt_BR.UTF-8" gives pt_BR, pt-BR, pt.
 std::vector<std::string> wantedLanguages();
 
 }  // namespace zk

@@ -24,7 +24,7 @@ SystemError setOwner(Item item, uid_t owner, gid_t group) {
   return isRefusal(error) ? SystemError() : error;
 }
 
-/// Group and owner one by one: a user who may not give a file away may still give it to another of their groups.
+/// Sets group and owner separately: a user who may not give a file away may still give it to another of their groups.
 SystemError copyOwner(const struct stat& original, Item copy) {
   struct stat now;
   if (const auto error = getStatus(copy, now)) return error;
@@ -39,7 +39,7 @@ SystemError copyMode(const struct stat& original, Item copy) {
   const mode_t mode = original.st_mode & kAllModeBits;
   const auto error = errorOf(copy.isOpen() ? ::fchmod(copy.descriptor, mode)
                                            : ::fchmodat(copy.descriptor, copy.name, mode, AT_SYMLINK_NOFOLLOW));
-  // A system may drop a set-id bit without an error, and a file system without modes may have the right one anyway.
+  // A system may drop a set-id bit without an error, and a file system without modes may show the right one anyway.
   if (!error && (mode & kSetIdBits) == 0) return {};
   struct stat now;
   if (const auto statusError = getStatus(copy, now)) return statusError;
@@ -54,7 +54,8 @@ SystemError copyTimes(const struct stat& original, Item copy) {
   const auto error = errorOf(copy.isOpen() ? ::futimens(copy.descriptor, times)
                                            : ::utimensat(copy.descriptor, copy.name, times, AT_SYMLINK_NOFOLLOW));
   // Not every file system has times for links.
-  return S_ISLNK(original.st_mode) && isRefusal(error) ? SystemError() : error;
+  const bool isUnknown = isUnsupported(error) || error.is(EINVAL);
+  return S_ISLNK(original.st_mode) && isUnknown ? SystemError() : error;
 }
 
 SystemError copyMetadata(Item original, const struct stat& status, Item copy) {

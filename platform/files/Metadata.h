@@ -10,9 +10,10 @@ namespace zk {
 inline constexpr mode_t kPermissions = 0777;
 inline constexpr mode_t kAllModeBits = 07777;
 
-/// Gives `copy` everything that `original` has besides its contents, in an order in which no step undoes another's
-/// work: owner and group, extended attributes and ACLs, mode, times. Of the first two, what the process may not set or
-/// the file system does not know is left out.
+/// Gives `copy` everything that `original` has besides its contents: owner and group, extended attributes and ACLs,
+/// mode, times. In this order no step undoes an earlier one. An owner, group, attribute or ACL that the process may not
+/// set, or that the file system does not support, is left out.
+/// copyFile() skips this for a new file that already has everything. Whatever is added here, test for it there too.
 /// @param status the status of `original`
 SystemError copyMetadata(Item original, const struct stat& status, Item copy);
 

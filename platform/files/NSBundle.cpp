@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
+#include "files/ItemKind.h"
+#include "files/ItemPath.h"
 #include "files/Localization.h"
 #include "files/NSDataFiles.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/Path.h"
 #include "plist/NSPropertyListSerialization.h"
 #include "system/ErrorNumbers.h"
@@ -15,7 +17,7 @@
 
 namespace zk {
 
-/// Where a bundle keeps its parts, as paths inside it.
+/// The paths of a bundle's parts inside it.
 struct BundleLayout {
   const char* info;
   const char* executables;
@@ -24,9 +26,7 @@ struct BundleLayout {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-/// In the order in which they are looked for.
+/// In the order in which they are tried.
 constexpr std::array<BundleLayout, 3> kLayouts = {{
     {"Contents/Info.plist", "Contents/MacOS", "Contents/Resources"},
     {"Resources/Info.plist", "", "Resources"},
@@ -36,50 +36,58 @@ constexpr std::array<BundleLayout, 3> kLayouts = {{
 constexpr std::size_t kLargestInfo = std::size_t{1} << 20;
 constexpr std::size_t kLargestTranslations = std::size_t{4} << 20;
 
-/// Whether a folder is only the inside of a bundle, by its name, though it may hold an Info.plist.
-bool isInside(const fs::path& folder) { return folder.filename() == "Contents" || folder.filename() == "Resources"; }
+/// Whether a folder, judging by its name, is only the inside of a bundle, even if it holds an Info.plist.
+bool isInside(std::string_view folder) { return lastName(folder) == "Contents" || lastName(folder) == "Resources"; }
 
-/// The layout whose Info.plist lies in `folder` as a regular file, links followed; null when there is none.
-const BundleLayout* layoutOf(const fs::path& folder) {
+/// The layout whose Info.plist is a regular file in `folder`, links followed; null if there is none.
+const BundleLayout* layoutOf(const std::string& folder) {
   if (isInside(folder)) return nullptr;
   for (const BundleLayout& layout : kLayouts) {
-    std::error_code error;
-    if (fs::is_regular_file(folder / layout.info, error)) return &layout;
+    if (isRegularFile(joinedPath(folder, layout.info))) return &layout;
   }
   return nullptr;
 }
 
-fs::path folderPath(const Ref<NSURL>& url) { return fileSystemRepresentation(url->path()); }
+std::string folderPath(const Ref<NSURL>& url) { return fileSystemRepresentation(url->path()); }
 
-/// The dictionary in a property-list file of at most `mostBytes`; an empty one when there is none.
-Ref<NSDictionary> dictionaryInFile(const fs::path& path, std::size_t mostBytes) {
-  const Ref<NSData> data = dataWithContentsOfURL(std::make_shared<NSURL>(path.string()), mostBytes);
+/// The dictionary in a property-list file of at most `mostBytes`; an empty one if there is none.
+Ref<NSDictionary> dictionaryInFile(const std::string& path, std::size_t mostBytes) {
+  const Ref<NSData> data = dataWithContentsOfURL(std::make_shared<NSURL>(path), mostBytes);
   const Ref<NSDictionary> dictionary =
       data ? asDictionary(NSPropertyListSerialization::propertyListWithData(data)) : nullptr;
   return dictionary ? dictionary : std::make_shared<NSDictionary>();
 }
 
-/// Whether a path leads to something inside the folder that it is taken from, links disregarded.
-bool staysInside(const std::string& text) {
-  const fs::path path = fs::path(text).lexically_normal();
-  const bool isWhole = text.find('\0') == std::string::npos;
-  return isWhole && !path.empty() && path.is_relative() && *path.begin() != "..";
+/// Whether a relative path leads to something inside the folder that it starts from, ignoring links.
+bool staysInside(std::string_view path) {
+  if (path.empty() || path.starts_with('/') || path.find('\0') != std::string_view::npos) return false;
+  int depth = 0;
+  while (!path.empty() && depth >= 0) {
+    const std::string_view name = path.substr(0, path.find('/'));
+    path.remove_prefix(std::min(name.size() + 1, path.size()));
+    if (name == "..") {
+      --depth;
+    } else if (!name.empty() && name != ".") {
+      ++depth;
+    }
+  }
+  return depth > 0;
 }
 
-/// The folder of one kind of a bundle's parts; a plain folder keeps them all in itself.
-const char* partOf(const BundleLayout* layout, const char* BundleLayout::* part) {
-  return layout == nullptr ? "" : layout->*part;
+/// The folder for one kind of a bundle's parts; a plain folder keeps them all at its top.
+std::string partOf(const Ref<NSURL>& bundle, const BundleLayout* layout, const char* BundleLayout::*part) {
+  return layout == nullptr ? folderPath(bundle) : joinedPath(folderPath(bundle), layout->*part);
 }
 
-Ref<NSBundle> makeBundle(const fs::path& folder) {
-  return std::make_shared<NSBundle>(std::make_shared<NSURL>(folder.string()));
+Ref<NSBundle> makeBundle(std::string folder) {
+  return std::make_shared<NSBundle>(std::make_shared<NSURL>(std::move(folder)));
 }
 
 Ref<NSBundle> bundleOfThisProgram() {
   const std::string program = port::programPath();
   const Ref<NSBundle> around = NSBundle::bundleAroundExecutable(NSString::stringWithBytes(program));
   if (around) return around;
-  return makeBundle(program.empty() ? fs::path("/") : fs::path(program).parent_path());
+  return makeBundle(program.empty() ? "/" : ItemPath(program).folder);
 }
 
 }  // namespace
@@ -94,29 +102,24 @@ NSBundle::NSBundle(Ref<NSURL> bundleURL)
     : bundleURL_(std::move(bundleURL)),
       layout_(bundleURL_->findings() == NSURL::Findings::plainFolder ? nullptr : layoutOf(folderPath(bundleURL_))),
       info_(layout_ == nullptr ? std::make_shared<NSDictionary>()
-                               : dictionaryInFile(folderPath(bundleURL_) / layout_->info, kLargestInfo)) {}
+                               : dictionaryInFile(joinedPath(folderPath(bundleURL_), layout_->info), kLargestInfo)) {}
 
 Ref<NSBundle> NSBundle::bundleWithURL(const Ref<NSURL>& url) {
   if (!url || url->findings() == NSURL::Findings::noFolder) return nullptr;
-  std::error_code error;
-  const bool isFolder = url->findings() == NSURL::Findings::plainFolder || fs::is_directory(folderPath(url), error);
-  return isFolder ? std::make_shared<NSBundle>(url) : nullptr;
+  const bool isKnownFolder = url->findings() == NSURL::Findings::plainFolder;
+  return isKnownFolder || isFolder(folderPath(url)) ? std::make_shared<NSBundle>(url) : nullptr;
 }
 
 Ref<NSBundle> NSBundle::bundleAroundExecutable(const Ref<NSString>& path) {
-  fs::path folder = fileSystemRepresentation(path);
-  while (folder.has_relative_path()) {
-    folder = folder.parent_path();
-    if (layoutOf(folder) != nullptr) return makeBundle(folder);
+  for (ItemPath item(fileSystemRepresentation(path)); item.namesItem(); item = ItemPath(item.folder)) {
+    if (layoutOf(item.folder) != nullptr) return makeBundle(item.folder);
   }
   return nullptr;
 }
 
 Ref<NSBundle> NSBundle::mainBundle() {
-  static const Ref<NSBundle> bundle = [] {
-    const ErrorNumberKeeper keeper;
-    return bundleOfThisProgram();
-  }();
+  const ErrorNumberKeeper keeper;
+  static const Ref<NSBundle>& bundle = neverDestroyed<Ref<NSBundle>>(bundleOfThisProgram());
   return bundle;
 }
 
@@ -130,20 +133,21 @@ Ref<NSString> NSBundle::executablePath() const {
                                ? fileSystemRepresentation(given)
                                : std::string(nameWithoutExtension(bundleURL_->lastPathComponent()->bytes()));
   if (!staysInside(name)) return nullptr;
-  return NSString::stringWithBytes((folderPath(bundleURL_) / partOf(layout_, &BundleLayout::executables) / name).string());
+  return NSString::stringWithBytes(joinedPath(partOf(bundleURL_, layout_, &BundleLayout::executables), name));
 }
 
-const Ref<NSDictionary>& NSBundle::translations(const std::string& table) const {
+Ref<NSDictionary> NSBundle::translations(const std::string& table) const {
+  const std::lock_guard lock(translationsLock_);
   Ref<NSDictionary>& known = translations_[table];
   if (known) return known;
 
   std::vector<NSDictionary::Entry> entries;
-  // Of a key that several languages have, the last entry wins: the most wanted language goes in last.
+  // If several languages have a key, the last entry wins. So the preferred language is added last.
   std::vector<std::string> languages = wantedLanguages();
   std::reverse(languages.begin(), languages.end());
   for (const std::string& language : languages) {
-    const fs::path folder = folderPath(bundleURL_) / partOf(layout_, &BundleLayout::resources) / (language + ".lproj");
-    const Ref<NSDictionary> found = dictionaryInFile(folder / (table + ".strings"), kLargestTranslations);
+    const std::string folder = joinedPath(partOf(bundleURL_, layout_, &BundleLayout::resources), language + ".lproj");
+    const Ref<NSDictionary> found = dictionaryInFile(joinedPath(folder, table + ".strings"), kLargestTranslations);
     entries.insert(entries.end(), found->entries().begin(), found->entries().end());
   }
   known = NSDictionary::dictionaryWithEntries(std::move(entries));

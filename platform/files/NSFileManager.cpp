@@ -14,6 +14,7 @@
 #include "files/TreeCopy.h"
 #include "files/TreeRemoval.h"
 #include "objects/NSAutoreleasePool.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/Path.h"
 #include "system/ErrorNumbers.h"
 #include "system/System.h"
@@ -27,7 +28,7 @@ bool failed(SystemError systemError, const Ref<NSURL>& url, Ref<NSError>* error)
   return false;
 }
 
-/// When memory ran out there may be none for the error either; then it is not reported.
+/// When memory has run out, there may be none for the error either. Then none is reported.
 bool failedForMemory(const Ref<NSURL>& url, Ref<NSError>* error) {
   try {
     return failed(SystemError(ENOMEM), url, error);
@@ -46,7 +47,7 @@ SystemError removeAtPath(const ItemPath& path, std::string& failedAt) {
 }  // namespace
 
 Ref<NSFileManager> NSFileManager::defaultManager() {
-  static const Ref<NSFileManager> shared = std::make_shared<NSFileManager>();
+  static const Ref<NSFileManager>& shared = neverDestroyed<Ref<NSFileManager>>(std::make_shared<NSFileManager>());
   return shared;
 }
 

@@ -10,13 +10,13 @@ namespace zk {
 class NSFileManager;
 class NSDirectoryEnumerator;
 
-/// What a file manager asks of its delegate while it copies. Not owned by the file manager.
+/// What a file manager asks its delegate while it copies. Not owned by the file manager.
 class NSFileManagerDelegate {
  public:
   virtual ~NSFileManagerDelegate() = default;
 
   /// `fileManager:shouldCopyItemAtURL:toURL:`: asked before each item of a copy, the top item first. False leaves the
-  /// item, and all that it holds, out of the copy.
+  /// item, and everything in it, out of the copy.
   virtual bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL,
                            const Ref<NSURL>& toURL) = 0;
 
@@ -33,9 +33,9 @@ inline constexpr unsigned long NSUserDomainMask = 1;
 /// Option of an enumeration: packages are yielded but not entered.
 inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2;
 
-/// Copies, removes and finds items on disk. Errors are reported in NSPOSIXErrorDomain, with codes of the macOS
-/// numbering and the path of the item (of a copy, the one that was to be copied) under NSFilePathErrorKey, into an
-/// optional place.
+/// Copies, removes and finds items on disk. What can fail takes an optional place for an error. Errors are in
+/// NSPOSIXErrorDomain, with codes in the macOS numbering. NSFilePathErrorKey gives the path of the item; for a copy,
+/// that of the source. No URL may be absent.
 class NSFileManager : public NSObject {
  public:
   NSFileManager() = default;
@@ -46,39 +46,39 @@ class NSFileManager : public NSObject {
   /// A file manager of the caller's own, for temporary use; absent when none can be made.
   static Ref<NSFileManager> fileManager();
 
-  /// Asked about every later copy; null for none. Must outlive this object's copies.
+  /// Sets the delegate that is asked during every later copy; null for none. It must outlive this object's copies.
   void setDelegate(NSFileManagerDelegate* delegate) { delegate_ = delegate; }
 
-  /// `fileExistsAtPath:isDirectory:`, whether an item exists at `path`, links followed. `isDirectory`, when given, is
-  /// written if it exists.
+  /// `fileExistsAtPath:isDirectory:`: whether an item exists at `path`, links followed. `isDirectory` is optional, and
+  /// written only if the item exists.
   virtual bool fileExistsAtPath(const Ref<NSString>& path, bool* isDirectory = nullptr);
 
-  /// `enumeratorAtURL:includingPropertiesForKeys:options:errorHandler:`, all items below a folder: depth first, each
-  /// folder's entries by the bytes of their names, a folder before what it holds; hidden ones too. Links are yielded,
-  /// never entered; a folder that cannot be read is yielded and passed over.
+  /// `enumeratorAtURL:includingPropertiesForKeys:options:errorHandler:`: all items below a folder, hidden ones
+  /// included. Depth first: a folder comes before its contents, and its entries are sorted by the bytes of their names.
+  /// Links, and folders that cannot be read, are yielded but not entered.
   /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference
-  /// here
+  /// here.
   /// @param options 0 or NSDirectoryEnumerationSkipsPackageDescendants
-  /// @param errorHandler must be empty: the default, to go on after an error, is the only one there is
-  /// @return absent when the folder cannot be read.
+  /// @param errorHandler must be empty; the enumeration always goes on after an error
+  /// @return absent if the folder cannot be read.
   virtual Ref<NSDirectoryEnumerator> enumeratorAtURL(const Ref<NSURL>& url,
                                                      const std::vector<Ref<NSString>>& includingPropertiesForKeys,
                                                      unsigned long options, std::nullptr_t errorHandler = nullptr);
 
-  /// `URLForDirectory:inDomain:appropriateForURL:create:error:`, for NSItemReplacementDirectory in NSUserDomainMask
-  /// with `create` only: makes a new, empty folder (mode 0700, hidden, its name unguessable) beside the item at
-  /// `appropriateForURL`. Absent on failure.
+  /// `URLForDirectory:inDomain:appropriateForURL:create:error:`: makes a new, empty folder beside the item at
+  /// `appropriateForURL`, hidden, with mode 0700 and an unguessable name. Absent on failure, and for anything but
+  /// NSItemReplacementDirectory in NSUserDomainMask with `create`.
   virtual Ref<NSURL> URLForDirectory(unsigned long directory, unsigned long inDomain,
                                      const Ref<NSURL>& appropriateForURL, bool create, Ref<NSError>* error = nullptr);
 
-  /// `copyItemAtURL:toURL:error:`, copies the item at `url`, a whole tree when it is a folder, so that it is at `toURL`
-  /// and on the disk. The delegate is asked before each item. False when the copy stopped at an error; what was written
-  /// stays.
+  /// `copyItemAtURL:toURL:error:`: copies the item at `url`, a folder with everything in it, to `toURL`, and waits
+  /// until the copy is on the disk. The delegate is asked before each item. False if an error stopped the copy; what
+  /// was written stays.
   virtual bool copyItemAtURL(const Ref<NSURL>& url, const Ref<NSURL>& toURL, Ref<NSError>* error = nullptr);
 
-  /// `removeItemAtURL:error:`, removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A folder
-  /// that its owner may not write to is made writable first. False at the first thing that cannot be removed, and when
-  /// nothing is there.
+  /// `removeItemAtURL:error:`: removes the item at `url`: a file, a link (not what it leads to) or a whole tree. A
+  /// folder that its owner may not write to is made writable first. False at the first item that cannot be removed, and
+  /// if there is nothing at `url`.
   virtual bool removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error = nullptr);
 
  private:

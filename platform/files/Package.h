@@ -4,7 +4,7 @@
 
 namespace zk {
 
-/// Whether a folder of this name is a package: one with a package's extension, whatever its case.
+/// Whether a folder with this name is a package, by its extension. Case is ignored.
 bool isPackageName(std::string_view name);
 
 }  // namespace zk

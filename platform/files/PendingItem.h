@@ -7,7 +7,7 @@
 
 namespace zk {
 
-/// The item that a copy is about to make, as long as the delegate is asked about it.
+/// The item that a copy is about to make, while the delegate is asked about it.
 struct NSFileManager::PendingItem {
   const Ref<NSURL>& url;
   Item item;

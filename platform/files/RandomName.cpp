@@ -11,7 +11,7 @@ SystemError makeRandomDigits(std::string& digits) {
   std::uint64_t random = 0;
   if (const auto error = port::fillWithRandomBytes(&random, sizeof random)) return error;
   char text[17];
-  std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(random));
+  static_cast<void>(std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(random)));
   digits = text;
   return {};
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kLongestName = 255;
 constexpr int kMostAttempts = 100;
 
-/// The beginning of `name`, at most `size` bytes of it, without a part of a UTF-8 character at its end.
+/// The first `size` bytes of `name`, or fewer, so that no UTF-8 character is cut.
 std::string cutToSize(std::string name, std::size_t size) {
   if (name.size() <= size) return name;
   while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0) == 0x80) --size;

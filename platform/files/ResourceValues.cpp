@@ -7,8 +7,6 @@
 
 namespace zk {
 
-const Ref<NSString> NSURLIsPackageKey = "NSURLIsPackageKey"_ns;
-
 namespace {
 
 std::optional<bool> isFolder(const NSURL& url) {
@@ -21,7 +19,7 @@ std::optional<bool> isFolder(const NSURL& url) {
 }  // namespace
 
 bool getResourceValue(const Ref<NSURL>& url, Ref<NSNumber>& value, const Ref<NSString>& forKey) {
-  const std::optional<bool> isItemFolder = areEqual(forKey, NSURLIsPackageKey) ? isFolder(*url) : std::nullopt;
+  const std::optional<bool> isItemFolder = url && areEqual(forKey, NSURLIsPackageKey) ? isFolder(*url) : std::nullopt;
   if (!isItemFolder) return false;
   value = NSNumber::numberWithBool(*isItemFolder && isPackageName(url->lastPathComponent()->bytes()));
   return true;

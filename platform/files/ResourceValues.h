@@ -6,11 +6,11 @@
 namespace zk {
 
 /// Property of an item: whether it is a package, a folder that is shown to people as one file. A boolean number.
-extern const Ref<NSString> NSURLIsPackageKey;
+inline constexpr NSStringConstant NSURLIsPackageKey = "NSURLIsPackageKey"_constant;
 
-/// `getResourceValue:forKey:error:`, reads a property of the item at `url` (a link is not followed). NSURLIsPackageKey
-/// is the only one known; an enumeration has read it ahead.
-/// @return whether it could be read; only then `value` is written
+/// `getResourceValue:forKey:error:`: reads a property of the item at `url` (a link is not followed). Knows only
+/// NSURLIsPackageKey; a URL from an enumeration already holds the answer.
+/// @return whether it could be read, which is false for an absent URL; `value` is written only if it is true
 bool getResourceValue(const Ref<NSURL>& url, Ref<NSNumber>& value, const Ref<NSString>& forKey);
 
 }  // namespace zk

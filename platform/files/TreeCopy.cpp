@@ -83,8 +83,9 @@ bool TreeCopy::isWanted(const Entry& entry, const Ref<NSURL>& source, const Ref<
   if (delegate_ == nullptr) return true;
   if (destinationChain_.isEmpty()) return delegate_->fileManager(fileManager_, source, destination);
 
-  // The delegate asks this file manager to remove what is at `destination`. That removal must not go by the path, which
-  // may lead somewhere else by now: it works in the folder that this copy has open, by the name it is about to make.
+  // The delegate asks this file manager to remove what is at `destination`. That path may lead somewhere else by now,
+  // so the removal must not go by it: it works in the folder that this copy has open, on the name that is about to be
+  // made.
   const NSFileManager::PendingItem pending{destination, copyOf(entry)};
   const NSFileManager::PendingScope scope(fileManager_, pending);
   return delegate_->fileManager(fileManager_, source, destination);
@@ -98,7 +99,7 @@ bool TreeCopy::goesOnAfter(SystemError error, const Ref<NSURL>& source, const Re
 SystemError TreeCopy::copy(const Entry& entry) {
   if (S_ISREG(entry.type)) {
     const auto error = copyRegular(entry);
-    // Unless it has become an item of another kind since the folder was read.
+    // These two mean that it is no longer a regular file.
     if (!error.is(ESTALE, ELOOP)) return error;
   }
   struct stat status;
@@ -112,8 +113,7 @@ SystemError TreeCopy::copyRegular(const Entry& entry) {
   FileDescriptor file;
   struct stat status;
   if (const auto error = openFile(original(entry), file, status)) return error;
-  return copyOnce(entry, status,
-                  [&] { return copyFile(file.get(), status, copyOf(entry), surroundings(), state_); });
+  return copyOnce(entry, status, [&] { return copyFile(file.get(), status, copyOf(entry), surroundings(), state_); });
 }
 
 template <class CopyItem>
@@ -130,7 +130,7 @@ SystemError TreeCopy::copyOnce(const Entry& entry, const struct stat& status, Co
 SystemError TreeCopy::lookAt(const Entry& entry, struct stat& status) const {
   const Item item = original(entry);
   if (isAtTop()) {
-    // A zero byte would cut the path, which then leads to another item.
+    // A zero byte would cut the path short and lead to another item.
     if (sourcePath_.find('\0') != std::string::npos) return SystemError(EINVAL);
     if (::fstatat(item.descriptor, item.name, &status, 0) == 0 && S_ISDIR(status.st_mode)) return {};
   }
@@ -173,7 +173,7 @@ bool TreeCopy::leaveFolder() {
   if (isUp) error = finishFolder(level, source.get(), destination.get());
   if (!error) return true;
   const bool goesOn = goesOnAfter(error, urlBelow(source_, level.name), urlBelow(destination_, level.name));
-  // Without its parent there is nowhere to go on.
+  // Without the parent folder there is nowhere to go on.
   return goesOn && isUp;
 }
 

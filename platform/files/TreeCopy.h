@@ -13,15 +13,15 @@
 
 namespace zk {
 
-/// One copy of an item, a whole tree when it is a folder. It walks without recursion and through open folders, so that
-/// neither depth nor a folder swapped for a link leads it astray.
+/// One copy of an item, with everything in it if it is a folder. It walks without recursion, so that depth does not
+/// matter, and through open folders, so that a folder swapped for a link does not lead it astray.
 ///
 /// A link at the top that leads to a folder is copied as that folder; any other link stays a link.
 class TreeCopy {
  public:
   TreeCopy(NSFileManager& fileManager, NSFileManagerDelegate* delegate, Ref<NSURL> source, Ref<NSURL> destination);
 
-  /// Copies, and waits until the copy is on the disk. False when an error stopped it, which error() then tells.
+  /// Copies, and waits until the copy is on the disk. False if an error stopped it; error() then returns that error.
   bool run();
 
   const Ref<NSError>& error() const { return error_; }
@@ -30,20 +30,20 @@ class TreeCopy {
   /// A folder that the walk is in.
   struct Level {
     std::string name;
-    struct stat status;              ///< of the source folder
+    struct stat status;  ///< of the source folder
     std::vector<Entry> entries;
-    std::size_t next;                ///< the first entry that was not yet copied
+    std::size_t next;  ///< the first entry not yet copied
   };
 
   bool isAtTop() const { return levels_.empty(); }
   Surroundings surroundings() const { return isAtTop() ? Surroundings::shared : Surroundings::own; }
 
-  /// An entry of the folder that the walk is in, and its copy to be. At the top: the whole item.
+  /// An entry of the folder that the walk is in, and the copy to be made of it. At the top: the whole item.
   Item original(const Entry& entry) const;
   Item copyOf(const Entry& entry) const;
-  /// Where an item of that folder lies in the tree at `top`.
+  /// The URL of an item of that folder, in the tree at `top`.
   Ref<NSURL> urlBelow(const Ref<NSURL>& top, const std::string& name) const;
-  /// The path of the copy of `entry`, from the folder that the copied tree lies in.
+  /// The path of the copy of `entry`, relative to the folder that holds the copied tree.
   std::string pathOfCopy(const Entry& entry) const;
 
   // False stops the copy.
@@ -59,7 +59,7 @@ class TreeCopy {
   SystemError enterFolder(const Entry& entry);
   SystemError finishFolder(const Level& level, int source, int destination) const;
 
-  /// Copies the item `entry` by `copyItem`, unless it is one that was copied before under another name.
+  /// Copies `entry` with `copyItem`. If the item was copied before under another name, links to that copy instead.
   template <class CopyItem>
   SystemError copyOnce(const Entry& entry, const struct stat& status, CopyItem copyItem);
 
@@ -72,7 +72,7 @@ class TreeCopy {
 
   FolderChain sourceChain_;
   FolderChain destinationChain_;  ///< begins with the folder that the top item goes into, if that could be opened
-  ItemIdentity outermost_{};      ///< of that folder
+  ItemIdentity outermost_{};      ///< the identity of that folder
   std::vector<Level> levels_;     ///< the top item first
   HardLinks hardLinks_;
   CopyState state_;

@@ -14,7 +14,7 @@ namespace zk {
 
 namespace {
 
-/// How often a folder is read that others keep filling.
+/// How often to read a folder that others keep filling.
 constexpr int kMostRounds = 100;
 
 class TreeRemoval {
@@ -36,7 +36,7 @@ class TreeRemoval {
     return error;
   }
 
-  /// The path of the item that the removal has come to.
+  /// The path of the item that is being removed.
   std::string path() const {
     std::string path;
     for (const Level& level : levels_) path += level.name + "/";
@@ -46,8 +46,8 @@ class TreeRemoval {
  private:
   struct Level {
     std::string name;
-    std::vector<Entry> entries;  ///< what is still to be removed, the last first
-    int rounds = 1;              ///< how often the folder was read
+    std::vector<Entry> entries;  ///< still to be removed, in reverse order
+    int round;                   ///< how often the folder was read
   };
 
   int current() const { return levels_.empty() ? outermost_ : chain_.current(); }
@@ -56,59 +56,49 @@ class TreeRemoval {
 
   SystemError unlink(int flags) const { return errorOf(::unlinkat(current(), name_.c_str(), flags)); }
 
-  /// Removes the item or, when it is a folder that holds something, enters it.
-  SystemError removeItem(Entry entry) {
+  /// Removes the item, or enters it if it is a folder that is not empty. Tries what the entry says it is first, then
+  /// the other kind, since it may have changed meanwhile.
+  /// @param round how often a folder will have been read once it is entered
+  SystemError removeItem(Entry entry, int round = 1) {
     name_ = std::move(entry.name);
-    if (!S_ISDIR(entry.type)) {
-      const auto error = unlink(0);
-      // What the call says of a folder: EISDIR on Linux, EPERM elsewhere.
-      if (!error.is(EISDIR, EPERM)) return error;
-      if (const auto folderError = unlink(AT_REMOVEDIR); !isNotEmpty(folderError)) {
-        return folderError.is(ENOTDIR) ? error : folderError;
-      }
-      return enterFolder();
+    if (S_ISDIR(entry.type)) {
+      const auto error = removeFolder(round);
+      if (!error.is(ENOTDIR)) return error;
     }
-    // Tried before the folder is entered, since this refuses a mount point untouched.
-    const auto error = unlink(AT_REMOVEDIR);
-    return isNotEmpty(error) ? enterFolder() : error;
+    const auto error = unlink(0);
+    // The error for a folder: EISDIR on Linux, EPERM elsewhere.
+    if (!error.is(EISDIR, EPERM)) return error;
+    const auto folderError = removeFolder(round);
+    return folderError.is(ENOTDIR) ? error : folderError;
   }
 
-  static bool isNotEmpty(SystemError error) { return error.is(ENOTEMPTY, EEXIST); }
+  SystemError removeFolder(int round) {
+    // Tried before entering the folder: this fails for a mount point and leaves it untouched.
+    const auto error = unlink(AT_REMOVEDIR);
+    return error.is(ENOTEMPTY, EEXIST) && round <= kMostRounds ? enterFolder(round) : error;
+  }
 
-  SystemError enterFolder() {
+  SystemError enterFolder(int round) {
     FileDescriptor folder;
     struct stat status;
     if (const auto error = openOwnFolder({current(), name_.c_str()}, folder)) return error;
     if (const auto error = errorOf(::fstat(folder.get(), &status))) return error;
-    // Where the mode is not ours to change, other permissions may do; if not, the first item in the folder says so.
+    // If we may not change the mode, other permissions may be enough. If they are not, removing the first item fails.
     if ((status.st_mode & S_IRWXU) != S_IRWXU) ::fchmod(folder.get(), (status.st_mode & kAllModeBits) | S_IRWXU);
 
-    levels_.push_back({std::exchange(name_, {}), {}});
+    levels_.push_back({std::exchange(name_, {}), {}, round});
     const auto error = readEntries(folder.get(), levels_.back().entries);
     chain_.enter(std::move(folder), identityOf(status));
     return error;
   }
 
+  /// Removes the emptied folder, or enters it again if somebody else has put something into it meanwhile.
   SystemError leaveFolder() {
     FileDescriptor left;
     if (const auto error = chain_.leave(left)) return error;
     Level level = std::move(levels_.back());
     levels_.pop_back();
-    name_ = level.name;
-    const auto error = unlessGone(unlink(AT_REMOVEDIR));
-    if (!isNotEmpty(error) || level.rounds == kMostRounds) return error;
-    return enterAgain(std::move(level), std::move(left));
-  }
-
-  /// Goes back into a folder that somebody else has put something into meanwhile.
-  SystemError enterAgain(Level level, FileDescriptor folder) {
-    struct stat status;
-    if (const auto error = errorOf(::fstat(folder.get(), &status))) return error;
-    ++level.rounds;
-    const auto error = readEntries(folder.get(), level.entries);
-    levels_.push_back(std::move(level));
-    chain_.enter(std::move(folder), identityOf(status));
-    return error;
+    return unlessGone(removeItem({std::move(level.name), S_IFDIR}, level.round + 1));
   }
 
   int outermost_;

@@ -7,12 +7,12 @@
 
 namespace zk {
 
-/// Removes an item: a whole tree when it is a folder, without following any link. A folder whose owner lacks the
-/// permission to empty it is granted that first. Mount points inside are not entered.
+/// Removes an item, with everything in it if it is a folder, without following any link. A folder that its owner has no
+/// permission to empty gets that permission first. Mount points inside are not entered.
 ///
-/// Others may be at work in the tree: what they have removed counts as removed (but for `item` itself), and what they
-/// put into a folder that is being emptied is removed as well, within a bound.
-/// @param failedAt receives, after an error, the path from the item's folder to what could not be removed
+/// Others may change the tree meanwhile. What they remove counts as removed, except for `item` itself. What they add to
+/// a folder that is being emptied is removed as well, up to a limit.
+/// @param failedAt after an error, receives the path of what could not be removed, relative to the item's folder
 SystemError removeTree(Item item, std::string& failedAt);
 
 }  // namespace zk

@@ -3,7 +3,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdlib>
 
 #include "system/Port.h"
 #include "system/Uninterrupted.h"
@@ -12,15 +12,16 @@ namespace zk {
 
 namespace {
 
-/// Since this version of Linux syncfs() reports write errors.
-constexpr int kMajor = 5;
-constexpr int kMinor = 8;
+/// The first version of Linux whose syncfs() reports write errors.
+constexpr long kMajor = 5;
+constexpr long kMinor = 8;
 
 bool doesSyncTellErrors() {
   utsname kernel;
-  int major = 0;
-  int minor = 0;
-  if (::uname(&kernel) != 0 || std::sscanf(kernel.release, "%d.%d", &major, &minor) != 2) return false;
+  if (::uname(&kernel) != 0) return false;
+  char* rest = nullptr;
+  const long major = std::strtol(kernel.release, &rest, 10);
+  const long minor = *rest == '.' ? std::strtol(rest + 1, nullptr, 10) : 0;
   return major > kMajor || (major == kMajor && minor >= kMinor);
 }
 
@@ -35,7 +36,7 @@ SystemError port::waitUntilOnDrive(int item) {
 
 /// The one list of file systems that are trusted, and why.
 ///
-/// They are local and belong to the kernel: their syncfs() writes all data, commits the journal (ext4), log (XFS) or
+/// They are local and part of the kernel: their syncfs() writes all data, commits the journal (ext4), log (XFS) or
 /// transaction (Btrfs) that holds the folders' entries, and flushes the drive. tmpfs has nothing to write. They keep
 /// modes and owners as they are. FUSE and network file systems promise neither: their server decides.
 bool port::isTrusted(int folder) {
@@ -54,7 +55,7 @@ bool port::isTrusted(int folder) {
 
 SystemError port::syncFileSystem(int folder) {
   if (const auto error = errorOf(uninterrupted([&] { return ::syncfs(folder); }))) return error;
-  // The driver that only knows ext2 has the number of ext4, and flushes the drive for a single item alone.
+  // The driver for plain ext2 has the same number as ext4, and flushes the drive only for a single item.
   return port::waitUntilOnDrive(folder);
 }
 

@@ -6,13 +6,13 @@ namespace zk {
 
 namespace {
 
-/// Added to a number that macOS has no counterpart for, which puts it beyond every row of its table.
+/// Added to a number that has no macOS counterpart, so that no row of the table has it.
 constexpr int kNoCounterpart = 1000;
 
 }  // namespace
 
 int port::macOSErrorNumber(int systemErrorNumber) {
-  // A row of the table in a line:
+  // One row on each line:
   // clang-format off
   switch (systemErrorNumber) {
     case 0: return 0;

@@ -10,14 +10,15 @@ namespace zk {
 
 namespace {
 
-/// How often something that grows is measured anew.
+/// How often to measure again what keeps growing.
 constexpr int kMostAttempts = 10;
 
 constexpr const char* kAccessACL = "system.posix_acl_access";
 constexpr const char* kDefaultACL = "system.posix_acl_default";
 
-/// The attribute calls on an item. None of them takes a folder and a name. For an item that is not open the path goes
-/// through its folder's descriptor under /proc; only the last component is a name, and that is not followed.
+/// The attribute calls on an item. The system's calls cannot take a folder and a name, so an item that is not open is
+/// reached by a path through its folder's descriptor under /proc. Only the last component is a name, and it is not
+/// followed.
 class AttributedItem {
  public:
   explicit AttributedItem(Item item) : descriptor_(item.descriptor) {
@@ -43,7 +44,7 @@ class AttributedItem {
   std::string path_;  ///< empty for an open item
 };
 
-/// Fills `result` by a call that tells the size when it is given no room, and ERANGE when the room has become too
+/// Fills `result` with a call that returns the size if it is given no room, and fails with ERANGE if the room is too
 /// small.
 template <class Call>
 SystemError readWhole(std::string& result, Call call) {
@@ -62,8 +63,8 @@ SystemError readWhole(std::string& result, Call call) {
 
 bool isACL(std::string_view name) { return name == kAccessACL || name == kDefaultACL; }
 
-/// The error of an attribute that could not be copied; none when the attribute is just left out: it was refused, is too
-/// large for this file system, went away meanwhile (ENODATA), or there is no /proc.
+/// The error of an attribute that could not be copied; none if the attribute is simply left out: it was refused, is too
+/// large for this file system, is gone by now (ENODATA), or there is no /proc.
 SystemError unlessLeftOut(SystemError error) {
   return isRefusal(error) || error.is(ENODATA, ENOENT, E2BIG, ERANGE) ? SystemError() : error;
 }
@@ -77,7 +78,7 @@ SystemError copyAttribute(const AttributedItem& original, const AttributedItem& 
 }  // namespace
 
 bool port::hasExtendedAttributes(int file) {
-  // Where the file system knows none, there are none.
+  // A file system without attributes has none to copy.
   const ssize_t size = ::flistxattr(file, nullptr, 0);
   return size > 0 || (size < 0 && !isUnsupported(lastError()));
 }
@@ -89,7 +90,7 @@ SystemError port::copyExtendedAttributes(Item original, Item copy) {
   const auto error = readWhole(names, [&](char* room, std::size_t size) { return from.list(room, size); });
   if (error) return unlessLeftOut(error);
 
-  // ACLs last: they may take from the owner the permission that setting the others needs.
+  // ACLs come last: they may take away the owner's permission to set the others.
   for (const bool areACLs : {false, true}) {
     // Each name ends with a zero byte.
     for (std::size_t start = 0; start < names.size(); start = names.find('\0', start) + 1) {

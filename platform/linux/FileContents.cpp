@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
+#include <memory>
 
 #include "system/Port.h"
 #include "system/ReadingAndWriting.h"
@@ -16,13 +16,13 @@ namespace zk {
 
 namespace {
 
-/// A file up to this size is read and written by one call each.
-constexpr off_t kSmallFile = 256 * 1024;
-/// The most that the kernel is asked to copy in one call; its write-out then begins while the next part is copied.
-constexpr off_t kLargestRequest = off_t{16} << 20;
+/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is
+/// copied.
+constexpr off_t kLargestRequest = off_t{8} << 20;
+constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
 
-/// An error that says that these two file systems will never do it.
+/// Whether the error means that these two file systems will never do it.
 bool isForGood(SystemError error) { return isUnsupported(error) || error.is(EXDEV, ENOTTY); }
 
 bool sharesBlocks(int source, int destination, port::CopyMeans& means) {
@@ -32,35 +32,36 @@ bool sharesBlocks(int source, int destination, port::CopyMeans& means) {
   return !error;
 }
 
-/// Copies from `offset` up to `end` or the end of the file inside the kernel, as far as that goes. It may be refused,
-/// by the file system or a filter, and it reads nothing from files whose contents are made up when they are read.
+/// Copies inside the kernel, from `offset` up to `end` or the end of the file, as far as it gets. The file system or a
+/// filter may refuse it, and files whose contents are made up on reading yield nothing.
 void copyInsideKernel(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
   off_t from = offset;
   off_t to = offset;
   while (means.mayCopyInKernel && from < end) {
     const auto wanted = static_cast<std::size_t>(std::min(end - from, kLargestRequest));
-    const ssize_t count =
-        uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
+    const ssize_t count = uninterrupted([&] { return ::copy_file_range(source, &from, destination, &to, wanted, 0); });
     if (count <= 0) {
       if (count < 0 && isForGood(lastError())) means.mayCopyInKernel = false;
       return;
     }
-    // The disk may as well begin. Whether it does makes no difference to what is waited for at the end.
-    ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
+    // A hint only: the wait at the end is for everything, whether or not the disk has begun.
+    if (count == kLargestRequest) ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
     offset = to;
   }
 }
 
-/// The same through this process, which either does it or tells why it cannot be done. Both files are read and written
-/// where they stand.
-SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end) {
-  std::array<char, kSmallFile> buffer;
+/// The same through a buffer, which either succeeds or returns an error. Both files are used at their current
+/// positions.
+SystemError copyThroughBuffer(int source, int destination, off_t& offset, off_t end, port::CopyMeans& means) {
+  // Not on the stack: if that can no longer grow, the process ends in the middle of a copy.
+  if (!means.buffer) means.buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
+  char* const buffer = means.buffer.get();
   while (offset < end) {
-    const auto wanted = static_cast<std::size_t>(std::min(end - offset, kSmallFile));
-    const ssize_t count = uninterrupted([&] { return ::read(source, buffer.data(), wanted); });
+    const auto wanted = static_cast<std::size_t>(std::min(end - offset, kBufferSize));
+    const ssize_t count = uninterrupted([&] { return ::read(source, buffer, wanted); });
     if (count < 0) return lastError();
     if (count == 0) return {};
-    if (const auto error = writeAll(destination, {buffer.data(), static_cast<std::size_t>(count)})) return error;
+    if (const auto error = writeAll(destination, {buffer, static_cast<std::size_t>(count)})) return error;
     offset += count;
   }
   return {};
@@ -71,7 +72,7 @@ SystemError copyRange(int source, int destination, off_t& offset, off_t end, por
   if (offset == end) return {};
   if (const auto error = errorOf(::lseek(source, offset, SEEK_SET))) return error;
   if (const auto error = errorOf(::lseek(destination, offset, SEEK_SET))) return error;
-  return copyThroughBuffer(source, destination, offset, end);
+  return copyThroughBuffer(source, destination, offset, end, means);
 }
 
 struct Stretch {
@@ -79,8 +80,8 @@ struct Stretch {
   off_t end;
 };
 
-/// The next stretch at or behind `offset` that is no hole, as far as the file system can tell; empty, at the end, when
-/// there is none.
+/// The next stretch at or after `offset` that is not a hole, as far as the file system knows; if there is none, an
+/// empty one at the end.
 Stretch nextData(int source, off_t offset, off_t end) {
   const off_t data = ::lseek(source, offset, SEEK_DATA);
   if (data < 0) return errno == ENXIO ? Stretch{end, end} : Stretch{offset, end};
@@ -97,7 +98,7 @@ SystemError copyData(int source, int destination, off_t end, port::CopyMeans& me
     if (const auto error = copyRange(source, destination, offset, data.end, means)) return error;
     if (offset < data.end) end = offset;
   }
-  // A hole at the end was not written, and what was cut off meanwhile is no hole.
+  // A hole at the end was not written. But if the source was cut short meanwhile, what is missing is not a hole.
   struct stat now;
   if (const auto error = errorOf(::fstat(source, &now))) return error;
   return errorOf(uninterrupted([&] { return ::ftruncate(destination, std::min(end, now.st_size)); }));
@@ -105,14 +106,14 @@ SystemError copyData(int source, int destination, off_t end, port::CopyMeans& me
 
 SystemError copyInto(int source, const struct stat& status, int destination, port::CopyMeans& means) {
   off_t offset = 0;
-  // A file of no size may still have contents: those under /proc are made up when they are read.
+  // A file of size 0 may still have contents: those under /proc are made up on reading.
   if (status.st_size == 0) {
-    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max());
+    return copyThroughBuffer(source, destination, offset, std::numeric_limits<off_t>::max(), means);
   }
   if (sharesBlocks(source, destination, means)) return {};
-  if (status.st_blocks < status.st_size / kBlockSize) return copyData(source, destination, status.st_size, means);
-  if (status.st_size <= kSmallFile) return copyThroughBuffer(source, destination, offset, status.st_size);
-  return copyRange(source, destination, offset, status.st_size, means);
+  const bool mayHaveHoles = status.st_blocks < status.st_size / kBlockSize;
+  return mayHaveHoles ? copyData(source, destination, status.st_size, means)
+                      : copyRange(source, destination, offset, status.st_size, means);
 }
 
 }  // namespace

@@ -9,10 +9,10 @@ namespace zk {
 
 std::string procFolder(std::int32_t pid) { return "/proc/" + std::to_string(pid); }
 
-std::optional<std::string> readProcFile(const std::string& path) {
+std::optional<std::string> readProcFile(const std::string& path, std::size_t mostBytes) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::string content;
-  if (!file.isOpen() || readAll(file.get(), content)) return std::nullopt;
+  if (!file.isOpen() || readAll(file.get(), content, mostBytes)) return std::nullopt;
   return content;
 }
 
@@ -23,7 +23,7 @@ std::optional<std::string> readProcLink(const std::string& path) {
 }
 
 std::optional<std::string> statField(std::string_view line, std::size_t number) {
-  // The second field is the program's name in brackets, which may itself hold blanks and brackets.
+  // The second field is the program's name in parentheses, which may itself contain spaces and parentheses.
   const std::size_t nameEnd = line.rfind(')');
   if (nameEnd == std::string_view::npos) return std::nullopt;
   std::string_view rest = line.substr(nameEnd + 1);

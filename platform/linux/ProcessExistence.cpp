@@ -14,32 +14,33 @@ namespace zk {
 
 namespace {
 
-/// Whether the line "Tgid:" of a status file names `pid` itself: that of a thread names its process.
+/// Whether the line "Tgid:" of a status file names `pid` itself. In a thread's file it names the process instead.
 bool isProcessNotThread(const std::string& status, std::int32_t pid) {
   const std::string line = "\nTgid:\t" + std::to_string(pid) + "\n";
   return status.find(line) != std::string::npos;
 }
 
-/// What a signal that is not sent tells, also of processes that /proc hides; but a zombie still exists to it. Sent to
-/// the first thread of the process `pid`, it finds none where the id is another thread's.
+/// Tries signal 0, which also finds processes that /proc hides. But it finds zombies, too. It goes to the first thread
+/// of the process `pid`, so it does not find the id of any other thread.
 Existence existenceBySignal(std::int32_t pid) {
   if (::syscall(SYS_tgkill, pid, pid, 0) == 0 || errno == EPERM) return Existence::exists;
   return errno == ESRCH ? Existence::gone : Existence::unknown;
 }
 
-/// Whether a call failed because this process, or the system, has no more of something: it then tells nothing.
-bool isLackingMeans(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+/// Whether a call failed because this process or the system has run out of something. That says nothing about the
+/// process in question.
+bool hasRunOut(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
 
 }  // namespace
 
 Existence existenceOf(std::int32_t pid) {
-  // 0 and negative ids name groups and the caller itself to some calls; here they name nothing.
+  // To some calls, 0 and negative ids mean groups or the caller itself. Here they name nothing.
   if (pid <= 0) return Existence::gone;
 
   const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
   if (!process.isOpen()) {
     const bool isThreadOrNone = errno == ESRCH || errno == ENOENT || errno == EINVAL;
-    // Where only the means are lacking, they are lacking there, too.
+    // If we have only run out of resources, existenceByProc() finds that out as well.
     return isThreadOrNone ? Existence::gone : existenceByProc(pid);
   }
   // Readable once the last thread has ended, whether or not the parent has asked for the exit status.
@@ -53,14 +54,14 @@ Existence existenceByProc(std::int32_t pid) {
   if (pid <= 0) return Existence::gone;
   const std::optional<std::string> status = readProcFile(procFolder(pid) + "/status");
   const std::optional<std::string> stat = status ? readProcFile(procFolder(pid) + "/stat") : std::nullopt;
-  // Hidden, gone since its file was opened, or never there.
-  if (!stat) return isLackingMeans(errno) ? Existence::unknown : existenceBySignal(pid);
+  // Hidden, gone by now, or never there.
+  if (!stat) return hasRunOut(errno) ? Existence::unknown : existenceBySignal(pid);
   if (!isProcessNotThread(*status, pid)) return Existence::gone;
 
   const std::optional<std::string> state = statField(*stat, kStatState);
   const std::optional<std::string> threads = statField(*stat, kStatThreadCount);
   if (!state || !threads) return Existence::unknown;
-  // A first thread that has ended is a zombie for as long as others of its process run.
+  // A first thread that has ended is a zombie as long as other threads of its process run.
   const bool hasFirstThreadEnded = *state == "Z" || *state == "X";
   const bool isAnyThreadLeft = *threads != "0" && *threads != "1";
   return hasFirstThreadEnded && !isAnyThreadLeft ? Existence::gone : Existence::exists;

@@ -4,8 +4,8 @@
 
 namespace zk {
 
-/// For the length of a scope the C library reads and prints reals for the calling thread with a decimal point, also
-/// where the host has called setlocale() for a language with a decimal comma.
+/// A scope in which the C library reads and prints reals with a decimal point in the calling thread, even if the host
+/// has called setlocale() for a language with a decimal comma.
 class InCLocale {
  public:
   InCLocale() : previous_(::uselocale(cLocale())) {}

@@ -23,7 +23,7 @@ class NSArray final : public NSObject {
   std::vector<Ref<NSObject>> objects_;
 };
 
-/// The object as a list, or absent when it is absent or no list.
+/// The object as a list; absent if it is absent or not a list.
 Ref<NSArray> asArray(const Ref<NSObject>& object);
 
 }  // namespace zk

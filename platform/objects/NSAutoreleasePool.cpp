@@ -9,7 +9,7 @@ thread_local NSAutoreleasePool* innermostPool = nullptr;
 NSAutoreleasePool::NSAutoreleasePool() : outer_(innermostPool) { innermostPool = this; }
 
 NSAutoreleasePool::~NSAutoreleasePool() {
-  // Objects that are handed out while others end still find this scope open.
+  // An object that ends may hand out others. They still find this scope open.
   for (std::size_t index = 0; index < objects_.size(); ++index) {
     const Ref<NSObject> object = std::move(objects_[index]);
   }

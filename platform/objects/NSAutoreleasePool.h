@@ -6,18 +6,18 @@
 
 namespace zk {
 
-/// A scope of temporarily owned objects. Operations that hand out an object whose end can be seen from outside (the
-/// updater, a semaphore, a file manager) leave a reference in the innermost open scope of the thread, so that the
-/// object lives until that scope closes. Scopes close in the reverse of the order in which they were opened.
+/// A scope for temporarily owned objects. The end of some objects can be seen from outside: the updater, a semaphore, a
+/// file manager. An operation that hands out one of those leaves a reference in the thread's innermost open scope, so
+/// that the object lives until that scope closes. Scopes must close in reverse order.
 class NSAutoreleasePool {
  public:
   NSAutoreleasePool();
-  /// Gives up the objects in the order in which they came in.
+  /// Releases the objects in the order in which they were added.
   ~NSAutoreleasePool();
   NSAutoreleasePool(const NSAutoreleasePool&) = delete;
   NSAutoreleasePool& operator=(const NSAutoreleasePool&) = delete;
 
-  /// Leaves a reference to `object` (may be absent) in the innermost open scope; without one, does nothing.
+  /// Leaves a reference to `object` (may be absent) in the innermost open scope. Does nothing if no scope is open.
   static void addObject(const Ref<NSObject>& object);
 
  private:
@@ -25,7 +25,7 @@ class NSAutoreleasePool {
   std::vector<Ref<NSObject>> objects_;
 };
 
-/// Leaves a reference to `object` in the innermost open scope and gives it back.
+/// Leaves a reference to `object` in the innermost open scope, and returns it.
 template <class T>
 Ref<T> autorelease(Ref<T> object) {
   NSAutoreleasePool::addObject(object);

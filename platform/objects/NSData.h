@@ -24,7 +24,7 @@ class NSData final : public NSObject {
   std::string bytes_;
 };
 
-/// The object as data, or absent when it is absent or no data.
+/// The object as data; absent if it is absent or not data.
 Ref<NSData> asData(const Ref<NSObject>& object);
 
 }  // namespace zk

@@ -25,7 +25,7 @@ class NSDate final : public NSObject {
   double seconds_;
 };
 
-/// The object as a date, or absent when it is absent or no date.
+/// The object as a date; absent if it is absent or not a date.
 Ref<NSDate> asDate(const Ref<NSObject>& object);
 
 }  // namespace zk

@@ -7,8 +7,8 @@
 
 namespace zk {
 
-/// A dictionary from texts to objects, none of them absent. Its entries stand in the order of their keys' bytes: a
-/// look-up is a binary search, whose cost no choice of keys can spoil.
+/// A dictionary from texts to objects, none of them absent. Its entries are sorted by the bytes of their keys. A
+/// look-up is a binary search, which no choice of keys can slow down.
 class NSDictionary : public NSObject {
  public:
   struct Entry {
@@ -18,7 +18,7 @@ class NSDictionary : public NSObject {
 
   NSDictionary() = default;
 
-  /// A dictionary of `entries`, in any order; of a key given twice the last wins.
+  /// A dictionary of `entries`, given in any order. If a key is given twice, the last one wins.
   static Ref<NSDictionary> dictionaryWithEntries(std::vector<Entry> entries);
 
   /// The object under `key`, or absent.
@@ -37,14 +37,14 @@ class NSDictionary : public NSObject {
 /// A dictionary that entries can be added to.
 class NSMutableDictionary final : public NSDictionary {
  public:
-  /// An empty dictionary with room for `capacity` entries, or absent when there is no memory for it.
+  /// An empty dictionary with room for `capacity` entries, or absent if there is no memory for it.
   static Ref<NSMutableDictionary> dictionaryWithCapacity(std::size_t capacity);
 
-  /// Puts `object` under `key`, in place of what stood there.
+  /// `setObject:forKey:`: puts `object` under `forKey`, replacing what was there. Neither may be absent.
   void setObject(const Ref<NSObject>& object, const Ref<NSString>& forKey);
 };
 
-/// The object as a dictionary, or absent when it is absent or no dictionary.
+/// The object as a dictionary; absent if it is absent or not a dictionary.
 Ref<NSDictionary> asDictionary(const Ref<NSObject>& object);
 
 }  // namespace zk

@@ -4,18 +4,13 @@
 
 namespace zk {
 
-const Ref<NSString> NSPOSIXErrorDomain = "NSPOSIXErrorDomain"_ns;
-const Ref<NSString> NSOSStatusErrorDomain = "NSOSStatusErrorDomain"_ns;
-const Ref<NSString> NSLocalizedDescriptionKey = "NSLocalizedDescription"_ns;
-const Ref<NSString> NSLocalizedFailureReasonErrorKey = "NSLocalizedFailureReason"_ns;
-const Ref<NSString> NSFilePathErrorKey = "NSFilePath"_ns;
-const Ref<NSString> NSURLErrorKey = "NSURL"_ns;
-
 NSError::NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo)
-    : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}
+    : domain_(std::move(domain)),
+      code_(code),
+      userInfo_(userInfo ? std::move(userInfo) : std::make_shared<NSDictionary>()) {}
 
 Ref<NSError> NSError::errorWithDomain(const Ref<NSString>& domain, long code, const Ref<NSDictionary>& userInfo) {
-  return std::make_shared<NSError>(domain, code, userInfo ? userInfo : std::make_shared<NSDictionary>());
+  return std::make_shared<NSError>(domain, code, userInfo);
 }
 
 bool NSError::isEqual(const Ref<NSObject>& object) const {

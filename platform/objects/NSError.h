@@ -5,20 +5,26 @@
 
 namespace zk {
 
-extern const Ref<NSString> NSPOSIXErrorDomain;
-extern const Ref<NSString> NSOSStatusErrorDomain;
+inline constexpr NSStringConstant NSPOSIXErrorDomain = "NSPOSIXErrorDomain"_constant;
+inline constexpr NSStringConstant NSOSStatusErrorDomain = "NSOSStatusErrorDomain"_constant;
 
-/// Keys of an error's user information.
-extern const Ref<NSString> NSLocalizedDescriptionKey;         ///< text: what went wrong
-extern const Ref<NSString> NSLocalizedFailureReasonErrorKey;  ///< text: why, for this call
-extern const Ref<NSString> NSFilePathErrorKey;                ///< text: the path it happened at
-extern const Ref<NSString> NSURLErrorKey;                     ///< NSURL: the URL it happened at
+// Keys of an error's user information.
+
+/// Text: what went wrong.
+inline constexpr NSStringConstant NSLocalizedDescriptionKey = "NSLocalizedDescription"_constant;
+/// Text: why, for this call.
+inline constexpr NSStringConstant NSLocalizedFailureReasonErrorKey = "NSLocalizedFailureReason"_constant;
+/// Text: the path it happened at.
+inline constexpr NSStringConstant NSFilePathErrorKey = "NSFilePath"_constant;
+/// NSURL: the URL it happened at.
+inline constexpr NSStringConstant NSURLErrorKey = "NSURL"_constant;
 
 /// An immutable error record: a domain, a code in that domain, and a dictionary that is never absent.
 class NSError final : public NSObject {
  public:
   NSError(Ref<NSString> domain, long code, Ref<NSDictionary> userInfo);
 
+  /// `errorWithDomain:code:userInfo:`. An absent dictionary becomes an empty one. The domain may be absent.
   static Ref<NSError> errorWithDomain(const Ref<NSString>& domain, long code, const Ref<NSDictionary>& userInfo);
 
   const Ref<NSString>& domain() const { return domain_; }

@@ -14,11 +14,11 @@ namespace zk {
 
 namespace {
 
-/// A real as an integer of type T: towards zero, not-a-number as 0, out of range as the nearer end.
+/// A real as an integer of type T, rounded towards zero. Not-a-number gives 0, a value out of range the nearer end.
 template <class T>
 T saturated(double real) {
   if (std::isnan(real)) return 0;
-  // The upper end itself is no double; the next power of two, the first value that is too large, is one.
+  // The upper end itself is not a double. The next power of two, the first value that is too large, is one.
   const double beyond = std::ldexp(1.0, std::numeric_limits<T>::digits);
   if (real >= beyond) return std::numeric_limits<T>::max();
   if (real <= static_cast<double>(std::numeric_limits<T>::min())) return std::numeric_limits<T>::min();
@@ -64,7 +64,7 @@ bool NSNumber::isEqual(const Ref<NSObject>& object) const {
   const auto other = dynamic_cast<const NSNumber*>(object.get());
   if (other == nullptr) return false;
   if (isReal() || other->isReal()) return doubleValue() == other->doubleValue();
-  // The same 64 bits are the same integer only when both are negative or neither is.
+  // The same 64 bits are the same integer only if both are negative or neither is.
   const bool isNegative = std::holds_alternative<std::int64_t>(value_) && longLongValue() < 0;
   const bool isOtherNegative = std::holds_alternative<std::int64_t>(other->value_) && other->longLongValue() < 0;
   return isNegative == isOtherNegative && longLongValue() == other->longLongValue();

@@ -28,11 +28,11 @@ class NSNumber : public NSObject {
   bool boolValue() const;
   /// The low 32 bits of longLongValue().
   std::int32_t intValue() const;
-  /// Integers by their two's complement; a real towards zero, not-a-number as 0, out of range as the nearer end.
+  /// Integers by their two's complement. Reals are rounded towards zero; not-a-number gives 0, a value out of range the
+  /// nearer end.
   std::int64_t longLongValue() const;
   double doubleValue() const;
-  /// Integers by their two's complement; a real towards zero, not-a-number as 0, out of range as the nearer end.
-  /// Never nothing.
+  /// Converts like longLongValue(). Never nothing.
   std::optional<std::uint64_t> unsignedLongLongValue() const override;
 
   /// Numbers are equal by value, whatever they are held as: 1, 1.0 and true are equal.
@@ -44,7 +44,7 @@ class NSNumber : public NSObject {
   Value value_;
 };
 
-/// The object as a number, or absent when it is absent or no number.
+/// The object as a number; absent if it is absent or not a number.
 Ref<NSNumber> asNumber(const Ref<NSObject>& object);
 
 }  // namespace zk

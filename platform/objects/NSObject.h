@@ -13,13 +13,13 @@ class NSString;
 template <class T>
 using Ref = std::shared_ptr<T>;
 
-/// What is known of a class at run time: its name.
+/// What is known about a class at run time: its name.
 struct ClassInfo {
   const char* name;
 };
 using Class = const ClassInfo*;
 
-/// The name of `aClass` as text.
+/// The name of `aClass`, which must not be null, as text.
 Ref<NSString> NSStringFromClass(Class aClass);
 
 /// The root of all objects. Objects are shared through Ref and never copied.
@@ -29,16 +29,16 @@ class NSObject {
   NSObject& operator=(const NSObject&) = delete;
   virtual ~NSObject() = default;
 
-  /// Whether `object` (may be absent) stands for the same value; of the root class, whether it is the same object.
+  /// Whether `object` (may be absent) has the same value. For the root class: whether it is the same object.
   virtual bool isEqual(const Ref<NSObject>& object) const;
 
   /// Equal objects have equal hashes.
   virtual std::size_t hash() const;
 
-  /// The object as text, for "%@".
+  /// The object as text, for "%@". Never absent.
   virtual Ref<NSString> description() const;
 
-  /// The object read as an unsigned 64-bit number, or nothing when its class does not answer that question.
+  /// The object read as an unsigned 64-bit number, or nothing if its class has no such value.
   virtual std::optional<std::uint64_t> unsignedLongLongValue() const { return std::nullopt; }
 
  protected:

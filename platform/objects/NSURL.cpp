@@ -29,6 +29,7 @@ Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
 Ref<NSString> NSURL::lastPathComponent() const { return NSString::stringWithBytes(lastName(path_->bytes())); }
 
 Ref<NSURL> NSURL::URLByAppendingPathComponent(const Ref<NSString>& component) const {
+  if (!component) return nullptr;
   return fileURLWithPath(NSString::stringWithBytes(joinedPath(path_->bytes(), component->bytes())));
 }
 

@@ -4,34 +4,35 @@
 
 namespace zk {
 
-/// The longest path that a caller may make a URL of, in bytes.
+/// The longest path that fileURLWithPath() accepts, in bytes.
 inline constexpr std::size_t kLongestPath = 4095;
 
 /// The location of a file: an immutable absolute path. The item need not exist.
 class NSURL final : public NSObject {
  public:
-  /// What an enumeration has found out about the item on its way.
+  /// What an enumeration has learned about the item.
   enum class Findings {
     none,
     noFolder,
     plainFolder,  ///< a folder that holds none of the items that make a bundle
   };
 
-  /// A URL of any path, unchecked: for items found inside a tree, whose paths may be longer than a caller's.
+  /// A URL for any path, unchecked: the paths of items found inside a tree may be longer than kLongestPath.
   explicit NSURL(std::string path, Findings findings = Findings::none);
 
-  /// A URL of a path, a relative one against the current folder; trailing slashes are dropped. Absent for a path that
+  /// A URL for `path`. A relative path starts from the current folder; trailing slashes are dropped. Absent if the path
   /// is absent, empty, longer than kLongestPath, or holds a zero byte.
   static Ref<NSURL> fileURLWithPath(const Ref<NSString>& path);
 
   const Ref<NSString>& path() const { return path_; }
   Findings findings() const { return findings_; }
-  /// What stands behind the last slash; the empty text for the root folder.
+  /// What follows the last slash; the empty text for the root folder.
   Ref<NSString> lastPathComponent() const;
 
-  /// The path with a slash and `component` added as it is. Absent when fileURLWithPath would refuse the result.
+  /// The path with a slash and the unchanged `component` added. Absent if `component` is absent, or if fileURLWithPath
+  /// would refuse the result.
   Ref<NSURL> URLByAppendingPathComponent(const Ref<NSString>& component) const;
-  /// `URLByAppendingPathComponent:isDirectory:`, the same; the hint makes no difference to a path here.
+  /// `URLByAppendingPathComponent:isDirectory:`: the same; the hint makes no difference to a path here.
   Ref<NSURL> URLByAppendingPathComponent(const Ref<NSString>& component, bool isDirectory) const;
 
   bool isEqual(const Ref<NSObject>& object) const override;

@@ -5,10 +5,9 @@
 
 namespace zk {
 
-/// The edge of a step that must come back to its caller: memory running out, the one thing that is thrown here, makes
-/// it a failure like any other.
-/// @return what `step` answers (true when it answers nothing), or a value made of nothing (false, absent) when memory
-/// ran out
+/// Runs a step that must return to its caller. Only running out of memory throws here, and this turns it into a failure
+/// like any other.
+/// @return what `step` returns, or true if it returns nothing; false or an absent object if memory ran out
 template <class Step>
 auto unlessOutOfMemory(const Step& step) noexcept {
   using Result = std::invoke_result_t<Step>;

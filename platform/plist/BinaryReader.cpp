@@ -23,8 +23,8 @@ constexpr std::size_t kHeaderLength = 8;
 constexpr std::size_t kTrailerLength = 32;
 constexpr std::size_t kWidestReference = 8;
 
-/// How many bytes the keys of all dictionaries may have, shared ones counted for each. Sorting a dictionary goes
-/// through its keys, and very many small dictionaries can share one that is as long as half the document.
+/// How many bytes the keys of all dictionaries may have together; a shared key counts for each dictionary. Sorting
+/// reads the keys, and very many small dictionaries can share one key as long as half the document.
 constexpr std::size_t kMostKeyBytes = std::size_t{64} << 20;
 
 std::uint64_t bigEndian(std::string_view bytes) {
@@ -33,7 +33,7 @@ std::uint64_t bigEndian(std::string_view bytes) {
   return value;
 }
 
-/// The number that 1 to 16 bytes hold without a sign; absent when 64 bits cannot hold it.
+/// The unsigned number in 1 to 16 bytes; absent if it does not fit into 64 bits.
 Ref<NSNumber> unsignedInteger(std::string_view bytes) {
   const std::size_t low = bytes.size() - std::min<std::size_t>(bytes.size(), 8);
   const std::uint64_t value = bigEndian(bytes.substr(low));
@@ -43,7 +43,7 @@ Ref<NSNumber> unsignedInteger(std::string_view bytes) {
   return NSNumber::numberWithLongLong(static_cast<std::int64_t>(value));
 }
 
-/// The number of an integer object: without a sign in up to 4 bytes, in two's complement in 8 and 16.
+/// The number in an integer object: unsigned in up to 4 bytes, two's complement in 8 and 16.
 Ref<NSNumber> integer(std::string_view bytes) {
   const bool isNegative = bytes.size() >= 8 && static_cast<signed char>(bytes.front()) < 0;
   if (!isNegative) return unsignedInteger(bytes);
@@ -59,7 +59,7 @@ class BinaryReader {
   Ref<NSObject> read();
 
  private:
-  /// What is known of the object of one index.
+  /// What is known about the object with one index.
   struct Slot {
     Ref<NSObject> object;
     unsigned height = 0;  ///< in levels of containers
@@ -82,8 +82,8 @@ class BinaryReader {
   }
 
   std::string_view document_;
-  /// How many bytes of objects may still be read. Those of a well-made document do not overlap; in a hostile one every
-  /// array could claim the same references.
+  /// How many bytes of objects may still be read. The objects of a sound document do not overlap; in a hostile one
+  /// every array could claim the same references.
   std::size_t unread_ = 0;
   std::size_t keyBytes_ = 0;
 
@@ -113,7 +113,7 @@ bool BinaryReader::readTrailer() {
   const auto isWidth = [](std::size_t size) { return size >= 1 && size <= kWidestReference; };
   if (!isWidth(offsetSize_) || !isWidth(referenceSize_)) return false;
   if (offsetTable > end || objectCount > (end - offsetTable) / offsetSize_) return false;
-  // Objects that do not overlap are no more than the places that an offset can name.
+  // Objects do not overlap, so there cannot be more of them than an offset has values.
   if (offsetSize_ < 4 && objectCount > std::uint64_t{1} << 8 * offsetSize_) return false;
   offsets_ = document_.substr(offsetTable, objectCount * offsetSize_);
   document_ = document_.substr(0, offsetTable);
@@ -122,9 +122,8 @@ bool BinaryReader::readTrailer() {
   return true;
 }
 
-/// The object of that index, which is built when it is asked for first; it makes what holds it at least as high as
-/// itself. Absent when it is malformed, is being built (it holds itself) or has more levels of containers than
-/// `levels`.
+/// The object with that index, built on first use. `heightOfHolder` becomes at least the object's own height. Absent if
+/// the object is malformed, is still being built (it contains itself), or has more than `levels` levels of containers.
 Ref<NSObject> BinaryReader::objectAt(std::uint64_t index, unsigned levels, unsigned& heightOfHolder) {
   if (index >= slots_.size()) return nullptr;
   Slot& slot = slots_[index];
@@ -138,7 +137,7 @@ Ref<NSObject> BinaryReader::objectAt(std::uint64_t index, unsigned levels, unsig
   return slot.height <= levels ? slot.object : nullptr;
 }
 
-/// Cuts `count` items of `size` bytes off the front of `bytes`; nothing when there are not so many.
+/// Cuts `count` items of `size` bytes off the front of `bytes`; nothing if there are fewer.
 std::optional<std::string_view> BinaryReader::take(std::string_view& bytes, std::uint64_t count, std::size_t size) {
   if (count > std::min(bytes.size(), unread_) / size) return std::nullopt;
   const std::string_view taken = bytes.substr(0, count * size);
@@ -147,7 +146,7 @@ std::optional<std::string_view> BinaryReader::take(std::string_view& bytes, std:
   return taken;
 }
 
-/// The count that the low half of a marker gives; 15 stands for an integer object that follows.
+/// The count in the low half of a marker; 15 means that it follows as an integer object.
 std::optional<std::uint64_t> BinaryReader::takeCount(std::string_view& bytes, unsigned marker) {
   constexpr unsigned kCountFollows = 0x0F;
   if ((marker & 0x0F) != kCountFollows) return marker & 0x0F;

@@ -37,7 +37,8 @@ enum Kind : unsigned {
 
 constexpr std::string_view kHeader = "bplist00";
 constexpr std::size_t kUnusedTrailerBytes = 6;
-/// How wide references are while objects are collected; their width in the document follows from how many there are.
+/// The width of references while objects are collected. Their width in the document depends on how many objects there
+/// are.
 constexpr std::size_t kCollectedReferenceWidth = 8;
 
 void appendBigEndian(std::string& bytes, std::uint64_t value, std::size_t width) {
@@ -51,7 +52,7 @@ void appendMarker(std::string& bytes, unsigned kind, unsigned low) { bytes += st
 /// How many bytes a value takes; 0 takes none.
 std::size_t narrowestWidth(std::uint64_t value) { return static_cast<std::size_t>(std::bit_width(value) + 7) / 8; }
 
-/// The same for what comes in widths of powers of two, from 1 on.
+/// The same, rounded up to a power of two; at least 1.
 std::size_t narrowestPowerOfTwo(std::uint64_t value) { return std::bit_ceil(narrowestWidth(value)); }
 
 /// Integers of 1, 2 and 4 bytes have no sign, those of 8 and 16 bytes have one.
@@ -85,7 +86,7 @@ std::string encoded(std::int64_t value) {
   return bytes;
 }
 
-/// In 4 bytes where that gives back every bit, else in 8.
+/// In 4 bytes if that keeps every bit, else in 8.
 std::string encoded(double value) {
   const bool isInRange = !std::isfinite(value) || std::abs(value) <= double{std::numeric_limits<float>::max()};
   const float narrow = isInRange ? static_cast<float>(value) : 0.0F;
@@ -125,8 +126,8 @@ std::string encoded(const NSString& text) {
   return bytes.append(units);
 }
 
-/// A dictionary of one number under "CF$UID", which is what a UID is read as, as a UID; nothing for any other. Readers
-/// differ over UIDs of more than 32 bits, which nobody makes: such a number stays in a dictionary.
+/// The UID for a dictionary of one number under "CF$UID", which is how a UID is read; nothing for any other dictionary.
+/// Readers disagree about UIDs of more than 32 bits, and nobody makes them, so a larger number stays in its dictionary.
 std::optional<std::string> encodedUID(const NSDictionary& dictionary) {
   if (dictionary.count() != 1 || dictionary.entries().front().key->bytes() != "CF$UID") return std::nullopt;
   const auto* number = dynamic_cast<const NSNumber*>(dictionary.entries().front().object.get());
@@ -140,7 +141,8 @@ std::optional<std::string> encodedUID(const NSDictionary& dictionary) {
   return bytes;
 }
 
-/// The bytes of an object that holds no others; nothing for one that does, or that has no place in a property list.
+/// The bytes of an object that contains no others; nothing for a container, or for an object that no property list can
+/// hold.
 std::optional<std::string> encodedScalar(const NSObject& object) {
   if (const auto* text = dynamic_cast<const NSString*>(&object)) return encoded(*text);
   if (const auto* number = dynamic_cast<const NSNumber*>(&object)) {
@@ -152,18 +154,19 @@ std::optional<std::string> encodedScalar(const NSObject& object) {
   return std::nullopt;
 }
 
-/// Collects the objects, each after those that it holds, then writes them out. Objects are the same when their bytes
-/// are, references included: equal ones are stored once, whole containers, too.
+/// Collects the objects, each after its contents, then writes them out. Objects are the same if their bytes are,
+/// references included, and are stored once. That goes for whole containers, too.
 class BinaryWriter {
  public:
   using Index = std::size_t;
 
-  /// The index of the object, which may have up to `levels` levels of containers.
+  /// The index of the object; nothing if it has more than `levels` levels of containers, or no property list can hold
+  /// it.
   std::optional<Index> collect(const NSObject* object, unsigned levels);
   std::string document(Index top) const;
 
  private:
-  /// The bytes of an object, at their end the references to what it holds, and how many levels of containers it has.
+  /// The bytes of an object, ending with the references to its contents, and how many levels of containers it has.
   struct Encoded {
     std::string bytes;
     std::size_t references = 0;
@@ -179,7 +182,7 @@ class BinaryWriter {
 
   std::map<Encoded, Index> indexes_;
   std::vector<const Encoded*> objects_;
-  /// Containers that have been collected: one that many others hold is not gone through again.
+  /// Containers already collected, so that one that many others share is not gone through again.
   std::unordered_map<const NSObject*, Index> containers_;
 };
 
@@ -242,7 +245,7 @@ BinaryWriter::Index BinaryWriter::add(Encoded object) {
 }
 
 std::string BinaryWriter::document(Index top) const {
-  // Readers want to see that the width holds the number of objects, not only the largest index.
+  // Readers expect the width to hold the number of objects, not only the largest index.
   const std::size_t referenceWidth = narrowestWidth(objects_.size());
   std::string document(kHeader);
   std::vector<std::size_t> offsets;
@@ -256,7 +259,7 @@ std::string BinaryWriter::document(Index top) const {
     }
   }
 
-  // The same holds for the place of the table of offsets.
+  // Likewise, they expect the width to hold the place of the table of offsets.
   const std::size_t offsetTable = document.size();
   const std::size_t offsetWidth = narrowestWidth(offsetTable);
   for (const std::size_t offset : offsets) appendBigEndian(document, offset, offsetWidth);

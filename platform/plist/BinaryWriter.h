@@ -8,8 +8,8 @@
 namespace zk {
 
 /// The smallest binary form of `propertyList`, version 00; the same bytes for equal property lists. Nothing for an
-/// object that no property list can hold, and for nesting that is too deep. A number is written as what it is held as:
-/// 1, 1.0 and true are three objects.
+/// object that no property list can hold, or for nesting that is too deep. A number keeps its type: 1, 1.0 and true are
+/// three objects.
 std::optional<std::string> writeBinaryPropertyList(const Ref<NSObject>& propertyList);
 
 }  // namespace zk

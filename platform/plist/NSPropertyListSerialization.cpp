@@ -19,8 +19,8 @@ constexpr std::string_view kMarkOfUTF8 = "\xEF\xBB\xBF";
 constexpr std::string_view kMarkOfUTF16BigEndian = "\xFE\xFF";
 constexpr std::string_view kMarkOfUTF16LittleEndian = "\xFF\xFE";
 
-/// Whether a text is meant as XML: it begins with "<" and is not the data of the old text form, which has nothing but
-/// hexadecimal digits and white space up to its ">". No XML element of a property list has a name of such digits only.
+/// Whether a text is meant as XML: it begins with "<" and is not data of the old text form, which has only hexadecimal
+/// digits and white space before its ">". No XML element of a property list has a name of such digits alone.
 bool isXML(std::string_view text) {
   while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
   if (!text.starts_with('<')) return false;

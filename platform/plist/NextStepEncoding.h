@@ -2,7 +2,7 @@
 
 namespace zk {
 
-/// The code point of a byte in the NEXTSTEP encoding, which octal escapes of the old text form are in.
+/// The code point of a byte in the NEXTSTEP encoding, which octal escapes of the old text form use.
 char32_t codePointFromNextStep(unsigned char byte);
 
 }  // namespace zk

@@ -6,11 +6,12 @@ namespace zk {
 
 namespace {
 
-/// The first noncharacter for the high and for the low half of a byte, and the first one after the range.
+/// The first noncharacter for the high half of a byte, the first one for the low half, and the code point after both
+/// ranges.
 constexpr char32_t kHighHalf = 0xFDD0;
 constexpr char32_t kLowHalf = 0xFDE0;
 constexpr char32_t kAfterHalves = 0xFDF0;
-/// What the noncharacters begin with, and how long each is, in UTF-8.
+/// What these noncharacters begin with in UTF-8, and how long each is.
 constexpr std::string_view kHalvesPrefix = "\xEF\xB7";
 constexpr std::size_t kHalfLength = 3;
 

@@ -17,7 +17,7 @@ namespace zk {
 
 namespace {
 
-/// White space of Unicode that counts as such here besides the one of ASCII: the line and the paragraph separator.
+/// The only white space beyond ASCII that counts here: the line and the paragraph separator.
 constexpr std::string_view kLineSeparator = "\u2028";
 constexpr std::string_view kParagraphSeparator = "\u2029";
 
@@ -48,7 +48,7 @@ class TextReader {
   unsigned takeDigits(unsigned base, std::size_t atMost);
 
   std::string_view rest_;
-  /// Texts of one byte, by that byte: in `a;a;...` an object for each would outweigh its two bytes too far.
+  /// Texts of one byte, by that byte, made once: in `a;a;...` an object for every two bytes would take too much memory.
   std::array<Ref<NSString>, 256> letters_;
   bool isCommentUnfinished_ = false;
 };
@@ -60,7 +60,7 @@ Ref<NSObject> TextReader::read() {
   Ref<NSObject> top = value(kDeepestNesting);
   skipSpace();
   if (!rest_.empty()) {
-    // Something follows: what was read is the first key of a dictionary without its braces, or all is malformed.
+    // Something follows: this is a dictionary without braces, or malformed.
     rest_ = all;
     top = dictionary(std::nullopt, kDeepestNesting);
   }
@@ -98,7 +98,7 @@ bool TextReader::skip(char character) {
   return true;
 }
 
-/// The value that begins at the next character, which is no white space. Of any part that is absent the whole is.
+/// The value that begins at the next character, which is not white space. If any part of it is absent, so is the whole.
 Ref<NSObject> TextReader::value(unsigned levels) {
   if (skip('{')) return dictionary('}', levels);
   if (skip('(')) return array(levels);
@@ -120,7 +120,7 @@ Ref<NSObject> TextReader::array(unsigned levels) {
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
-/// The entries up to the brace `end`, or those of a whole document. `key;` stands for `key = key;`.
+/// The entries up to the brace `end`, or those of a whole document. `key;` means `key = key;`.
 Ref<NSObject> TextReader::dictionary(std::optional<char> end, unsigned levels) {
   if (levels == 0) return nullptr;
   std::vector<NSDictionary::Entry> entries;

@@ -40,7 +40,7 @@ Ref<NSObject> XMLReader::read() {
   return scanner_.isAtEnd() ? object : nullptr;
 }
 
-/// The value in the document's outermost element. Of any part that is absent the whole is.
+/// The value in the document's outermost element. If any part of it is absent, so is the whole.
 Ref<NSObject> XMLReader::top(const Tag& start) {
   if (start.name != "plist") return value(start, kDeepestNesting);
   if (start.kind != Tag::Kind::Start) return nullptr;
@@ -95,7 +95,7 @@ Ref<NSObject> XMLReader::dictionary(const Tag& start, unsigned levels) {
   return NSDictionary::dictionaryWithEntries(std::move(entries));
 }
 
-/// The characters of an element that holds nothing else, up to and with its end.
+/// The characters of an element that holds nothing else. Reads past the element's end.
 std::optional<std::string> XMLReader::content(const Tag& start) {
   if (start.kind == Tag::Kind::Empty) return std::string();
   std::optional<std::string> characters = scanner_.characters();

@@ -19,13 +19,13 @@ struct Entity {
 };
 constexpr std::array<Entity, 5> kEntities = {{{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}};
 
-/// No longer than a reference, without its ampersand and semicolon, can be: #x10FFFF with a few zeros before.
+/// The longest reference that is read, without its ampersand and semicolon: #x10FFFF with some leading zeros.
 constexpr std::size_t kLongestReference = 32;
 
 constexpr std::string_view kSectionStart = "<![CDATA[";
 constexpr std::string_view kSectionEnd = "]]>";
 
-/// The encodings of what a document is decoded from, by its bytes or by its mark.
+/// The encodings that a document may name. Which one it has shows in its byte-order mark, or in having none.
 constexpr std::array<std::string_view, 5> kEncodings = {"utf-8", "utf-16", "utf-16be", "utf-16le", "us-ascii"};
 
 constexpr bool isXMLSpace(char character) {
@@ -88,7 +88,7 @@ bool holdsOnlyXMLCharacters(std::string_view document) {
 }
 
 bool XMLScanner::skipProlog() {
-  constexpr std::string_view kDeclaration = "<?xml";  // the beginning of other instructions' names, too
+  constexpr std::string_view kDeclaration = "<?xml";  // other instructions' names may begin with it, too
   const bool isDeclared =
       rest_.starts_with(kDeclaration) && rest_.size() > kDeclaration.size() && isXMLSpace(rest_[kDeclaration.size()]);
   if (isDeclared && !isDeclaredEncodingKnown()) return false;
@@ -96,7 +96,7 @@ bool XMLScanner::skipProlog() {
   return !skip("<!DOCTYPE") || skipDocumentType();
 }
 
-/// Whether the XML declaration, which is next, names an encoding that the document can be in, or none.
+/// Whether the XML declaration, which is next, names an encoding that a document may have, or none.
 bool XMLScanner::isDeclaredEncodingKnown() const {
   const std::string_view declaration = rest_.substr(0, rest_.find("?>"));
   const std::size_t place = declaration.find("encoding");
@@ -106,8 +106,8 @@ bool XMLScanner::isDeclaredEncodingKnown() const {
   return name && isEncodingKnown(*name);
 }
 
-/// Skips the rest of a document type with its internal subset; markup, comments and quoted texts inside it may hold any
-/// of the characters that end it.
+/// Skips the rest of a document type with its internal subset. Markup, comments and quoted texts inside it may hold the
+/// characters that would end it.
 bool XMLScanner::skipDocumentType() {
   for (std::size_t depth = 1; depth > 0;) {
     const std::size_t next = rest_.find_first_of("<>\"'");
@@ -179,7 +179,7 @@ std::optional<std::string> XMLScanner::characters() {
   }
 }
 
-/// Appends what stands for `&name;`, after the ampersand.
+/// Appends the character that `&name;` stands for. The ampersand has been read.
 bool XMLScanner::appendReference(std::string& text) {
   const std::string_view reference = rest_.substr(0, std::min(rest_.find(';'), kLongestReference));
   if (!rest_.substr(reference.size()).starts_with(';')) return false;
@@ -202,7 +202,7 @@ void XMLScanner::skipSpace() {
   while (!rest_.empty() && isXMLSpace(rest_.front())) rest_.remove_prefix(1);
 }
 
-/// False when a comment or a processing instruction does not end.
+/// False if a comment or a processing instruction does not end.
 bool XMLScanner::skipSpaceAndComments() {
   for (skipSpace(); isAtComment(); skipSpace()) {
     if (!skipComment()) return false;
@@ -238,7 +238,7 @@ bool XMLScanner::skip(std::string_view start) {
   return true;
 }
 
-/// Skips a text in quotes, whose opening quote is next.
+/// Takes a text in quotes. The opening quote is next.
 std::optional<std::string_view> XMLScanner::takeQuoted() {
   if (rest_.empty() || (rest_.front() != '"' && rest_.front() != '\'')) return std::nullopt;
   const std::size_t end = rest_.find(rest_.front(), 1);

@@ -6,9 +6,9 @@
 
 namespace zk {
 
-/// Takes an XML document apart: tags, text, and what to skip. It knows no entities but the five of XML itself: whatever
-/// a document type declares is skipped, nothing is fetched or expanded. Every failure is final; the reader gives up
-/// then.
+/// Takes an XML document apart into tags and text, and skips the rest. It knows only the five entities of XML itself:
+/// whatever a document type declares is skipped, and nothing is fetched or expanded. Every failure is final; the reader
+/// then gives up.
 class XMLScanner {
  public:
   struct Tag {
@@ -20,14 +20,14 @@ class XMLScanner {
   /// `document` is well-formed UTF-8.
   explicit XMLScanner(std::string_view document) : rest_(document) {}
 
-  /// Skips the XML declaration, comments and the document type, up to the first tag. False where there is none, and for
-  /// a document that says it is in an encoding other than UTF-8, UTF-16 or ASCII.
+  /// Skips the XML declaration, comments and the document type, up to the first tag. False if they are malformed, or if
+  /// the document names an encoding other than UTF-8, UTF-16 or ASCII.
   bool skipProlog();
 
-  /// The next tag, after nothing but white space, comments and processing instructions.
+  /// The next tag. Only white space, comments and processing instructions may come before it.
   std::optional<Tag> tag();
 
-  /// The characters up to the next tag, with references resolved, CDATA sections taken in, comments and processing
+  /// The characters up to the next tag, with references resolved, CDATA sections included, comments and processing
   /// instructions left out, and each line end as a line feed.
   std::optional<std::string> characters();
 
@@ -51,7 +51,7 @@ class XMLScanner {
   std::string_view rest_;
 };
 
-/// Whether every character of `document`, which is UTF-8, may stand in an XML document.
+/// Whether every character of `document`, which is UTF-8, may occur in an XML document.
 bool holdsOnlyXMLCharacters(std::string_view document);
 
 }  // namespace zk

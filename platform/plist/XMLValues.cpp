@@ -19,14 +19,14 @@ std::string_view trimmed(std::string_view characters) {
   return characters;
 }
 
-/// Cuts the sign off the front of `characters`; whether it was a minus.
+/// Cuts a sign off the front of `characters`, and returns whether it was a minus.
 bool takeSign(std::string_view& characters) {
   const bool isNegative = characters.starts_with('-');
   if (isNegative || characters.starts_with('+')) characters.remove_prefix(1);
   return isNegative;
 }
 
-/// The number of so many digits at the front of `characters`, cut off there with the `mark` that follows it.
+/// Cuts a number of exactly `digits` digits, and the `mark` that follows it, off the front of `characters`.
 std::optional<int> takeNumber(std::string_view& characters, std::size_t digits, char mark) {
   if (characters.size() <= digits || characters[digits] != mark) return std::nullopt;
   int value = 0;

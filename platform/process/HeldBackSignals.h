@@ -2,23 +2,24 @@
 
 namespace zk {
 
-/// SIGINT, SIGTERM and SIGQUIT: they end a process as long as it holds nothing, and are held back from then on, to its
-/// end. In a process that has not begun with this nothing here does anything: a host's signals are its own.
+/// Decides when SIGINT, SIGTERM and SIGQUIT may end the process. They may while it holds nothing; from the first thing
+/// that it takes, they are held back until it exits. Until begin() is called, nothing here has any effect: a host's
+/// signals are its own.
 class HeldBackSignals {
  public:
   HeldBackSignals() = delete;
 
-  /// From now on this process holds signals back when it has to. It lets all signals through so far.
+  /// From now on this process holds signals back when it has to. For now all signals are let through.
   static void begin();
 
-  /// Whether they may end the process now: it has begun, and holds nothing.
+  /// Whether they may end the process now: begin() was called, and the process holds nothing.
   static bool mayEndProcess();
 
-  /// Holds them back to the end of the process.
+  /// Holds them back until the process exits.
   static void holdBack();
 
-  /// Holds them back while it is open: for an attempt to take something, so that no signal comes between its success
-  /// and holdBack(). Afterwards they are let through, unless they are held back by then.
+  /// A scope that holds them back during an attempt to take something, so that no signal comes between its success and
+  /// holdBack(). At its end they are let through again, unless holdBack() was called.
   class Attempt {
    public:
     Attempt();

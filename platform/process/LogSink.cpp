@@ -44,13 +44,13 @@ std::string timeStamp() {
   return stamp;
 }
 
-/// One write, whatever becomes of it.
+/// Writes once; a failure is ignored.
 void writeOnce(int descriptor, std::string_view line) {
   [[maybe_unused]] const ssize_t count = ::write(descriptor, line.data(), line.size());
 }
 
-/// While it is open, no signal that a write can raise ends or stops this process: not for a pipe that has lost its
-/// reader, a file that may not grow, or a terminal that wants to stop background processes.
+/// A scope in which no signal raised by a write ends or stops this process: not for a pipe without a reader, a file at
+/// its size limit, or a terminal that stops background processes.
 class QuietWriting {
  public:
   QuietWriting() : raised_(signalSet({SIGPIPE, SIGXFSZ, SIGTTOU})) {
@@ -76,7 +76,7 @@ class QuietWriting {
 
 /// Writes a line to a pipe or a terminal without waiting for its reader. The descriptor is shared with whoever started
 /// this process, so its flags must not change: we open the same pipe or terminal once more. If that is refused, as for
-/// another user's, we write no more than fits into a pipe that has any room at all.
+/// another user's, we write no more than fits into any pipe that reports room.
 void writeWithoutWaiting(std::string_view line) {
   const FileDescriptor own = port::openStandardErrorAnew();
   if (own.isOpen()) {

@@ -5,7 +5,7 @@ namespace zk {
 class NSThread {
  public:
   NSThread() = delete;
-  /// Blocks the calling thread for `seconds`; not at all when they are negative or no number.
+  /// Blocks the calling thread for `seconds`. Returns at once if that is negative or not a number.
   static void sleepForTimeInterval(double seconds);
 };
 

@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
-/// Whether an argument is a key: a hyphen with something behind it that is neither a number's digit nor another lone
-/// hyphen.
+/// Whether an argument is a key: a hyphen followed by something other than a digit, and not just "--".
 bool isKey(std::string_view argument) {
   return argument.size() > 1 && argument.front() == '-' && !isDigit(argument[1]) && argument != "--";
 }
@@ -23,7 +22,7 @@ std::string_view withoutLeading(std::string_view text, std::string_view characte
   return text.substr(std::min(text.find_first_not_of(characters), text.size()));
 }
 
-/// What stands behind white space and an optional sign.
+/// A text after its white space and optional sign, and whether the sign was a minus.
 struct Unsigned {
   std::string_view text;
   bool isNegative;
@@ -61,7 +60,7 @@ std::int64_t NSUserDefaults::integerForKey(const Ref<NSString>& key) const {
 
   constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
-  // Gathered as a negative number: there is one more of those.
+  // Built up as a negative number, since there is one more of those.
   std::int64_t negative = 0;
   for (const char character : digits.text) {
     if (!isDigit(character)) break;

@@ -7,8 +7,6 @@
 
 namespace zk {
 
-const Ref<NSString> NSWorkspaceLaunchConfigurationArguments = "NSWorkspaceLaunchConfigurationArguments"_ns;
-
 namespace {
 
 std::vector<std::string> argumentsIn(const Ref<NSDictionary>& configuration) {

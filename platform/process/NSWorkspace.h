@@ -11,8 +11,9 @@ inline constexpr unsigned long NSWorkspaceLaunchWithoutAddingToRecents = 0x100;
 inline constexpr unsigned long NSWorkspaceLaunchAsync = 0x10000;
 inline constexpr unsigned long NSWorkspaceLaunchNewInstance = 0x80000;
 
-/// Key of a launch configuration: the list of texts that the application is given as its arguments.
-extern const Ref<NSString> NSWorkspaceLaunchConfigurationArguments;
+/// Key of a launch configuration: the application's arguments, a list of texts.
+inline constexpr NSStringConstant NSWorkspaceLaunchConfigurationArguments =
+    "NSWorkspaceLaunchConfigurationArguments"_constant;
 
 /// An application that was started.
 class NSRunningApplication final : public NSObject {
@@ -30,9 +31,9 @@ class NSWorkspace {
   static NSWorkspace& sharedWorkspace();
 
   /// `launchApplicationAtURL:options:configuration:error:`: starts the program of the bundle at `url` as a new,
-  /// detached instance. Every launch here is one of a new instance, is not waited for, and enters no list of recent
-  /// items, whatever `options` say.
-  /// @return absent when the bundle names no program inside itself or the program could not be executed; `error` then
+  /// detached instance. Whatever `options` say, every launch starts a new instance, is not waited for, and is added to
+  /// no list of recent items.
+  /// @return absent if the bundle names no program inside itself, or the program could not be executed; `error` then
   /// has the POSIX code ENOENT.
   Ref<NSRunningApplication> launchApplicationAtURL(const Ref<NSURL>& url, unsigned long options,
                                                    const Ref<NSDictionary>& configuration,

@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "files/NSFileManager.h"
+#include "objects/NeverDestroyed.h"
 #include "objects/OutOfMemory.h"
 #include "process/HeldBackSignals.h"
 #include "process/LogSink.h"
@@ -22,13 +23,16 @@ const SemaphoreHandle ZKSEM_FAILED = SEM_FAILED;
 
 namespace {
 
-/// How long a signal that may end the process waits for it at most, in nanoseconds.
+/// The longest delay of a signal that may end the process, in nanoseconds.
 constexpr long kSignalLatency = 100'000'000;
 constexpr long kNanosecondsPerSecond = 1'000'000'000;
 
-std::vector<std::string> processArguments;
+std::vector<std::string>& processArguments() {
+  static auto& arguments = neverDestroyed<std::vector<std::string>>();
+  return arguments;
+}
 
-/// The handle as the C library knows it. Given none, the library would crash.
+/// The C library's own handle. Without one the library would crash, so callers fail with EINVAL instead.
 sem_t* handleOf(SemaphoreHandle semaphore) {
   if (semaphore == ZKSEM_FAILED) errno = EINVAL;
   return static_cast<sem_t*>(semaphore);
@@ -54,8 +58,8 @@ int POSIXSystem::sem_wait(SemaphoreHandle semaphore) {
   if (handle == SEM_FAILED) return -1;
   if (!HeldBackSignals::mayEndProcess()) return ::sem_wait(handle);
 
-  // A signal that ended the process right after it took the semaphore would leave that taken for good. So the wait
-  // itself is made with those signals held back, in slices, and they are let through between two slices.
+  // A signal that ended the process right after it took the semaphore would leave it taken for good. So we wait in
+  // slices, with the signals held back, and let them through between two slices.
   while (true) {
     const HeldBackSignals::Attempt attempt;
     const int result = port::waitForSemaphore(handle, kSignalLatency);
@@ -84,7 +88,7 @@ std::int32_t POSIXSystem::getpid() { return ::getpid(); }
 
 void POSIXSystem::sleepForTimeInterval(double seconds) {
   if (!(seconds > 0)) return;
-  // Longer than anybody lives, and well inside what a time can hold.
+  // Longer than anybody lives, and well within the range of a time.
   constexpr double kLongest = 1e12;
   const double bounded = std::min(seconds, kLongest);
   timespec rest;
@@ -94,14 +98,14 @@ void POSIXSystem::sleepForTimeInterval(double seconds) {
   }
 }
 
-std::vector<std::string> POSIXSystem::arguments() { return processArguments; }
+std::vector<std::string> POSIXSystem::arguments() { return processArguments(); }
 
-void setProcessArguments(std::vector<std::string> arguments) { processArguments = std::move(arguments); }
+void setProcessArguments(std::vector<std::string> arguments) { processArguments() = std::move(arguments); }
 
 void POSIXSystem::log(const std::string& message) { writeLogLine(message); }
 
 Ref<NSFileManager> POSIXSystem::makeFileManager() {
-  // Who asks for one of its own is about to copy and remove with it.
+  // Whoever asks for one is about to copy and remove with it.
   HeldBackSignals::holdBack();
   return unlessOutOfMemory([] { return std::make_shared<NSFileManager>(); });
 }

@@ -24,10 +24,10 @@ class POSIXSystem : public System {
   Ref<NSFileManager> makeFileManager() override;
 };
 
-/// Remembers what System::arguments() is to answer.
+/// Sets what System::arguments() returns.
 void setProcessArguments(std::vector<std::string> arguments);
 
-/// Gives every signal its default action, empties the signal mask and drops the signals that were waiting behind it.
+/// Gives every signal its default action, empties the signal mask and drops pending signals.
 void resetSignals();
 
 }  // namespace zk

@@ -21,14 +21,14 @@ void openStandardDescriptors() {
 }
 
 void setAction(void (*action)(int)) {
-  // For the signals that nobody may change the call fails, and nothing is lost.
+  // The call fails for signals that cannot be changed, which does no harm.
   for (int number = 1; number <= port::highestSignalNumber(); ++number) ::signal(number, action);
 }
 
-/// Default actions for all signals but those that an installer outlives. All stay blocked until the caller lets them
-/// through.
+/// Sets the default action for every signal, and ignores those that an installer must survive. All stay blocked until
+/// the caller lets them through.
 void setActionsOfInstaller() {
-  // A signal that comes meanwhile waits: a hang-up must not find its default action in between.
+  // Signals wait meanwhile: a hang-up must not meet its default action before it is ignored.
   const sigset_t all = allSignals();
   ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
   setAction(SIG_DFL);
@@ -38,7 +38,7 @@ void setActionsOfInstaller() {
 }  // namespace
 
 void resetSignals() {
-  // Ignoring a signal drops those that are pending.
+  // Ignoring a signal drops it if it is pending.
   setAction(SIG_IGN);
   setAction(SIG_DFL);
   const sigset_t none = signalSet({});

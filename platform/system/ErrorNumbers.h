@@ -17,14 +17,14 @@ inline constexpr int ZKEAGAIN = 35;
 inline constexpr int ZKENAMETOOLONG = 63;
 inline constexpr int ZKECANCELED = 89;
 
-/// An error number of the operating system in the macOS numbering; a number above 105, of no row in the table of POSIX
-/// errors, for one that macOS does not have. 0 and negative numbers stay as they are.
+/// Translates an error number of the operating system into the macOS numbering. A number that macOS does not have
+/// becomes one above 105, which has no row in the table of POSIX errors. 0 and negative numbers stay as they are.
 int macOSErrorNumber(int systemErrorNumber);
 
 /// The calling thread's errno in the macOS numbering.
 int errorNumber();
 
-/// Keeps errno as it was for the length of a scope: for look-ups between a failed call and the reading of its number.
+/// Restores errno at the end of a scope. For look-ups between a failed call and the reading of its error number.
 class ErrorNumberKeeper {
  public:
   ErrorNumberKeeper();

@@ -14,7 +14,8 @@ namespace {
 constexpr std::size_t kLeastRoom = 4096;
 constexpr std::size_t kUsualLinkLength = 256;
 
-/// How much to read at first: one byte more than the file claims to hold, so that one call more finds its end.
+/// How much to read at first: one byte more than the file claims to hold, so that its end is found without a larger
+/// buffer.
 std::size_t firstRoom(int descriptor) {
   struct stat file;
   if (::fstat(descriptor, &file) != 0 || file.st_size <= 0) return kLeastRoom;
@@ -49,7 +50,7 @@ SystemError writeAll(int descriptor, std::string_view bytes) {
 }
 
 SystemError readLink(Item link, std::string& target) {
-  // File systems do not always tell the true length of a link, so a full buffer is taken as a sign of more.
+  // File systems do not always report the true length of a link, so a full buffer may mean that there is more.
   target.resize(kUsualLinkLength);
   while (true) {
     const ssize_t count = ::readlinkat(link.descriptor, link.name, target.data(), target.size());

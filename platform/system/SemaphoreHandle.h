@@ -2,7 +2,7 @@
 
 namespace zk {
 
-/// A handle to a named semaphore; ZKSEM_FAILED where there is none.
+/// A handle to a named semaphore; ZKSEM_FAILED if there is none.
 using SemaphoreHandle = void*;
 extern const SemaphoreHandle ZKSEM_FAILED;
 

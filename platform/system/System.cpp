@@ -4,13 +4,8 @@
 
 namespace zk {
 
-const Ref<NSString> ZKBundlePathKey = "BundlePath"_ns;
-const Ref<NSString> kCFBundleIdentifierKey = "CFBundleIdentifier"_ns;
-const Ref<NSString> kCFBundleExecutableKey = "CFBundleExecutable"_ns;
-const Ref<NSString> ZKBundleMayChangeKey = "ZKBundleMayChange"_ns;
-
 std::string fileSystemRepresentation(const Ref<NSString>& text) {
-  return port::fileSystemRepresentation(text->bytes());
+  return text ? port::fileSystemRepresentation(text->bytes()) : std::string();
 }
 
 const char* GetMacOSStatusCommentString(std::int32_t status) { return port::statusComment(status); }

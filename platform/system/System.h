@@ -13,11 +13,10 @@ namespace zk {
 class NSFileManager;
 class NSTask;
 
-/// The bytes under which the operating system's file calls know `text`.
+/// The bytes that the operating system's file calls expect for `text`; none if it is absent.
 std::string fileSystemRepresentation(const Ref<NSString>& text);
 
-/// What the operating system has to say about a status of its interfaces: static text, or null where it knows nothing
-/// of the status.
+/// The operating system's own text for a status of its interfaces, in static storage; null if it has none.
 const char* GetMacOSStatusCommentString(std::int32_t status);
 
 /// Results of the process manager's calls.
@@ -30,28 +29,32 @@ struct ProcessSerialNumber {
   std::int32_t pid = 0;
 };
 
-/// What GetProcessInformation tells. `processInfoLength` is set by the caller to the record's own size.
+/// What GetProcessInformation fills in. The caller sets `processInfoLength` to the record's own size.
 struct ProcessInfoRec {
   std::uint32_t processInfoLength = 0;
-  std::uint32_t processLaunchDate = 0;  ///< launch stamp: the same for a process's whole life, another for a later
-                                        ///< process with the same id; no unit is promised
+  std::uint32_t processLaunchDate = 0;  ///< launch stamp: stays the same for a process's whole life, and differs for a
+                                        ///< later process with the same id; its unit is not defined
 };
 
 /// Asks ProcessInformationCopyDictionary for every kind of information.
 inline constexpr std::uint32_t kProcessDictionaryIncludeAllInformationMask = 0xFFFFFFFF;
 
-/// Keys of the process manager's information dictionary.
-extern const Ref<NSString> ZKBundlePathKey;         ///< text, "BundlePath": the bundle that the process runs from
-extern const Ref<NSString> kCFBundleIdentifierKey;  ///< text: that bundle's identifier
-extern const Ref<NSString> kCFBundleExecutableKey;  ///< text: path of the process's executable
-extern const Ref<NSString> ZKBundleMayChangeKey;    ///< present when the bundle is no lasting fact of the process: its
-                                                  ///< executable was replaced on disk, or the bundle was told from its
-                                                  ///< arguments. The bundle then does not identify the process.
+// Keys of the process manager's information dictionary.
 
-/// What the operating system does for the rest of this code: the one seam between the two, and the one place where a
-/// test puts something else. Each operation is a call of the platform under the platform's name; retries that the
-/// platform itself would not make, and decisions are its callers'. A failed sem_ call leaves its number in errno (see
-/// system/ErrorNumbers.h).
+/// Text: the bundle that the process runs from.
+inline constexpr NSStringConstant ZKBundlePathKey = "BundlePath"_constant;
+/// Text: that bundle's identifier.
+inline constexpr NSStringConstant kCFBundleIdentifierKey = "CFBundleIdentifier"_constant;
+/// Text: path of the process's executable.
+inline constexpr NSStringConstant kCFBundleExecutableKey = "CFBundleExecutable"_constant;
+/// Present if the bundle may change while the process runs, and so does not identify it: the executable was replaced on
+/// disk, or the bundle was found through the arguments.
+inline constexpr NSStringConstant ZKBundleMayChangeKey = "ZKBundleMayChange"_constant;
+
+/// What the operating system does for the rest of this code, and the one place where a test puts a stand-in. What
+/// differs between operating systems lies below it, behind system/Port.h. Each operation is a platform call under the
+/// platform's name. Decisions, and retries that the platform itself would not make, are left to the callers. A failed
+/// sem_ call sets errno (see system/ErrorNumbers.h).
 class System {
  public:
   System() = default;
@@ -62,7 +65,7 @@ class System {
   /// The operating system itself, unless a Scope is open.
   static System& current();
 
-  /// Puts `system` in the place of the current one for as long as the scope is open. For tests.
+  /// Makes `system` the current one while the scope is open. For tests.
   class Scope {
    public:
     explicit Scope(System& system);
@@ -89,20 +92,20 @@ class System {
 
   /// The id of the calling process.
   virtual std::int32_t getpid() = 0;
-  /// noErr and the process's serial number when a process with this id exists, procNotFound when there is none, any
-  /// other value when that could not be found out.
+  /// Returns noErr and the process's serial number if a process with this id exists, procNotFound if there is none, and
+  /// any other value if the look-up itself failed.
   virtual OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) = 0;
-  /// What is known of the process under the keys above, or absent.
+  /// What is known about the process, under the keys above; absent if the process is gone.
   virtual Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process,
                                                              std::uint32_t mask) = 0;
-  /// Fills in the record; non-zero when that could not be done.
+  /// Fills in the record. Returns a value other than noErr on failure.
   virtual OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) = 0;
-  /// Blocks the calling thread for `seconds`; not at all when they are negative or no number.
+  /// Blocks the calling thread for `seconds`. Returns at once if that is negative or not a number.
   virtual void sleepForTimeInterval(double seconds) = 0;
-  /// Starts the application in the folder `bundle` with `arguments`, as a new session detached from this process.
+  /// Starts the application in the folder `bundle` with `arguments`, in a new session detached from this process.
   /// @param executable the path of the bundle's own program
-  /// @param options those of NSWorkspace, for systems that have a use for them
-  /// @return whether it was started: a file that cannot be executed gives false and leaves no process behind
+  /// @param options the options of NSWorkspace, for systems that use them
+  /// @return whether it was started; if the file cannot be executed, no process is left behind
   virtual bool launch(const Ref<NSURL>& bundle, const std::string& executable,
                       const std::vector<std::string>& arguments, unsigned long options) = 0;
   /// Starts the program `executable` with `arguments` as launch() does, but as a child process that this one can ask
@@ -110,7 +113,7 @@ class System {
   /// @return absent when it cannot be executed; no process is left behind then
   virtual Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) = 0;
 
-  // What this process was given, and where it tells.
+  // Arguments and log.
 
   /// The arguments that this process was started with, its own name first.
   virtual std::vector<std::string> arguments() = 0;
@@ -119,7 +122,8 @@ class System {
 
   // Files.
 
-  /// A new file manager, or absent. From here on the process is not ended by a signal that asks for its end.
+  /// A new file manager; absent if there is no memory for one. From then on SIGINT, SIGTERM and SIGQUIT no longer end
+  /// the process (see process/ProcessStart.h).
   virtual Ref<NSFileManager> makeFileManager() = 0;
 };
 

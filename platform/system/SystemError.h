@@ -12,7 +12,7 @@ class [[nodiscard]] SystemError {
  public:
   /// No error.
   constexpr SystemError() = default;
-  /// The error `number`, for instance ENOENT; none for 0.
+  /// The error `number`, for instance ENOENT; no error for 0.
   constexpr explicit SystemError(int number) : number_(number) {}
 
   constexpr explicit operator bool() const { return number_ != 0; }
@@ -31,13 +31,13 @@ class [[nodiscard]] SystemError {
 /// The calling thread's errno, after a call that failed.
 inline SystemError lastError() { return SystemError(errno); }
 
-/// The error of a call that answers a negative number and sets errno when it fails.
+/// The error of a call that returns a negative number and sets errno when it fails.
 inline SystemError errorOf(long result) { return result >= 0 ? SystemError() : lastError(); }
 
-/// Whether the system or the file system does not know what was asked for.
+/// Whether the system or the file system does not support what was asked for.
 constexpr bool isUnsupported(SystemError error) { return error.is(ENOTSUP, EOPNOTSUPP, ENOSYS); }
 
-/// Whether the process may not do what it asked for, or the system or the file system does not know it.
+/// Whether the process may not do what it asked for, or the system or the file system does not support it.
 constexpr bool isRefusal(SystemError error) {
   return isUnsupported(error) ||
          error.is(EPERM, EACCES,

@@ -4,7 +4,7 @@
 
 namespace zk {
 
-/// The result of a system call that is made again for as long as a signal interrupts it.
+/// Makes a system call, again as long as a signal interrupts it, and returns its result.
 template <class Call>
 auto uninterrupted(Call call) {
   while (true) {

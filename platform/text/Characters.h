@@ -4,7 +4,7 @@
 
 namespace zk {
 
-/// Characters of ASCII, whatever the locale.
+/// These know only ASCII, whatever the locale.
 
 constexpr bool isSpace(char character) { return character == ' ' || (character >= '\t' && character <= '\r'); }
 
@@ -18,7 +18,7 @@ constexpr char lowerCase(char character) {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
-/// What a digit of base 2 to 16 stands for; nothing for any other character.
+/// The value of a digit in `base`, which is 2 to 16; nothing for any other character.
 constexpr std::optional<unsigned> digitValue(char character, unsigned base) {
   unsigned value = base;
   if (isDigit(character)) value = static_cast<unsigned>(character - '0');

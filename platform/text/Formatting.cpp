@@ -21,7 +21,8 @@ namespace {
 template <class T>
 constexpr unsigned kBits = sizeof(T) * CHAR_BIT;
 
-/// A length modifier, and how many bits the integer has that it stands for, alone and doubled (0: it is never doubled).
+/// A length modifier, and how many bits its integer has when it is written once and twice (0: it is never written
+/// twice).
 struct Size {
   char modifier;
   unsigned bits;
@@ -39,13 +40,14 @@ bool isFlag(char letter) { return letter == '-' || letter == '+' || letter == ' 
 
 /// One conversion of a format.
 struct Conversion {
-  std::string_view whole;       ///< as it stands in the format, "%" to letter
+  std::string_view whole;       ///< as written in the format, from "%" to the letter
   std::string_view adjustment;  ///< flags, width and precision
   unsigned bits;                ///< of an integer
   char letter;
 };
 
-/// The conversion at the start of `text`, which begins with "%"; nothing when the text ends before its letter.
+/// The conversion at the start of `text`, which begins with "%"; nothing if the text ends before the conversion's
+/// letter.
 std::optional<Conversion> conversionAt(std::string_view text) {
   std::size_t end = 1;
   const auto pass = [text, &end](bool (*belongs)(char)) {
@@ -73,8 +75,8 @@ std::optional<Conversion> conversionAt(std::string_view text) {
   return Conversion{text.substr(0, end + 1), adjustment, bits, text[end]};
 }
 
-/// Appends one conversion, filled with the argument that it is called with. False, and nothing appended, when the
-/// argument is of another kind than the conversion, or its width or precision is beyond all bounds.
+/// Appends one conversion, filled with the argument that it is called with. Returns false and appends nothing if the
+/// argument is not of the conversion's kind, or if the width or precision is out of range.
 class Filler {
  public:
   Filler(std::string& result, const Conversion& conversion) : result_(result), conversion_(conversion) {}
@@ -155,7 +157,7 @@ class Filler {
 }  // namespace
 
 Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const FormatArgument> arguments) {
-  std::string_view rest = format->bytes();
+  std::string_view rest = format ? std::string_view(format->bytes()) : std::string_view();
   std::string result;
   while (true) {
     const std::size_t percent = std::min(rest.find('%'), rest.size());

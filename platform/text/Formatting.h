@@ -18,8 +18,7 @@ class FormatArgument {
   FormatArgument(double value) : value_(value) {}
   FormatArgument(const char* text) : value_(text) {}
   FormatArgument(const void* address) : value_(address) {}
-  template <class T>
-  FormatArgument(const Ref<T>& object) : value_(static_cast<const NSObject*>(object.get())) {}
+  FormatArgument(const Ref<NSObject>& object) : value_(static_cast<const NSObject*>(object.get())) {}
   FormatArgument(std::nullptr_t) : value_(static_cast<const NSObject*>(nullptr)) {}
 
   using Value = std::variant<long long, unsigned long long, double, const char*, const void*, const NSObject*>;
@@ -29,13 +28,14 @@ class FormatArgument {
   Value value_;
 };
 
-/// `initWithFormat:locale:arguments:`, with no locale. Fills the conversions of `format`: those of printf with their
-/// flags, widths, precisions and length modifiers (%d %i %u %o %x %X %c %s %p %e %E %f %F %g %G %a %A %%), and "%@" for
-/// an object's description. A conversion without an argument, or with one of another kind, is left as it stands, and so
-/// is one whose width or precision is beyond all bounds ("*" is neither). Reals have a decimal point in every locale.
+/// `initWithFormat:locale:arguments:`, without a locale: fills the conversions of `format` (absent: the empty text):
+/// those of printf with their flags, widths, precisions and length modifiers (%d %i %u %o %x %X %c %s %p %e %E %f %F %g
+/// %G %a %A %%), and "%@" for an object's description. A conversion is left as it is if it has no argument or one of
+/// another kind, or if its width or precision is out of range. "*" is not supported. Reals have a decimal point in
+/// every locale.
 Ref<NSString> stringWithArguments(const Ref<NSString>& format, std::span<const FormatArgument> arguments);
 
-/// `stringWithFormat:`, the same with the arguments given one by one.
+/// `stringWithFormat:`: the same with the arguments given one by one.
 template <class... Arguments>
 Ref<NSString> stringWithFormat(const Ref<NSString>& format, const Arguments&... arguments) {
   const std::initializer_list<FormatArgument> list{FormatArgument(arguments)...};

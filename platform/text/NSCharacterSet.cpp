@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "objects/NeverDestroyed.h"
 #include "text/UTF8.h"
 
 namespace zk {
@@ -13,9 +14,10 @@ constexpr char32_t kAsciiCount = 128;
 }  // namespace
 
 const NSCharacterSet& NSCharacterSet::whitespaceAndNewlineCharacterSet() {
-  static const NSCharacterSet set = {{0x09, 0x0D},     {0x20, 0x20},     {0x85, 0x85},     {0xA0, 0xA0},
-                                     {0x1680, 0x1680}, {0x2000, 0x200A}, {0x2028, 0x2029}, {0x202F, 0x202F},
-                                     {0x205F, 0x205F}, {0x3000, 0x3000}};
+  static const NSCharacterSet& set = neverDestroyed<NSCharacterSet>([]() -> NSCharacterSet {
+    return {{0x09, 0x0D},     {0x20, 0x20},     {0x85, 0x85},     {0xA0, 0xA0},     {0x1680, 0x1680},
+            {0x2000, 0x200A}, {0x2028, 0x2029}, {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000}};
+  }());
   return set;
 }
 
@@ -61,6 +63,7 @@ std::size_t NSCharacterSet::suffixLength(std::string_view text) const {
 }
 
 void NSMutableCharacterSet::addCharactersInString(const Ref<NSString>& characters) {
+  if (!characters) return;
   const std::string& text = characters->bytes();
   for (std::size_t index = 0; index < text.size();) {
     const auto character = codePointAt(text, index);
@@ -74,6 +77,7 @@ void NSMutableCharacterSet::formUnionWithCharacterSet(const NSCharacterSet& othe
 }
 
 Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSString>& text, const NSCharacterSet& set) {
+  if (!text) return nullptr;
   std::string_view kept = text->bytes();
   kept.remove_prefix(set.prefixLength(kept));
   kept.remove_suffix(set.suffixLength(kept));

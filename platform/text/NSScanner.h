@@ -5,13 +5,13 @@
 
 namespace zk {
 
-/// Reads numbers out of a text, one after the other, from its start on.
+/// Reads numbers from a text, one after the other.
 class NSScanner final : public NSObject {
  public:
+  /// `text` must not be absent.
   explicit NSScanner(Ref<NSString> text) : text_(std::move(text)) {}
 
-  /// A scanner at the start of `text`, that skips white space and line ends and disregards case; absent for an absent
-  /// text.
+  /// A scanner at the start of `text` that skips white space and line ends and ignores case; absent for an absent text.
   static Ref<NSScanner> scannerWithString(const Ref<NSString>& text);
 
   bool caseSensitive() const { return isCaseSensitive_; }
@@ -22,7 +22,8 @@ class NSScanner final : public NSObject {
   void setCharactersToBeSkipped(const NSCharacterSet&&) = delete;
 
   /// Skips, then reads an optional sign and decimal digits. A number out of range reads as the nearer end of the range.
-  /// @return false when no digit was found; `value` and the position, also before what was skipped, are then unchanged.
+  /// @return false when no digit was found; `value` and the position are then as before, even if characters were
+  /// skipped.
   bool scanInt(std::int32_t& value);
   bool scanLongLong(std::int64_t& value);
 

@@ -11,7 +11,7 @@
 namespace zk {
 
 std::optional<double> realFromText(std::string_view text) {
-  // strtod() would also take white space before the number, hexadecimal, and something in brackets after "nan".
+  // strtod() also accepts white space before the number, hexadecimal, and parentheses after "nan".
   if (text.empty() || isSpace(text.front()) || text.find_first_of("xX(") != std::string_view::npos) return std::nullopt;
 
   const std::string terminated(text);
@@ -20,7 +20,7 @@ std::optional<double> realFromText(std::string_view text) {
   char* end = nullptr;
   const InCLocale scope;
   const double value = std::strtod(terminated.c_str(), &end);
-  const bool isInRange = errno != ERANGE || (value != 0 && !std::isinf(value));  // else it lost bits at most
+  const bool isInRange = errno != ERANGE || (value != 0 && !std::isinf(value));  // else it only lost bits
   errno = errorNumber;
   return isInRange && end == terminated.c_str() + terminated.size() ? std::optional(value) : std::nullopt;
 }

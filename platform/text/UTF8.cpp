@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kLongestCodePoint = 4;
 
-/// The smallest value that needs so many bytes.
+/// The smallest value that needs this many bytes.
 constexpr std::array<char32_t, kLongestCodePoint + 1> kSmallestOfLength = {0, 0, 0x80, 0x800, 0x10000};
 
 constexpr std::size_t lengthByLead(unsigned char lead) {

@@ -12,11 +12,11 @@ struct CodePoint {
   std::size_t length;
 };
 
-/// The code point that begins at `index` of `text`; nothing at the end, and where the bytes are not UTF-8 (a stray or
-/// missing continuation byte, a longer form than needed, a surrogate, a value beyond U+10FFFF).
+/// The code point that begins at `index` of `text`; nothing at the end of the text, or if the bytes are not UTF-8 (a
+/// stray or missing continuation byte, a longer form than needed, a surrogate, a value beyond U+10FFFF).
 std::optional<CodePoint> codePointAt(std::string_view text, std::size_t index);
 
-/// The code point whose last byte stands before `end`; nothing at the start, and where the bytes are not UTF-8.
+/// The code point that ends right before `end`; nothing at the start of the text, or if the bytes are not UTF-8.
 std::optional<CodePoint> codePointBefore(std::string_view text, std::size_t end);
 
 }  // namespace zk

@@ -1,4 +1,4 @@
-"""Bundles that are not what they should be, the target's and the update's."""
+"""Bundles of the target and of the update that are not what they should be."""
 
 import os
 import plistlib
@@ -46,7 +46,7 @@ def cut_in_half(path):
     os.truncate(path, path.stat().st_size // 2)
 
 
-# Info.plist of the target: how it is spoilt, and what comes of it.
+# How Info.plist of the target is spoilt, and how the run ends.
 TARGET_INFO = {
     "in the binary form": (written(plistlib.dumps(GOOD_INFO, fmt=plistlib.FMT_BINARY)), INSTALLED),
     "in the old text form": (written(TEXT_INFO), INSTALLED),
@@ -58,7 +58,7 @@ TARGET_INFO = {
     "empty": (written(""), NO_IDENTIFIER),
     "cut off": (cut_in_half, NO_IDENTIFIER),
     "larger than 16 MiB": (padded_to_too_large, NO_IDENTIFIER),
-    "no property list": (written(b"\x7fELF\x02\x01\x01" + bytes(100)), NO_IDENTIFIER),
+    "not a property list": (written(b"\x7fELF\x02\x01\x01" + bytes(100)), NO_IDENTIFIER),
     "a binary header alone": (written(b"bplist00"), NO_IDENTIFIER),
     "an array": (written(plistlib.dumps([IDENTIFIER])), NO_IDENTIFIER),
     "without an identifier": (written(plistlib.dumps({"CFBundleExecutable": EXECUTABLE})), NO_IDENTIFIER),
@@ -84,8 +84,8 @@ def test_an_info_that_may_not_be_read_gives_no_identifier(scene):
     assert scene.begin().outcome() == NO_IDENTIFIER
 
 
-# Info.plist of the update makes no difference to a bundle of the target's name; where it names no executable, the
-# bundle's own name does.
+# Info.plist of the update makes no difference to a bundle with the target's name. If it names no executable, the
+# bundle's own name is used.
 UPDATE_INFO = {name: spoil for name, (spoil, _) in TARGET_INFO.items()}
 
 
@@ -94,7 +94,7 @@ def is_in_the_layout_of_applications(name):
 
 
 @pytest.mark.parametrize("name", UPDATE_INFO)
-def test_the_info_of_an_update_of_the_targets_name_is(scene, name):
+def test_an_update_with_the_targets_name_is_installed_though_its_info_is(scene, name):
     UPDATE_INFO[name](scene.update.info)
     update = scene.update.tree()
     outcome = scene.install()
@@ -108,7 +108,7 @@ def test_the_info_of_an_update_of_the_targets_name_is(scene, name):
 
 
 @pytest.mark.parametrize("name", [name for name, (_, expected) in TARGET_INFO.items() if expected != INSTALLED])
-def test_while_an_update_is_looked_for_by_its_identifier_a_bundle_is_passed_over_whose_info_is(scene, name):
+def test_the_search_for_an_identifier_skips_a_bundle_whose_info_is(scene, name):
     spoilt = scene.make_bundle(scene.updates / "A.app", "spoilt")
     UPDATE_INFO[name](spoilt.info)
     scene.update.path.rename(scene.updates / "B.app")
@@ -116,7 +116,7 @@ def test_while_an_update_is_looked_for_by_its_identifier_a_bundle_is_passed_over
     assert scene.target.version() == "2"
 
 
-# What an update may hold: all this is installed, as it is.
+# What an update may hold: all of this is installed unchanged.
 
 
 def a_dangling_link(folder):
@@ -228,7 +228,7 @@ def test_a_hole_stays_a_hole(scene):
     assert status.st_blocks * 512 <= 1 << 20
 
 
-def test_what_a_link_in_the_old_version_leads_to_is_left_alone(scene):
+def test_the_file_behind_a_link_in_the_old_version_is_left_alone(scene):
     outside = scene.make_folder("outside")
     (outside / "precious").write_text("keep\n")
     (scene.target.resources / "link").symlink_to(outside)
@@ -246,7 +246,7 @@ def test_an_old_version_whose_folders_may_not_be_written_is_replaced(scene):
     assert Bundle(scene.backup()).tree() == old
 
 
-# What an update may not hold: the swap fails, once the old version is backed up and removed.
+# What an update may not hold: the swap fails after the old version has been backed up and removed.
 
 
 def an_unreadable_file(folder):
@@ -263,7 +263,7 @@ HARMFUL = [add_socket, an_unreadable_file, an_unreadable_folder]
 
 
 @pytest.mark.parametrize("add", HARMFUL, ids=lambda add: add.__name__)
-def test_the_swap_fails_with_an_update_that_holds(scene, add):
+def test_the_swap_fails_if_the_update_holds(scene, add):
     add(scene.update.resources)
     scene.become_unprivileged()
     old = scene.target.tree()
@@ -274,7 +274,7 @@ def test_the_swap_fails_with_an_update_that_holds(scene, add):
 
 
 @pytest.mark.parametrize("add", HARMFUL, ids=lambda add: add.__name__)
-def test_the_backup_fails_of_a_target_that_holds(scene, add):
+def test_the_backup_fails_if_the_target_holds(scene, add):
     add(scene.target.resources)
     scene.become_unprivileged()
     outcome = scene.install()

@@ -19,7 +19,7 @@ def mounts(scene):
 
 
 def move_to_disk(scene, mounts, kilobytes, **options):
-    """Moves the target to a file system of its own. Hands back where it is seen from outside."""
+    """Moves the target to a file system of its own. Returns its path as seen from outside."""
     aside = scene.applications.rename(scene.folder / "aside")
     scene.applications.mkdir()
     disk = mounts.mount_small_disk(scene.applications, kilobytes, **options)
@@ -47,7 +47,7 @@ def test_no_room_for_the_backup(scene, mounts):
     old = target.tree()
     assert scene.install() == failed_with("Unable to backup target.")
     assert target.tree() == old
-    assert len(scene.backups(beside=target.path)) == 1, "what the copy had written stays"
+    assert len(scene.backups(beside=target.path)) == 1, "the unfinished copy stays"
     assert scene.is_nothing_held()
     assert [report.version for report in scene.launched()] == ["1"]
 
@@ -101,7 +101,7 @@ def test_no_room_for_the_record(scene, mounts):
     mounts.run("cp", "-a", aside / "Editor.app", scene.updates)
     run = scene.begin()
     assert scene.is_held(scene.update_semaphore)
-    assert os.listdir(disk) == ["Editor.app"], "no record, and nothing that should have become one"
+    assert os.listdir(disk) == ["Editor.app"], "neither a record nor an unfinished one"
     scene.end_target()
     assert run.outcome() == INSTALLED
     assert scene.is_nothing_held()
@@ -119,7 +119,7 @@ SYNCING = "fsync,fdatasync,syncfs"
 
 
 @pytest.mark.parametrize("error", ["EIO", "ENOSPC"])
-def test_a_backup_that_does_not_reach_the_disk_is_none(scene, error):
+def test_a_backup_that_does_not_reach_the_disk_fails(scene, error):
     old = scene.target.tree()
     assert scene.install(wrapper=[*REFUSE_CALL, SYNCING, error]) == failed_with("Unable to backup target.")
     assert scene.target.tree() == old
@@ -138,7 +138,7 @@ REFUSED = [
 
 
 @pytest.mark.parametrize("call, error", REFUSED)
-def test_a_system_that_refuses_what_can_be_done_otherwise(scene, call, error):
+def test_a_refused_system_call_is_replaced_by_another_way(scene, call, error):
     update = scene.update.tree()
     assert scene.install(wrapper=[*REFUSE_CALL, call, error]) == INSTALLED
     assert scene.target.tree() == update

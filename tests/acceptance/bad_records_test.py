@@ -1,4 +1,4 @@
-"""What may lie where the record of the update lock's holder should be."""
+"""Records of the update lock's holder that are not what they should be."""
 
 import os
 import plistlib
@@ -23,7 +23,7 @@ def a_link_to_a_file_outside(path):
     path.symlink_to("../Applications/Editor.app/Contents/Resources/version")
 
 
-UNUSED = 2**31 - 2  # an id above all that processes get
+UNUSED = 2**31 - 2  # above every id that a process gets
 
 NO_RECORDS = {
     "empty": written(b""),
@@ -31,7 +31,7 @@ NO_RECORDS = {
     "a binary header alone": written(b"bplist00"),
     "a record that is cut off": written(plistlib.dumps({"pid": UNUSED}, fmt=plistlib.FMT_BINARY)[:-1]),
     "an array": written(plistlib.dumps([{"pid": UNUSED}])),
-    "a process id that is a text": written(plistlib.dumps({"pid": str(UNUSED)})),
+    "a process id that is text": written(plistlib.dumps({"pid": str(UNUSED)})),
     "a process id that is a fraction": written(plistlib.dumps({"pid": UNUSED + 0.5})),
     "the old text form, which knows no integers": written(f"{{ pid = {UNUSED}; }}".encode()),
     "larger than 16 MiB": lambda path: os.truncate(os.open(path, os.O_CREAT | os.O_WRONLY), (16 << 20) + 1),
@@ -43,15 +43,15 @@ NO_RECORDS = {
 
 
 @pytest.mark.parametrize("put", NO_RECORDS.values(), ids=NO_RECORDS)
-def test_beside_a_free_lock_it_makes_no_difference(scene, put):
+def test_it_makes_no_difference_to_a_free_lock(scene, put):
     put(scene.record_path())
     assert scene.install() == INSTALLED
-    assert scene.is_nothing_held(), "the guarded post removes what lies there"
+    assert scene.is_nothing_held(), "the guarded post removes whatever is there"
     assert scene.target.version() == "2"
 
 
 @pytest.mark.parametrize("put", NO_RECORDS.values(), ids=NO_RECORDS)
-def test_beside_a_taken_lock_it_is_no_sign_that_the_holder_is_dead(scene, put):
+def test_it_does_not_make_the_holder_of_a_taken_lock_look_dead(scene, put):
     identity = scene.update_semaphore.create(taken=True).identity()
     put(scene.record_path())
     run = scene.begin()
@@ -69,7 +69,7 @@ def test_beside_a_taken_lock_it_is_no_sign_that_the_holder_is_dead(scene, put):
     assert scene.update_semaphore.identity() == identity
 
 
-def test_a_file_that_a_link_leads_to_is_left_alone(scene):
+def test_the_file_behind_a_link_is_left_alone(scene):
     (scene.folder / "precious").write_text("keep\n")
     scene.record_path().symlink_to(scene.folder / "precious")
     assert scene.install() == INSTALLED
@@ -98,7 +98,7 @@ ALL_FORMS = {
 
 
 @pytest.mark.parametrize("form", ALL_FORMS.values(), ids=ALL_FORMS)
-def test_a_record_in_another_form_beside_a_free_lock_is_replaced_by_a_binary_one(scene, form):
+def test_a_record_of_a_free_lock_in_another_form_is_replaced_by_a_binary_one(scene, form):
     scene.record_path().write_bytes(form({"pid": an_unused_pid()}))
     run = scene.begin()
     assert scene.record_path().read_bytes().startswith(b"bplist00")
@@ -108,7 +108,7 @@ def test_a_record_in_another_form_beside_a_free_lock_is_replaced_by_a_binary_one
 
 
 @pytest.mark.parametrize("form", ALL_FORMS.values(), ids=ALL_FORMS)
-def test_a_record_in_any_form_tells_whether_the_holder_lives(scene, form):
+def test_a_record_in_any_form_shows_whether_the_holder_lives(scene, form):
     holder = scene.start(["/usr/bin/sleep", "infinity"])
     scene.update_semaphore.create(taken=True)
     scene.record_path().write_bytes(form({"pid": holder.pid, "executablePath": os.path.realpath("/usr/bin/sleep")}))
@@ -119,7 +119,7 @@ def test_a_record_in_any_form_tells_whether_the_holder_lives(scene, form):
     assert run.outcome() == INSTALLED
 
 
-def test_an_installer_whose_own_path_is_no_text_does_its_work(scene):
+def test_an_installer_whose_own_path_is_not_valid_text_does_its_work(scene):
     folder = scene.make_folder(os.fsdecode(b"inst\xffaller"))
     installer = shutil.copy2(scene.installer, folder / "zkupdater")
     assert scene.install(installer=installer) == INSTALLED

@@ -18,22 +18,22 @@ NOT_FOUND = failed_with("Unable to locate update bundle.")
 needs_two_users = pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
 
 
-# All of them
+# All settings
 
 
-def test_a_run_without_settings_fails_in_silence(scene):
+def test_a_run_without_settings_fails_silently(scene):
     run = scene.begin_plainly([])
     assert run.outcome() == Outcome(1, [])
     assert scene.launched() == []
 
 
-def test_a_run_that_is_only_told_to_log_says_that_the_pid_is_missing(scene):
+def test_a_run_with_nothing_but_its_log_enabled_says_that_the_pid_is_missing(scene):
     run = scene.begin_plainly(["-enableLog", "YES"])
     assert run.outcome() == NOT_SPECIFIED
     assert scene.launched() == []
 
 
-def test_stray_words_and_unknown_settings_are_passed_over(scene):
+def test_stray_words_and_unknown_settings_are_ignored(scene):
     wanted = scene.settings()
     run = scene.begin_plainly(["word", "-", "--", "-unknown", "value", *wanted, "-another", "word", "-last"])
     run.wait_until_waiting()
@@ -41,7 +41,7 @@ def test_stray_words_and_unknown_settings_are_passed_over(scene):
     assert run.outcome() == INSTALLED
 
 
-def test_of_a_setting_given_twice_the_last_counts(scene):
+def test_the_last_of_two_equal_settings_counts(scene):
     run = scene.begin_plainly(["-updatePath", "/nowhere", "-pid", "0", *scene.settings()])
     run.wait_until_waiting()
     scene.end_target()
@@ -55,11 +55,11 @@ WRONG_IDS = {
     "zero": ("0", NOT_SPECIFIED),
     "a word": ("Editor", NOT_SPECIFIED),
     "hexadecimal": ("0x10", NOT_SPECIFIED),
-    "two to the 32nd, of which the low half is zero": ("4294967296", NOT_SPECIFIED),
-    "below all integers, the least of which has a low half of zero": ("-99999999999999999999", NOT_SPECIFIED),
+    "two to the 32nd, whose low half is zero": ("4294967296", NOT_SPECIFIED),
+    "below all integers, which gives the least, whose low half is zero": ("-99999999999999999999", NOT_SPECIFIED),
     "negative": ("-1", NO_PROCESS),
-    "the most negative": ("-2147483648", NO_PROCESS),
-    "above all integers, the greatest of which has a low half of ones": ("99999999999999999999", NO_PROCESS),
+    "the least of all": ("-2147483648", NO_PROCESS),
+    "above all integers, which gives the greatest, whose low half is all ones": ("99999999999999999999", NO_PROCESS),
     "the greatest": ("2147483647", NO_PROCESS),
 }
 
@@ -73,7 +73,7 @@ def test_a_wrong_process_id(scene, pid, expected):
 
 
 @pytest.mark.parametrize("last", ["-pid", "-updatePath"])
-def test_a_key_without_a_value_has_the_empty_text(scene, last):
+def test_a_key_without_a_value_has_an_empty_value(scene, last):
     arguments = scene.settings(**{last[1:]: None})
     expected = {"-pid": NOT_SPECIFIED, "-updatePath": NO_PATH}[last]
     assert scene.begin_plainly([*arguments, last]).outcome() == expected
@@ -82,7 +82,7 @@ def test_a_key_without_a_value_has_the_empty_text(scene, last):
 
 ODD_IDS = {
     "with blanks and a sign": lambda pid: f" \t+{pid}",
-    "with something behind": lambda pid: f"{pid} (Editor)",
+    "with something after it": lambda pid: f"{pid} (Editor)",
     "with leading zeros": lambda pid: f"000{pid}",
     "with bits above the low 32, which do not count": lambda pid: str(2**32 + pid),
     "negative, with the right low 32 bits": lambda pid: str(pid - 2**32),
@@ -90,7 +90,7 @@ ODD_IDS = {
 
 
 @pytest.mark.parametrize("spelling", ODD_IDS.values(), ids=ODD_IDS)
-def test_an_odd_spelling_of_the_right_process_id(scene, spelling):
+def test_the_right_process_id_may_be_written(scene, spelling):
     pid = scene.start_target().pid
     assert scene.install(pid=spelling(pid)) == INSTALLED
 
@@ -99,13 +99,13 @@ def test_an_unknown_process(scene):
     assert scene.begin(pid=an_unused_pid()).outcome() == NO_PROCESS
 
 
-def test_a_thread_is_no_process(scene):
+def test_a_thread_id_is_not_a_process_id(scene):
     thread = scene.start_target("stay-with-a-second-thread").thread
     assert thread != scene.running.pid
     assert scene.begin(pid=thread).outcome() == NO_PROCESS
 
 
-def test_a_process_that_has_ended_and_not_been_reaped_is_none(scene):
+def test_a_process_that_has_ended_but_not_been_reaped_is_not_found(scene):
     target = scene.start_target()
     target.kill()
     os.waitid(os.P_PID, target.pid, os.WEXITED | os.WNOWAIT)
@@ -163,7 +163,7 @@ ODD_PATHS = {
     "with doubled slashes": lambda scene: f"//{scene.updates}".replace("/Updates", "//Updates"),
     "with blanks": in_a_folder("  new  updates "),
     "with letters beyond ASCII": in_a_folder("Aktualisierungen für Ελλάδα 更新"),
-    "with bytes that are no text": in_a_folder(os.fsdecode(b"up\xff\xfedates")),
+    "with bytes that are not valid text": in_a_folder(os.fsdecode(b"up\xff\xfedates")),
     "with a line end": in_a_folder("up\ndates"),
     "with percent signs": in_a_folder("%s%n%@ 100%"),
     "of the longest name": in_a_folder("u" * 255),
@@ -172,10 +172,10 @@ ODD_PATHS = {
 
 
 @pytest.mark.parametrize("path", ODD_PATHS.values(), ids=ODD_PATHS)
-def test_an_odd_update_path_that_leads_there(scene, path):
+def test_an_odd_update_path_works(scene, path):
     assert scene.install(updatePath=path(scene)) == INSTALLED
     assert scene.target.version() == "2"
-    assert [item.name for item in scene.updates.iterdir()] == ["Editor.app"], "the record is gone from there"
+    assert [item.name for item in scene.updates.iterdir()] == ["Editor.app"], "the record is gone"
 
 
 def test_a_link_to_the_update_folder_is_followed(scene):
@@ -202,7 +202,7 @@ PATHS_WITHOUT_AN_UPDATE = {
     "a dangling link": a_dangling_link,
     "a device": lambda scene: "/dev/null",
     "an empty folder": lambda scene: scene.reports,
-    "as long as paths can be": lambda scene: "/u" * 2047 + "u",
+    "as long as a path can be": lambda scene: "/u" * 2047 + "u",
     "a name that is too long": lambda scene: "/" + "u" * 256,
 }
 
@@ -222,7 +222,7 @@ def test_an_empty_update_path(scene):
     assert scene.begin(updatePath="").outcome() == NO_PATH
 
 
-def test_an_update_path_that_looks_like_a_setting_is_one(scene):
+def test_an_update_path_that_looks_like_a_key_is_read_as_a_key(scene):
     (scene.folder / "-updates").mkdir()
     assert scene.begin(updatePath="-updates").outcome() == NO_PATH
 
@@ -234,13 +234,13 @@ def test_an_update_folder_that_may_not_be_read(scene):
     assert len(scene.launched()) == 1
 
 
-def test_an_update_folder_that_may_be_searched_but_not_read_gives_the_bundle_of_the_targets_name(scene):
+def test_an_update_folder_that_may_not_be_listed_still_gives_the_bundle_with_the_targets_name(scene):
     scene.become_unprivileged()
     scene.updates.chmod(0o311)
     assert scene.install() == INSTALLED
 
 
-def test_an_update_folder_that_may_not_be_written_takes_no_record_and_that_is_all(scene):
+def test_an_update_folder_that_may_not_be_written_costs_only_the_record(scene):
     scene.become_unprivileged()
     scene.updates.chmod(0o555)
     run = scene.begin()
@@ -251,23 +251,23 @@ def test_an_update_folder_that_may_not_be_written_takes_no_record_and_that_is_al
     assert scene.is_nothing_held()
 
 
-# The semaphores' names
+# The names of the semaphores
 
-LONGEST_NAME = 251  # what the system puts before it takes four more
+LONGEST_NAME = 251  # the system puts four more bytes in front
 
 GOOD_NAMES = {
     "with a leading slash": lambda name: "/" + name,
     "with blanks": lambda name: name + " with blanks",
     "with letters beyond ASCII": lambda name: name + "-Größe-更新",
-    "with bytes that are no text": lambda name: name + os.fsdecode(b"\xff"),
+    "with bytes that are not valid text": lambda name: name + os.fsdecode(b"\xff"),
     "with a percent sign": lambda name: name + "%@%s%n",
-    "as long as names can be": lambda name: name.ljust(LONGEST_NAME, "x"),
+    "as long as a name can be": lambda name: name.ljust(LONGEST_NAME, "x"),
 }
 
 
 @pytest.mark.parametrize("setting", ["installerSemaphore", "updateSemaphore"])
 @pytest.mark.parametrize("spelling", GOOD_NAMES.values(), ids=GOOD_NAMES)
-def test_an_odd_semaphore_name_that_the_system_takes(scene, setting, spelling):
+def test_an_odd_semaphore_name_works(scene, setting, spelling):
     semaphore = {"installerSemaphore": scene.installer_semaphore, "updateSemaphore": scene.update_semaphore}[setting]
     semaphore.name = spelling(semaphore.name)
     run = scene.begin()
@@ -301,13 +301,13 @@ def test_a_semaphore_name_that_the_system_refuses(scene, setting, name):
 
 
 @pytest.mark.parametrize("names", [("", ""), ("", None), (None, "")])
-def test_empty_semaphore_names_are_none(scene, names):
+def test_an_empty_semaphore_name_means_no_semaphore(scene, names):
     assert scene.install(installerSemaphore=names[0], updateSemaphore=names[1]) == INSTALLED
     assert scene.installer_semaphore.count() is None
     assert scene.update_semaphore.count() is None
 
 
-def test_only_one_of_the_semaphores_may_be_named(scene):
+def test_one_semaphore_may_be_named_alone(scene):
     run = scene.begin(installerSemaphore=None)
     assert scene.is_held(scene.update_semaphore)
     scene.end_target()

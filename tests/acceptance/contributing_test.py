@@ -10,13 +10,13 @@ import pytest
 DOCUMENT = (Path(__file__).resolve().parents[2] / "CONTRIBUTING.md").read_text()
 LINES = re.findall(r"^    (\S.*?)(?: +#.*)?$", DOCUMENT, re.MULTILINE)
 
-# They run this test.
+# These run this test.
 THIS = {"./check", "./check --full", ".ci/run"}
 SHORT = {line for line in LINES if line.startswith(("ctest ", "/usr/bin/python3 "))}
 
 
 def run(checkout, line):
-    # A second is as good as a minute of fuzzing for this.
+    # One second of fuzzing is enough here.
     command = re.sub(r"^tools/fuzz \d+$", "tools/fuzz 1", line)
     result = subprocess.run(["bash", "-c", command], cwd=checkout, stdin=subprocess.DEVNULL, capture_output=True,
                             text=True)
@@ -37,12 +37,12 @@ def test_a_long_command_works(checkout, line):
 
 
 @pytest.mark.parametrize("line", sorted(THIS))
-def test_a_command_that_runs_this_test_is_there(checkout, line):
+def test_a_command_that_runs_this_test_exists(checkout, line):
     assert line in LINES
     assert os.access(checkout / line.split()[0], os.X_OK)
 
 
-def test_no_command_with_arguments_hides_in_the_text():
+def test_every_command_with_arguments_is_on_a_line_of_its_own():
     spans = re.findall(r"`([^`]*)`", DOCUMENT)
     assert spans
     commands = [span for span in spans if re.match(r"(\./|\.ci/|tools/|cmake |ctest |python3 ).* ", span)]

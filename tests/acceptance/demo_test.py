@@ -1,4 +1,4 @@
-"""./demo, and what an interrupted one leaves behind: nothing."""
+"""./demo works, and leaves nothing behind even if it is interrupted."""
 
 import os
 import random
@@ -16,7 +16,7 @@ INTERRUPTIONS = int(os.environ.get("ZK_DEMO_INTERRUPTIONS", "12"))
 
 
 class Demo:
-    """A demo in a process group of its own, as a terminal starts it. All it makes is in its own temporary folder."""
+    """A demo in a process group of its own, as a terminal starts it. It writes only to its own temporary folder."""
 
     def __init__(self, checkout, folder):
         self.folder = folder
@@ -36,7 +36,7 @@ class Demo:
         return self.process.returncode, output
 
     def processes(self):
-        """All that have inherited the name of its temporary folder."""
+        """All processes that have inherited the name of its temporary folder."""
         return [pid for pid in all_processes() if f"TMPDIR={self.folder}".encode() in environment_of(pid)]
 
 
@@ -54,7 +54,7 @@ def assert_nothing_is_left(demo, output):
         assert [file for file in os.listdir("/dev/shm") if name in file] == []
 
 
-def test_the_demo_replaces_version_1_by_version_2_and_leaves_nothing_behind(checkout, tmp_path):
+def test_the_demo_replaces_version_1_with_version_2_and_leaves_nothing_behind(checkout, tmp_path):
     demo = Demo(checkout, tmp_path)
     status, output = demo.outcome()
     assert status == 0, output

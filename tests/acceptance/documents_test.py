@@ -1,4 +1,4 @@
-"""The listings and command lines of the documents work as they stand there, and the tables in them are complete."""
+"""The listings and command lines of the documents work as printed, and their tables are complete."""
 
 import json
 import os
@@ -14,23 +14,24 @@ from support.documents import commands, documents, listings, only
 from support.installer import BEGIN, END, INSTALLED, failed_creation
 from support.scene import RELAUNCH_ARGUMENTS
 
-# Each listing belongs to a test below; one that is new here has to be given one.
+# Each listing has a test below. Whoever adds a listing adds a test.
 LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
     "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
     "recovery.md": ["sh"],
+    "security.md": [],
     "zkupdater.1": [],
 }
 
 
-def test_no_listing_is_without_a_test_and_no_line_is_too_long(checkout):
+def test_every_listing_has_a_test_and_no_line_is_too_long(checkout):
     for path in documents(checkout):
         assert [listing.language for listing in listings(path)] == LISTINGS[path.name], path
         assert [line for line in path.read_text().splitlines() if len(line) > 120] == [], path
 
 
-def test_the_files_that_a_document_names_are_there(checkout):
+def test_the_files_that_a_document_names_exist(checkout):
     for path in documents(checkout):
         names = re.findall(r"`((?:docs|examples)/[\w./-]+|[A-Z]+\.md)`", path.read_text())
         assert [name for name in names if not (checkout / name).is_file()] == [], path
@@ -43,7 +44,7 @@ def run_in(folder, command, **options):
 # README.md
 
 
-def test_the_host_in_the_readme_is_that_of_the_example(checkout):
+def test_the_host_in_the_readme_is_the_one_in_the_example(checkout):
     source = (checkout / "examples/SelfUpdatingApp.cpp").read_text()
     before, _, rest = source.partition("// [host]\n")
     host, _, after = rest.partition("// [/host]\n")
@@ -51,7 +52,7 @@ def test_the_host_in_the_readme_is_that_of_the_example(checkout):
     assert re.search(r"\bstartUpdate\(", after), "and the example uses it"
 
 
-# Runs until it is ended, or reports the arguments that it was given.
+# Without arguments it runs until it is ended; with arguments it reports them.
 SCRIPT = """#!/bin/sh
 # version {version}
 if [ $# -eq 0 ]; then
@@ -83,13 +84,13 @@ def test_the_smallest_bundle_of_the_readme_can_be_updated(checkout, scene):
     (report,) = scene.launched()
     assert report.arguments == RELAUNCH_ARGUMENTS
 
-    # Without the list the same program lies in a plain folder.
+    # Without the list the same program is in a plain folder.
     (scene.applications / folder / "Info.plist").unlink()
     scene.running = scene.start([program], stdin=subprocess.PIPE)
     assert scene.install() == failed_creation("Unable to get target process bundle path.")
 
 
-def test_the_folders_that_the_readme_shows_are_there(checkout):
+def test_the_folders_that_the_readme_shows_exist(checkout):
     layout = [listing.text for listing in listings(checkout / "README.md") if listing.language == "text"][1]
     folders = re.findall(r"^(\w+/) ", layout, re.MULTILINE)
     there = [f"{path.parent.name}/" for path in checkout.glob("*/*") if path.name == "CMakeLists.txt"]
@@ -98,7 +99,7 @@ def test_the_folders_that_the_readme_shows_are_there(checkout):
 
 @pytest.fixture(scope="module")
 def fresh_clone(checkout, tmp_path_factory):
-    """The checkout as it stands, without what was built in it."""
+    """A copy of the checkout as it is now, without what was built in it."""
     folder = tmp_path_factory.mktemp("clone") / "zkupdater"
     shutil.copytree(checkout, folder, ignore=shutil.ignore_patterns("build*", ".git", "__pycache__"))
     return folder
@@ -107,7 +108,7 @@ def fresh_clone(checkout, tmp_path_factory):
 @pytest.mark.full
 def test_the_commands_of_the_readme_build_the_installer_and_show_it(checkout, fresh_clone):
     first, second = [listing.text for listing in listings(checkout / "README.md") if listing.language == "sh"]
-    # The second command is what runs this test.
+    # The second command runs this test.
     assert commands(first) == ["./demo", "./check"]
     assert os.access(checkout / "check", os.X_OK)
 
@@ -153,7 +154,7 @@ def test_the_host_project_of_the_guide_builds_and_runs(checkout, tmp_path):
     guide = checkout / "docs/embedding.md"
     (tmp_path / "zkupdater").symlink_to(checkout)
     (tmp_path / "CMakeLists.txt").write_text(only(guide, "cmake"))
-    # The targets see to the language that their headers need; nothing else here asks for it.
+    # The targets set the language standard that their headers need; nothing else here does.
     _, main = [listing.text for listing in listings(guide) if listing.language == "cpp"]
     (tmp_path / "main.cpp").write_text(main + "static_assert(__cplusplus >= 202002L);\n")
     *build, run, run_installer = commands(only(guide, "sh"))

@@ -1,4 +1,4 @@
-"""The application in examples/, as a host that does what the documents recommend."""
+"""The application in examples/ as a host that does what the documents recommend."""
 
 import os
 import signal
@@ -63,7 +63,7 @@ class Example:
         return self.errors_path.read_text()
 
     def journal(self, version):
-        """What a version has told so far, without who told it."""
+        """What a version has printed so far, without the prefix that names it."""
         if not self.journal_path.exists():
             return []
         lines = self.journal_path.read_text().splitlines()
@@ -92,8 +92,8 @@ def test_it_updates_itself_and_leaves_only_the_name_of_the_lock(example):
     example.assert_its_semaphore_is_gone()
 
 
-def test_it_updates_itself_also_after_an_installer_was_killed_that_held_its_semaphore(example):
-    # The taken lock keeps the first installer waiting, with the installer semaphore held.
+def test_it_updates_itself_even_after_an_installer_was_killed_with_its_semaphore_held(example):
+    # The taken lock keeps the first installer waiting while it holds the installer semaphore.
     example.lock.create(taken=True)
     assert example.start().wait(30) == 0
     assert example.journal(1)[-1] == "the installer is ready; quits"

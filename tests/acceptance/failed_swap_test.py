@@ -21,14 +21,14 @@ def test_the_backup_is_complete_at_the_path_of_the_temporary_folder_itself(scene
     assert scene.is_nothing_held()
 
 
-def test_the_rollback_reads_one_level_below_the_backup_where_nothing_is(scene):
+def test_the_rollback_reads_one_level_below_the_backup_and_finds_nothing(scene):
     add_socket(scene.update.resources)
     assert scene.install() == SWAP_FAILED
     assert not os.path.lexists(scene.target.path), "the part of the update that was copied is gone as well"
     assert scene.launched() == []
 
 
-def test_a_folder_of_the_targets_name_inside_it_is_what_the_rollback_brings_back(scene):
+def test_the_rollback_brings_back_a_folder_with_the_targets_name_inside_the_backup(scene):
     inner = scene.make_bundle(scene.target.path / scene.target.path.name, "inner")
     expected = inner.tree()
     add_socket(scene.update.resources)
@@ -50,14 +50,14 @@ def test_the_old_version_can_be_put_back_by_hand_and_updated(scene):
     assert scene.target.version() == "2"
 
 
-def test_an_update_folder_inside_the_target_goes_with_it(scene):
+def test_an_update_folder_inside_the_target_is_removed_with_it(scene):
     updates = shutil.move(scene.updates, scene.target.resources)
     old = scene.target.tree()
     assert scene.install(updatePath=updates, updateSemaphore=None) == SWAP_FAILED
     assert Bundle(scene.backup()).tree() == old
 
 
-def test_the_targets_own_folder_as_update_folder_leaves_the_backup(scene):
+def test_only_the_backup_is_left_if_the_update_folder_is_the_targets_own(scene):
     old = scene.target.tree()
     assert scene.install(updatePath=scene.applications) == SWAP_FAILED
     assert tree(scene.backup()) == old

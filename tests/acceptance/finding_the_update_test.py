@@ -55,14 +55,14 @@ def test_a_bundle_is_not_found(scene, updates, name, identifier):
     assert scene.backups() == []
 
 
-def test_a_bundle_of_the_targets_name_is_taken_whatever_its_identifier(scene, updates):
+def test_a_bundle_with_the_targets_name_is_taken_whatever_its_identifier(scene, updates):
     updates("Editor.app", version="direct", identifier="org.example.other")
     updates("Another.app", version="by identifier")
     assert scene.install() == INSTALLED
     assert scene.target.version() == "direct"
 
 
-def test_a_folder_of_the_targets_name_is_taken_even_if_it_is_no_bundle(scene, updates):
+def test_a_folder_with_the_targets_name_is_taken_even_if_it_is_not_a_bundle(scene, updates):
     (scene.updates / "Editor.app").mkdir()
     updates("Another.app")
     assert scene.install() == failed_relaunch()
@@ -70,32 +70,32 @@ def test_a_folder_of_the_targets_name_is_taken_even_if_it_is_no_bundle(scene, up
 
 
 def failed_relaunch():
-    """Installed all the same; the folder holds nothing that could be started."""
+    """The folder is installed all the same, but holds nothing that could be started."""
     return failed_with("Unable to relaunch target application.")._replace(status=0)
 
 
-def test_a_plain_file_of_the_targets_name_is_passed_over(scene, updates):
+def test_a_plain_file_with_the_targets_name_is_skipped(scene, updates):
     (scene.updates / "Editor.app").write_text("no bundle\n")
     updates("below/Another.app")
     assert scene.install() == INSTALLED
     assert scene.target.version() == "2"
 
 
-def test_a_dangling_link_of_the_targets_name_is_passed_over(scene, updates):
+def test_a_dangling_link_with_the_targets_name_is_skipped(scene, updates):
     (scene.updates / "Editor.app").symlink_to("nowhere")
     updates("below/Another.app")
     assert scene.install() == INSTALLED
     assert scene.target.version() == "2"
 
 
-def test_a_bundle_of_the_targets_name_deeper_down_is_not_preferred(scene, updates):
+def test_a_bundle_with_the_targets_name_deeper_down_is_not_preferred(scene, updates):
     updates("a/Another.app", version="first")
     updates("b/Editor.app", version="second")
     assert scene.install() == INSTALLED
     assert scene.target.version() == "first"
 
 
-def test_among_several_the_first_by_the_bytes_of_the_names_is_taken_depth_first(scene, updates):
+def test_the_first_of_several_is_taken_in_byte_order_and_depth_first(scene, updates):
     updates("b/deep/down/Another.app", version="first")
     updates("c.app", version="second")
     updates("é.app", version="third")
@@ -103,7 +103,7 @@ def test_among_several_the_first_by_the_bytes_of_the_names_is_taken_depth_first(
     assert scene.target.version() == "first"
 
 
-def test_a_link_to_a_bundle_is_taken_as_the_folder_that_it_leads_to(scene, updates):
+def test_a_link_to_a_bundle_is_installed_as_the_folder_it_leads_to(scene, updates):
     real = scene.make_bundle(scene.folder / "elsewhere/Real.app", "2")
     (scene.updates / "Editor.app").symlink_to(real.path)
     assert scene.install() == INSTALLED
@@ -118,7 +118,7 @@ def test_a_link_to_a_folder_is_not_entered(scene, updates):
     assert scene.install() == NOT_FOUND
 
 
-def test_an_update_that_arrives_while_the_target_ends_is_found(scene, updates):
+def test_an_update_that_arrives_before_the_target_has_ended_is_found(scene, updates):
     run = scene.begin()
     updates("Editor.app")
     scene.end_target()

@@ -1,4 +1,4 @@
-"""The installer may lie inside the bundle that it replaces."""
+"""The installer may be inside the bundle that it replaces."""
 
 import plistlib
 import shutil
@@ -14,7 +14,7 @@ def put_installer_into(scene, bundle, folder="MacOS"):
     return shutil.copy2(scene.installer, path)
 
 
-def test_the_bundle_that_the_installer_lies_in_is_replaced(scene):
+def test_the_bundle_around_the_installer_is_replaced(scene):
     helper = put_installer_into(scene, scene.target, "Helpers")
     put_installer_into(scene, scene.update, "Helpers")
     old, update = scene.target.tree(), scene.update.tree()
@@ -25,15 +25,15 @@ def test_the_bundle_that_the_installer_lies_in_is_replaced(scene):
     assert scene.is_nothing_held()
 
 
-def test_an_installer_that_the_update_does_not_bring_any_more_ends_its_work(scene):
+def test_an_installer_that_is_missing_in_the_update_finishes_its_work(scene):
     helper = put_installer_into(scene, scene.target)
     assert scene.install(installer=helper) == INSTALLED
     assert not helper.exists()
     assert [report.version for report in scene.launched()] == ["2"]
 
 
-def test_an_installer_whose_bundle_was_replaced_stays_alive_in_its_own_record(scene):
-    """Another installer of the same update has to wait for it, though the bundle around it is another one by now."""
+def test_an_installer_whose_bundle_was_replaced_still_counts_as_alive(scene):
+    """Another installer of the same update waits for it, even though the bundle around it is a new one."""
     helper = put_installer_into(scene, scene.target)
     first = scene.begin(installer=helper)
     record = plistlib.loads(scene.record_path().read_bytes())

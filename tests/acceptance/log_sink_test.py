@@ -1,4 +1,4 @@
-"""Where the log goes, and that nothing about that place stops the work."""
+"""Where the log goes, and that no trouble with it stops the work."""
 
 import fcntl
 import os
@@ -57,11 +57,11 @@ def test_a_terminal_gets_every_line(scene):
     assert messages_in(text.replace(b"\r\n", b"\n")) == ["Begin installation", "End installation"]
 
 
-def test_a_closed_standard_error_costs_the_lines_only(scene):
+def test_a_closed_standard_error_costs_only_the_lines(scene):
     assert_installs(scene, wrapper=["sh", "-c", 'exec "$0" "$@" 2>&-'])
 
 
-def test_closed_standard_streams_lead_nowhere_and_so_never_to_a_file_that_is_copied(scene):
+def test_closed_standard_streams_never_lead_to_a_file_being_copied(scene):
     run = scene.begin(wrapper=["sh", "-c", 'exec "$0" "$@" <&- >&- 2>&-'])
     assert [os.readlink(f"/proc/{run.pid}/fd/{stream}") for stream in range(3)] == ["/dev/null"] * 3
     scene.end_target()
@@ -69,13 +69,13 @@ def test_closed_standard_streams_lead_nowhere_and_so_never_to_a_file_that_is_cop
     assert scene.target.tree() == scene.update.tree()
 
 
-def test_a_pipe_whose_reader_has_gone_costs_the_lines_only(scene, pipe):
+def test_a_pipe_without_a_reader_costs_only_the_lines(scene, pipe):
     reading, writing = pipe
     reading.close()
     assert_installs(scene, stderr=writing)
 
 
-def test_a_reader_that_goes_while_the_installer_waits_costs_the_last_line_only(scene, pipe):
+def test_a_reader_that_goes_while_the_installer_waits_costs_only_the_last_line(scene, pipe):
     reading, writing = pipe
     run = scene.begin(stderr=writing)
     assert messages_in(reading.read(1000)) == ["Begin installation"]
@@ -95,15 +95,15 @@ def fill(descriptor):
     fcntl.fcntl(descriptor, fcntl.F_SETFL, flags)
 
 
-def test_a_full_pipe_whose_reader_does_not_read_costs_the_lines_only(scene, pipe):
+def test_a_full_pipe_costs_only_the_lines(scene, pipe):
     _, writing = pipe
     fill(writing.fileno())
     flags = fcntl.fcntl(writing, fcntl.F_GETFL)
     assert_installs(scene, stderr=writing)
-    assert fcntl.fcntl(writing, fcntl.F_GETFL) == flags, "the description is shared, and as it was"
+    assert fcntl.fcntl(writing, fcntl.F_GETFL) == flags, "the shared description is unchanged"
 
 
-def test_a_full_socket_whose_reader_does_not_read_costs_the_lines_only(scene):
+def test_a_full_socket_costs_only_the_lines(scene):
     here, there = socket.socketpair()
     with here, there:
         there.setblocking(False)
@@ -118,12 +118,12 @@ def test_a_full_socket_whose_reader_does_not_read_costs_the_lines_only(scene):
         assert fcntl.fcntl(there, fcntl.F_GETFL) == flags
 
 
-def test_a_full_device_costs_the_lines_only(scene):
+def test_a_full_device_costs_only_the_lines(scene):
     with open("/dev/full", "wb", buffering=0) as full:
         assert_installs(scene, stderr=full)
 
 
-def test_a_log_file_that_may_not_grow_costs_the_lines_only(scene):
+def test_a_log_file_that_may_not_grow_costs_only_the_lines(scene):
     run = scene.begin(wrapper=["sh", "-c", 'ulimit -f 0; exec "$0" "$@"'], updatePath=scene.folder / "nowhere")
     scene.end_target()
     assert run.outcome() == (1, [])
@@ -134,7 +134,7 @@ def test_a_log_file_that_may_not_grow_costs_the_lines_only(scene):
 
 @pytest.fixture
 def system_log(scene):
-    """A socket in the place of the system log's, which only the processes of the scene see."""
+    """A socket that replaces the system log's for the processes of the scene alone."""
     mounts = PrivateMounts(scene)
     devices = scene.make_folder("devices")
     address = scene.folder / "log-socket"
@@ -162,7 +162,7 @@ def test_the_system_log_gets_every_message(scene, system_log):
     assert [re.fullmatch(form, line)[1] for line in lines] == ["Begin installation", "End installation"]
 
 
-def test_a_system_log_that_is_full_and_not_read_costs_the_lines_only(scene, system_log):
+def test_a_full_system_log_costs_only_the_lines(scene, system_log):
     with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as other:
         other.setblocking(False)
         try:
@@ -173,6 +173,6 @@ def test_a_system_log_that_is_full_and_not_read_costs_the_lines_only(scene, syst
     assert scene.install() == INSTALLED
 
 
-def test_a_system_log_that_nobody_listens_to_costs_the_lines_only(scene, system_log):
+def test_a_system_log_without_a_listener_costs_only_the_lines(scene, system_log):
     system_log.close()
     assert scene.install() == INSTALLED

@@ -1,4 +1,4 @@
-"""The waits that end by themselves, after a thousand pauses of a tenth of a second."""
+"""The waits that give up by themselves after a thousand pauses of a tenth of a second."""
 
 import plistlib
 import signal
@@ -18,7 +18,7 @@ def test_a_live_holder_a_live_target_and_a_holder_without_a_record_are_each_give
     start = time.monotonic()
     ended = {}
 
-    # The first installer holds the lock; suspended, it does not get through with its own wait before the second.
+    # The first installer holds the lock. It is suspended, so that its own wait does not end before the second's.
     first_target = scene.start([scene.target.executable, "stay"])
     first = scene.begin(pid=first_target.pid)
     first.process.send_signal(signal.SIGSTOP)
@@ -31,7 +31,7 @@ def test_a_live_holder_a_live_target_and_a_holder_without_a_record_are_each_give
     # This one waits for the same target, without a lock.
     third = scene.begin(installerSemaphore=None, updateSemaphore=None)
 
-    # And this one for somebody who took a semaphore and never told who it was.
+    # And this one waits for a holder that left no record.
     unknown_holders = scene.semaphore("unknown").create(taken=True)
     unknown_identity = unknown_holders.identity()
     fourth = scene.begin(installerSemaphore=None, updateSemaphore=unknown_holders.name)
@@ -50,7 +50,7 @@ def test_a_live_holder_a_live_target_and_a_holder_without_a_record_are_each_give
         assert LEAST <= seconds < begun + MOST, name
 
     assert second.outcome() == failed_with("Failed to acquire update semaphore.")
-    assert second_semaphore.count() == 1, "it has given back what it held"
+    assert second_semaphore.count() == 1, "it has released what it held"
     assert scene.update_semaphore.identity() == identity
     assert scene.is_held(scene.update_semaphore), "and left the lock to its holder"
     assert plistlib.loads(scene.record_path().read_bytes())["pid"] == first.pid
@@ -59,9 +59,9 @@ def test_a_live_holder_a_live_target_and_a_holder_without_a_record_are_each_give
     assert scene.running.poll() is None
     assert scene.target.version() == "1"
     reports = scene.launched()
-    assert [report.version for report in reports] == ["1", "1"], "started anew beside the one that still runs"
+    assert [report.version for report in reports] == ["1", "1"], "started once more beside the one that still runs"
 
-    assert not fourth.has_ended(), "a holder without a record is taken over from, and the target waited for"
+    assert not fourth.has_ended(), "it took the lock of the holder without a record, and now waits for the target"
     assert scene.is_held(unknown_holders)
     assert scene.backups() == []
 

@@ -1,4 +1,4 @@
-"""What the installer is for: an application that runs is replaced by its update and comes up again."""
+"""The installer's main job: a running application is replaced by its update and comes up again."""
 
 import datetime
 import os
@@ -22,7 +22,7 @@ def test_the_update_replaces_the_old_version(scene):
     assert scene.target.version() == "2"
 
 
-def test_the_backup_beside_the_target_holds_the_old_version_exactly(scene):
+def test_the_backup_beside_the_target_is_an_exact_copy_of_the_old_version(scene):
     old = scene.target.tree()
     assert scene.install() == INSTALLED
     assert Bundle(scene.backup()).tree() == old
@@ -67,7 +67,7 @@ def test_both_semaphores_are_held_and_nothing_is_changed_while_the_target_runs(s
     assert run.outcome() == INSTALLED
 
 
-def test_a_target_whose_first_thread_alone_has_ended_is_waited_for(scene):
+def test_a_target_with_only_its_first_thread_ended_is_waited_for(scene):
     scene.start_target("stay-without-the-first-thread")
     run = scene.begin()
     stays(lambda: not run.has_ended(), "the installer waits for the target")
@@ -75,7 +75,7 @@ def test_a_target_whose_first_thread_alone_has_ended_is_waited_for(scene):
     assert run.outcome() == INSTALLED
 
 
-def test_a_target_that_nobody_has_reaped_has_ended(scene):
+def test_a_target_that_has_ended_need_not_be_reaped(scene):
     run = scene.begin()
     scene.running.kill()
     assert run.outcome() == INSTALLED
@@ -98,14 +98,14 @@ def test_a_target_that_is_a_script_is_replaced(scene):
     assert [report.version for report in scene.launched()] == ["2"]
 
 
-def test_semaphores_that_the_target_has_made_are_used_as_they_are(scene):
+def test_semaphores_made_by_the_target_are_used_unchanged(scene):
     semaphores = [scene.installer_semaphore.create(), scene.update_semaphore.create()]
     identities = [semaphore.identity() for semaphore in semaphores]
     assert scene.install() == INSTALLED
     assert [semaphore.identity() for semaphore in semaphores] == identities
 
 
-def test_semaphores_that_the_installer_makes_are_open_to_everybody_whom_the_umask_lets(scene):
+def test_semaphores_made_by_the_installer_are_open_to_all_that_the_umask_admits(scene):
     assert scene.install(wrapper=["sh", "-c", 'umask 020; exec "$0" "$@"']) == INSTALLED
     for semaphore in (scene.installer_semaphore, scene.update_semaphore):
         assert stat.S_IMODE(os.stat(semaphore.file).st_mode) == 0o646
@@ -121,7 +121,7 @@ def test_a_taken_installer_semaphore_is_waited_for(scene):
     assert scene.is_nothing_held()
 
 
-def test_without_semaphore_names_none_is_made_and_no_record(scene):
+def test_without_semaphore_names_neither_semaphores_nor_a_record_are_made(scene):
     run = scene.begin(installerSemaphore=None, updateSemaphore=None)
     assert os.listdir(scene.updates) == ["Editor.app"]
     scene.end_target()
@@ -144,17 +144,17 @@ def test_one_update_after_another_leaves_a_backup_of_each(scene):
 
 
 @pytest.mark.parametrize("value", [None, "NO", "0", ""])
-def test_a_run_whose_log_is_not_enabled_writes_nothing(scene, value):
+def test_a_run_without_its_log_enabled_writes_nothing(scene, value):
     assert scene.install(enableLog=value) == Outcome(0, [])
 
 
 @pytest.mark.parametrize("value", ["YES", "true", "1"])
-def test_a_run_whose_log_is_enabled_writes_its_begin_and_its_end(scene, value):
+def test_a_run_with_its_log_enabled_writes_its_begin_and_its_end(scene, value):
     assert scene.install(enableLog=value) == Outcome(0, ["Begin installation", "End installation"])
 
 
 def test_each_line_names_the_time_the_process_and_the_one_object_of_the_run(scene):
-    before = datetime.datetime.now() - datetime.timedelta(milliseconds=1)  # a line's time is cut off to those
+    before = datetime.datetime.now() - datetime.timedelta(milliseconds=1)  # a line's time has only milliseconds
     run = scene.begin(updatePath=scene.folder / "nowhere")
     scene.end_target()
     assert run.status() == 1
@@ -168,7 +168,7 @@ def test_each_line_names_the_time_the_process_and_the_one_object_of_the_run(scen
     assert len({line["object"] for line in lines}) == 1
 
 
-# The record of the holder of the update lock
+# The record of the update lock's holder
 
 
 def record_while_waiting(scene, **options):
@@ -190,7 +190,7 @@ def test_the_record_of_a_waiting_installer_is_a_binary_property_list_that_descri
     assert record["pid"] == run.pid
     assert record["executablePath"] == str(scene.installer)
     assert type(record["creationDate"]) is datetime.datetime
-    assert set(record) == {"pid", "executablePath", "creationDate"}, "it lies in no bundle"
+    assert set(record) == {"pid", "executablePath", "creationDate"}, "it is not in a bundle"
     assert plistlib.loads(converted) == record, "another reader sees the same"
 
 
@@ -205,7 +205,7 @@ def test_the_record_of_an_installer_in_a_bundle_names_that_bundle(scene):
     assert set(record) == {"pid", "executablePath", "bundleId", "creationDate"}
 
 
-def test_the_record_can_be_read_by_everybody_whom_the_umask_lets(scene):
+def test_the_record_can_be_read_by_all_that_the_umask_admits(scene):
     run = scene.begin(wrapper=["sh", "-c", 'umask 020; exec "$0" "$@"'])
     assert stat.S_IMODE(scene.record_path().stat().st_mode) == 0o646
     assert [path.name for path in scene.updates.iterdir() if path != scene.update.path] == [scene.record_path().name]

@@ -1,10 +1,9 @@
-"""Each message of the log has a real cause, which decides what else is told, what is left, and whether the old version
-is started again.
+"""Each message of the log has a real cause, which decides what else is logged, what is left behind, and whether the old
+version is started again.
 
-Missing are "Unable to get target process info." (the target would have to end between two look-ups) and "Unable to
-create File Manager." (memory would have to run out at that very place), which nothing outside the process brings about
-at will, and "Target process exit wait expired.", which is with the long waits.
-"""
+Three messages are missing. Nothing outside the process can reliably cause "Unable to get target process info." (the
+target would have to end between two look-ups) or "Unable to create File Manager." (memory would have to run out at that
+very place). "Target process exit wait expired." is in long_wait_test.py. """
 
 import os
 import plistlib
@@ -82,14 +81,14 @@ def test_a_failed_creation_touches_nothing(scene, cause, message):
     assert scene.backups() == []
 
 
-def test_a_relative_update_path_in_a_current_folder_that_is_gone_is_no_path(scene):
+def test_a_relative_update_path_is_invalid_if_the_current_folder_is_gone(scene):
     gone = scene.make_folder("gone")
     wrapper = ["sh", "-c", 'rmdir "$PWD"; exec "$0" "$@"']
     outcome = scene.install(updatePath="Updates", wrapper=wrapper, cwd=gone)
     assert outcome == failed_creation("Invalid update directory.")
 
 
-# The handshake fails: nothing is installed; what was taken is given back, and the old version started again.
+# The handshake fails: nothing is installed, what was taken is released, and the old version is started again.
 
 
 def test_an_installer_semaphore_that_cannot_be_made(scene):
@@ -100,7 +99,7 @@ def test_an_installer_semaphore_that_cannot_be_made(scene):
 
 
 @pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
-def test_an_installer_semaphore_that_is_another_users_alone(scene):
+def test_an_installer_semaphore_that_only_another_user_may_use(scene):
     scene.installer_semaphore.create()
     os.chmod(scene.installer_semaphore.file, 0o600)
     scene.become_unprivileged()
@@ -113,7 +112,7 @@ def test_a_wait_for_the_installer_semaphore_that_is_interrupted(scene):
     scene.installer_semaphore.create(taken=True)
     outcome = scene.install(wrapper=[*REFUSE_CALL, "futex", "EINTR"])
     assert outcome == failed_with("Failed to acquire installer semaphore.")
-    assert scene.is_held(scene.installer_semaphore), "it is the test's, and was not given back in its name"
+    assert scene.is_held(scene.installer_semaphore), "the test holds it, and the installer has not released it"
     assert scene.update_semaphore.count() is None
     assert_old_version_is_started_again(scene)
 
@@ -134,7 +133,7 @@ def test_the_lock_of_a_dead_holder_whose_name_another_user_may_not_remove(scene)
     assert scene.install() == failed_with("Failed to acquire update semaphore.")
     assert scene.is_held(scene.update_semaphore)
     assert scene.update_semaphore.identity() == identity
-    assert scene.record_path().exists(), "it is not the installer's to remove"
+    assert scene.record_path().exists(), "the installer may not remove it"
     assert scene.installer_semaphore.count() == 1
     assert_old_version_is_started_again(scene)
 
@@ -142,9 +141,9 @@ def test_the_lock_of_a_dead_holder_whose_name_another_user_may_not_remove(scene)
 # The wait for the target's end fails.
 
 
-def test_a_look_up_of_the_target_that_cannot_be_made(scene, sanitizers):
+def test_a_failing_look_up_of_the_target(scene, sanitizers):
     if "undefined" in sanitizers:
-        pytest.skip("that sanitizer itself needs descriptors, and takes what it cannot look at for an error")
+        pytest.skip("that sanitizer needs descriptors itself, and reports an error without them")
     run = scene.begin()
     _, hard = resource.prlimit(run.pid, resource.RLIMIT_NOFILE)
     resource.prlimit(run.pid, resource.RLIMIT_NOFILE, (0, hard))
@@ -167,7 +166,7 @@ def test_no_update(scene):
     assert_old_version_is_started_again(scene)
 
 
-def test_a_folder_that_no_backup_can_be_made_in(scene):
+def test_a_folder_that_takes_no_backup(scene):
     scene.become_unprivileged()
     scene.applications.chmod(0o555)
     old = scene.target.tree()
@@ -182,12 +181,12 @@ def test_an_old_version_that_cannot_be_copied(scene):
     old = scene.target.tree()
     assert scene.install() == failed_with("Unable to backup target.")
     assert scene.target.tree() == old
-    assert len(scene.backups()) == 1, "what the copy had written stays"
+    assert len(scene.backups()) == 1, "the unfinished copy stays"
     assert scene.is_nothing_held()
     assert_old_version_is_started_again(scene)
 
 
-def test_a_target_so_deep_that_its_name_fits_no_more_behind_the_backups(scene):
+def test_a_target_so_deep_that_its_path_in_the_backup_is_too_long(scene):
     name = "E" * 200 + ".app"
     folder = scene.folder
     while len(str(folder)) < 3500:

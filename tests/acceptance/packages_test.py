@@ -1,4 +1,4 @@
-"""tools/packages, for a user that cannot install any."""
+"""tools/packages run by a user who may not install packages."""
 
 import subprocess
 
@@ -11,13 +11,13 @@ def packages(checkout, *names):
                           capture_output=True, **user)
 
 
-def test_what_is_missing_comes_as_a_command_to_copy(checkout):
+def test_missing_packages_are_named_in_a_command_to_copy(checkout):
     result = packages(checkout, "dpkg", "zk-missing-1", "zk-missing-2")
     assert result.returncode == 1
     assert result.stdout == ""
     assert result.stderr.splitlines()[-1] == "apt-get install zk-missing-1 zk-missing-2"
 
 
-def test_nothing_is_said_when_nothing_is_missing(checkout):
+def test_nothing_is_printed_if_nothing_is_missing(checkout):
     result = packages(checkout, "dpkg", "coreutils")
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")

@@ -1,9 +1,7 @@
 """Property lists between this system and three others: Python's plistlib, libplist (plistutil) and GNUstep.
 
-Every document is generated from a value, so that everybody's reading can be compared with it. Where another program
-is known to read something else, the difference stands in DIFFERENCES with its reason, and a test shows that it is still
-so.
-"""
+Every document is generated from a value, and what each program reads is compared with that value. The known differences
+are listed in DIFFERENCES with their reasons, and a test shows that they still exist. """
 
 import plistlib
 import tempfile
@@ -31,7 +29,7 @@ DIFFERENCES = {
         "null": "loses null in its XML",
         "a negative integer of 16 bytes": "reads only the low 8 bytes, without a sign",
         "a UID of more than 8 bytes": "loses it",
-        "control characters": "its XML has them as they are, which is not XML",
+        "control characters": "its XML has them unescaped, which is not XML",
         "a zero byte in a text": "its texts end there",
         "negative zero": "loses the sign in its XML",
         "a fraction of a second": "its dates are whole seconds",
@@ -92,12 +90,12 @@ def scalar_features(value):
 
 
 def features(value):
-    """What in a value itself, however it is written, not everybody reads."""
+    """The features of a value, in whatever form, that not every program reads."""
     return {feature for scalar in scalars(value) for feature in scalar_features(scalar)}
 
 
 class Document:
-    """The bytes of a property list, the JSON of what it stands for, and what in it not everybody reads."""
+    """The bytes of a property list, its value as JSON, and the features in it that not every program reads."""
 
     def __init__(self, content, value, more_features=()):
         self.content = content
@@ -119,7 +117,7 @@ def exchange(tool, tmp_path):
 
 
 class Exchange:
-    """Hands documents to everybody and compares what they read."""
+    """Gives documents to all programs and compares what they read."""
 
     def __init__(self, tool, folder):
         self.tool = tool
@@ -138,7 +136,7 @@ class Exchange:
         return names
 
     def read_by_us(self, documents):
-        """Everything is read by us as the value it was made from; gives back what we write of it."""
+        """Checks that we read every document as the value it was made from. Returns what we write of it."""
         names = self.files([document.content for document in documents])
         written = self.new_folder()
         for document, json in zip(documents, read_with_ours(self.tool, names, written)):
@@ -154,7 +152,7 @@ class Exchange:
         }
 
     def is_read_by_all(self, contents, jsons, features_of_each):
-        """Everybody reads the contents as the JSON says, but for the known differences; gives back those seen."""
+        """Checks that all programs read the contents as the JSON says. Returns the known differences that were seen."""
         seen = set()
         for reader, readings in self.readings(contents).items():
             for content, json, features_of_one, reading in zip(contents, jsons, features_of_each, readings):
@@ -166,13 +164,13 @@ class Exchange:
         return seen
 
     def go_both_ways(self, documents):
-        """We read all documents, and everybody reads what we write of them."""
+        """Checks that we read all documents, and that all programs read what we write of them."""
         self.is_read_by_all(self.read_by_us(documents), [document.json for document in documents],
                             [document.value_features for document in documents])
 
 
 def made_by_plistlib(count, seed=SEED):
-    # Of 0.0 and -0.0 in one document it writes the one that comes first for both.
+    # If a document has both 0.0 and -0.0, it writes the first of them for both.
     values = Values(seed, without={"negative zero"})
     for _ in range(count):
         value = values.value()
@@ -215,7 +213,7 @@ def converted(document, content):
 
 
 def test_binary_and_xml_documents_of_libplist_are_read(exchange):
-    # Its XML has no sign of zero, and its years before 1000 no four digits.
+    # In its XML zero has no sign, and years before 1000 have fewer than four digits.
     documents = list(made_as_xml(300, SEED + 2, without={"negative zero"}))
     in_binary = [converted(document, exchange.libplist.in_binary(document.content)) for document in documents]
     exchange.read_by_us(in_binary)
@@ -225,8 +223,8 @@ def test_binary_and_xml_documents_of_libplist_are_read(exchange):
 
 
 def test_binary_and_xml_documents_of_gnustep_are_read_as_by_plistlib(exchange):
-    # It takes numbers of equal value for one, whatever their kinds, and writes reals of few digits and \UD83D\UDE00 for
-    # one character to XML: what it writes is not always what it had.
+    # It merges numbers of equal value whatever their kinds, and its XML has reals of few digits and \UD83D\UDE00 for
+    # one character. So what it writes is not always what it read.
     names = exchange.files([document.content for document in made_as_xml(300, SEED + 3)])
     folder = exchange.new_folder()
     assert "absent" not in read_with_gnustep(names, folder, ["binary", "xml"])
@@ -243,14 +241,14 @@ def test_binary_documents_of_every_kind_and_width_go_both_ways(exchange):
 
 @pytest.mark.parametrize("count", [1, 100, 253, 254, 255, 20_000, 65_534, 65_535, 70_000])
 def test_every_width_that_we_write_is_read_by_all(exchange, count):
-    """One, two and three bytes for references and offsets, on both sides of where they change."""
+    """One, two and three bytes for references and offsets, on both sides of each limit."""
     value = list(range(count))
     document = Document(plistlib.dumps(value, fmt=plistlib.FMT_BINARY), value)
     document.value_features |= {"references of 3 bytes"} if count > 65_534 else set()
     exchange.go_both_ways([document])
 
 
-def test_others_read_what_we_read_but_for_the_known_differences(exchange):
+def test_others_read_what_we_read_except_for_the_known_differences(exchange):
     documents = list(made_by_hand(1000, SEED + 4))
     far = Date(260_000_000_000)
     documents.append(Document(b"bplist00\x33" + bytes.fromhex(bits(far)) + b"\x08" +
@@ -263,7 +261,7 @@ def test_others_read_what_we_read_but_for_the_known_differences(exchange):
 
 
 def test_our_text_of_other_bytes_is_read_by_all(exchange):
-    """Bytes that are no text stand as noncharacters in what we write: everybody reads the document."""
+    """We write bytes that are not valid text as noncharacters, so that all programs read the document."""
     path = "/opt/caf\uFDDE\uFDE9"
     content = plistlib.dumps({"executablePath": path}, fmt=plistlib.FMT_BINARY)
     ours = Document(content, {"executablePath": "/opt/caf\udce9"})
@@ -272,7 +270,7 @@ def test_our_text_of_other_bytes_is_read_by_all(exchange):
 
 
 def as_text(value):
-    """What the old text form makes of a value: all scalars but data are texts."""
+    """A value as the old text form has it: all scalars except data are texts."""
     if isinstance(value, dict):
         return {key: as_text(item) for key, item in value.items()}
     if isinstance(value, list):
@@ -324,8 +322,8 @@ def test_octal_escapes_are_read_as_by_openstep_plist(exchange, byte):
     exchange.read_by_us([Document(document.encode(), openstep_plist.loads(document))])
 
 
-def test_json_tells_kinds_apart():
-    """The comparison itself: values that Python takes for equal, or nearly so, are not the same here."""
+def test_json_distinguishes_kinds():
+    """The comparison itself: values that Python treats as equal, or nearly equal, are different here."""
     values = [1, 1.0, True, Date(1), "1", b"1", [1], {"1": 1}, plistlib.UID(1), 0, 0.0, -0.0, False, None]
     assert len({in_json(value) for value in values}) == len(values)
     assert tagged(plistlib.UID(1)) == {"dict": {"CF$UID": 1}}

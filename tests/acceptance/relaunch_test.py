@@ -1,4 +1,4 @@
-"""The surroundings in which the new version comes up, whatever those of the installer are."""
+"""The environment that the new version comes up in, whatever the installer's own is."""
 
 import fcntl
 import os
@@ -17,7 +17,7 @@ def launched_once(scene):
     return report
 
 
-def test_it_has_a_session_of_its_own_and_the_root_as_current_folder(scene):
+def test_it_has_its_own_session_and_the_root_as_current_folder(scene):
     assert scene.install() == INSTALLED
     report = launched_once(scene)
     assert report.one("session") == report.one("group") == report.one("process")
@@ -25,7 +25,7 @@ def test_it_has_a_session_of_its_own_and_the_root_as_current_folder(scene):
 
 
 def test_its_standard_streams_lead_nowhere_and_no_other_descriptor_is_open(scene):
-    # A pipe of the test's is handed down to the installer, under low numbers and under a high one.
+    # The installer inherits a pipe from the test, under low numbers and under a high one.
     reading, writing = os.pipe()
     high = fcntl.fcntl(writing, fcntl.F_DUPFD, 200)
     try:
@@ -41,21 +41,21 @@ def test_its_standard_streams_lead_nowhere_and_no_other_descriptor_is_open(scene
 
 
 @pytest.mark.parametrize("what", ["--ignore-signal", "--block-signal"])
-def test_its_signals_are_as_new_whatever_whoever_started_the_installer_had_done_to_them(scene, what):
+def test_its_signals_have_their_defaults_whatever_the_installers_starter_did_to_them(scene, what):
     assert scene.install(wrapper=["env", what]) == INSTALLED
     report = launched_once(scene)
     for field in ("SigBlk", "SigIgn", "SigCgt", "SigPnd", "ShdPnd"):
         assert report.status(field) == NO_SIGNALS, field
 
 
-def test_its_signals_are_as_new_after_an_ordinary_start(scene):
+def test_its_signals_have_their_defaults_after_an_ordinary_start(scene):
     assert scene.install() == INSTALLED
     report = launched_once(scene)
     assert [report.status(field) for field in ("SigBlk", "SigIgn", "SigCgt")] == [NO_SIGNALS] * 3
 
 
 def test_it_keeps_the_environment(scene):
-    # Where its report goes is in the environment, so that there is a report shows it.
+    # The environment says where the report goes, so the report itself is the proof.
     assert scene.install() == INSTALLED
     assert launched_once(scene).arguments == RELAUNCH_ARGUMENTS
 
@@ -86,7 +86,7 @@ CANNOT_BE_STARTED = {
 
 
 @pytest.mark.parametrize("spoil", CANNOT_BE_STARTED.values(), ids=CANNOT_BE_STARTED)
-def test_that_it_cannot_be_started_is_told_and_changes_no_status(scene, spoil):
+def test_a_failed_start_is_logged_and_does_not_change_the_status(scene, spoil):
     spoil(scene.update.executable)
     outcome = scene.install()
     assert outcome.status == 0
@@ -95,7 +95,7 @@ def test_that_it_cannot_be_started_is_told_and_changes_no_status(scene, spoil):
     assert scene.launched() == []
 
 
-def test_an_executable_that_leads_out_of_the_bundle_is_refused(scene):
+def test_an_executable_outside_the_bundle_is_refused(scene):
     elsewhere = "../../../../Updates/Editor.app/Contents/MacOS/Editor"
     scene.update.info.write_bytes(plistlib.dumps({"CFBundleExecutable": elsewhere}))
     outcome = scene.install()

@@ -1,4 +1,4 @@
-"""tools/run_tests: what it makes of the results of the two test runners."""
+"""tools/run_tests: how it reads the results of the two test runners."""
 
 import importlib.machinery
 import importlib.util
@@ -28,7 +28,7 @@ def results(run_tests, tmp_path):
     return results
 
 
-def test_every_test_counts_with_its_outcome(results):
+def test_every_test_is_counted_with_its_outcome(results):
     assert results(
         '<testcase classname="file_test" name="a"/>'
         '<testcase classname="file_test" name="b"><failure message="Failed"/><system-out>it broke</system-out></testcase>'
@@ -38,7 +38,7 @@ def test_every_test_counts_with_its_outcome(results):
     ) == [("passed", ""), ("failed", "it broke"), ("failed", "assert 1 == 2"), ("failed", "no such fixture")]
 
 
-def test_a_test_is_named_with_its_file_but_not_twice(run_tests):
+def test_a_test_is_named_with_its_file_only_once(run_tests):
     def name(text):
         return run_tests.name(ElementTree.fromstring(text))
 
@@ -71,6 +71,6 @@ def test_progress_is_read_from_either_runner(run_tests):
     assert progress("[gw0] [  8%] FAILED tests/acceptance/a_test.py::test_c \n") == (2, 23)
 
 
-def test_a_command_tells_its_status_and_output(run_tests, capfd):
+def test_running_a_command_returns_its_status_and_output(run_tests, capfd):
     assert run_tests.run("a command", [sys.executable, "-c", "print('told'); raise SystemExit(3)"]) == (3, "told\n")
     assert "a command: " in capfd.readouterr().out

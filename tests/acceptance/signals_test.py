@@ -1,4 +1,4 @@
-"""Signals: while the installer holds nothing they end it, while it holds something they wait for its end."""
+"""Signals end an installer that holds nothing. While it holds something, they wait until it is done."""
 
 import os
 import signal
@@ -39,7 +39,7 @@ def test_it_ends_a_wait_for_the_installer_semaphore(scene, number):
     run = scene.begin(wrapper=NO_CORE)
     send(run, number)
     assert_ended_by(scene, run, number)
-    assert scene.installer_semaphore.count() == 0, "the test holds it, and nobody has given it back"
+    assert scene.installer_semaphore.count() == 0, "the test holds it, and nobody has released it"
     scene.installer_semaphore.post()
     assert scene.installer_semaphore.count() == 1
     assert scene.update_semaphore.count() is None
@@ -63,7 +63,7 @@ def test_it_ends_a_wait_for_the_target_by_an_installer_without_semaphores(scene,
 
 
 @pytest.mark.parametrize("what", ["--ignore-signal", "--block-signal"])
-def test_it_ends_an_installer_whose_starter_had_ignored_or_blocked_it(scene, what):
+def test_it_ends_an_installer_even_if_its_starter_ignored_or_blocked_it(scene, what):
     scene.installer_semaphore.create(taken=True)
     run = scene.begin(wrapper=["env", what])
     send(run, signal.SIGTERM)
@@ -89,7 +89,7 @@ def test_it_is_held_back_while_the_installer_waits_for_the_target_and_holds(scen
 
 
 @by_name(ENDING)
-def test_it_is_held_back_while_the_installer_waits_for_the_update_lock_and_holds_the_other(scene, number):
+def test_it_is_held_back_while_the_installer_waits_for_the_update_lock_with_the_other_held(scene, number):
     scene.update_semaphore.create(taken=True)
     run = scene.begin(wrapper=NO_CORE)
     scene.end_target()
@@ -110,7 +110,7 @@ def test_it_is_held_back_during_the_swap_whichever_semaphores_are_held(scene, na
     scene.end_target()
     eventually(lambda: scene.backups(), "the backup has begun")
     send(run, *ENDING)
-    # Gone from the time when the old bundle is removed until nearly all of the new one is there.
+    # It is gone from the removal of the old bundle until nearly all of the new one has been copied.
     eventually(lambda: not (scene.target.resources / "version").exists(), "the swap has begun")
     send(run, *ENDING)
     assert run.outcome() == INSTALLED
@@ -148,7 +148,7 @@ def test_an_installer_outlives_while_it_waits_for_a_semaphore(scene, number, wai
     assert run.outcome() == INSTALLED
 
 
-def test_a_suspended_installer_goes_on_where_it_was(scene):
+def test_a_suspended_installer_continues_when_it_is_resumed(scene):
     scene.installer_semaphore.create(taken=True)
     run = scene.begin()
     send(run, signal.SIGSTOP)
@@ -165,7 +165,7 @@ def test_an_installer_whose_starter_ignores_the_end_of_children_does_its_work(sc
     assert [report.version for report in scene.launched()] == ["2"]
 
 
-def test_an_installer_whose_starter_ignores_the_end_of_children_tells_of_a_failed_start(scene):
+def test_an_installer_whose_starter_ignores_the_end_of_children_logs_a_failed_start(scene):
     scene.update.executable.chmod(0o644)
     outcome = scene.install(wrapper=["env", "--ignore-signal=CHLD"])
     assert outcome.status == 0

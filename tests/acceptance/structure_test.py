@@ -1,4 +1,4 @@
-"""What may include and link what."""
+"""Which parts may include and link which."""
 
 import json
 import os
@@ -12,7 +12,7 @@ from support.compiling import compile_like
 
 SUBSYSTEMS = ["platform", "errors", "version", "semaphore", "host", "c", "updater"]
 
-# From where, what is included, and whether that compiles: downwards it does, upwards and sideways it does not.
+# The including subsystem, the header, and whether that compiles: downwards it does, upwards and sideways it does not.
 INCLUDES = [
     ("platform", "objects/NSString.h", True),
     ("platform", "NSErrorPOSIX.h", False),
@@ -48,7 +48,7 @@ INCLUDES = [
 
 @pytest.fixture(scope="session")
 def commands(build, checkout):
-    """For each subsystem, how its first source is compiled, and where."""
+    """For each subsystem, the compile command of its first source and the folder to run it in."""
     result = {}
     for entry in json.loads((build / "compile_commands.json").read_text()):
         path = Path(entry["file"])
@@ -69,15 +69,15 @@ def test_an_include_compiles_if_and_only_if_it_leads_downwards(commands, tmp_pat
         assert re.search(rf"{re.escape(header)}.*(No such file|not found)", result.stderr), result.stderr
 
 
-# The folders of platform/: each may include from itself and from those before it. Each system's folder comes last.
+# The folders of platform/: each may include from itself and from those before it. An operating system's folder is last.
 FOLDERS = ["objects", "text", "plist", "system", "files", "process"]
 
-# What only one operating system has.
+# Headers that only one operating system has.
 LINUX_ONLY = re.compile(r"<(linux/.*|sys/(xattr|syscall|eventfd|vfs|random|ioctl)\.h)>")
 
 
 def upward_includes(platform):
-    """Every include under `platform` that runs against the order, as "file:line: what"."""
+    """Every include under `platform` that goes against the order, as "file:line: include"."""
     wrong = []
     for source in sorted([*platform.glob("*/*.h"), *platform.glob("*/*.cpp")]):
         folder = source.parent.name
@@ -93,11 +93,11 @@ def upward_includes(platform):
     return wrong
 
 
-def test_inside_the_platform_every_include_runs_downwards(checkout):
+def test_inside_the_platform_every_include_leads_downwards(checkout):
     assert upward_includes(checkout / "platform") == []
 
 
-def test_an_include_that_runs_upwards_is_told_by_its_line(tmp_path):
+def test_an_upward_include_is_reported_with_its_line(tmp_path):
     for folder in [*FOLDERS, "linux", "darwin"]:
         (tmp_path / folder).mkdir()
     (tmp_path / "text/Bad.cpp").write_text('#include "objects/NSObject.h"\n\n#include "files/Folder.h"\n')
@@ -153,7 +153,7 @@ def test_no_include_climbs_out_of_its_folder(checkout):
 def test_above_the_platform_there_are_no_system_headers_and_no_conditions(checkout):
     for path in sources(checkout, "updater", "host", "semaphore", "errors", "version"):
         text = path.read_text()
-        # The headers of the language's own library are one word; those of systems have folders or endings.
+        # Headers of the standard library are a single word; system headers have folders or extensions.
         headers = re.findall(r"^[ \t]*#[ \t]*include[ \t]*<([^>]*)>", text, re.MULTILINE)
         assert [header for header in headers if not re.fullmatch(r"[a-z_]+", header)] == [], path
         assert not re.search(r"^[ \t]*#[ \t]*(if|ifdef|ifndef|elif|else)\b", text, re.MULTILINE), path

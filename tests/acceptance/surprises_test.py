@@ -1,4 +1,4 @@
-"""What the documents warn of: mistakes whose consequences nothing prevents."""
+"""What the documents warn of: mistakes that the installer does not prevent."""
 
 import shutil
 import time
@@ -13,7 +13,7 @@ def test_a_folder_above_the_targets_own_as_update_folder_may_install_a_backup(sc
     shutil.rmtree(scene.update.path)
     scene.make_bundle(scene.updates / "Newer.app", "3")
     backup = scene.make_bundle(scene.applications / ".Editor.app-0123456789abcdef", "0").tree()
-    # "Applications" comes before "Updates", and the hidden backup in it before everything else.
+    # "Applications" comes before "Updates", and the hidden backup in it comes before everything else.
     assert scene.install(updatePath=scene.folder) == INSTALLED
     assert scene.target.tree() == backup
 

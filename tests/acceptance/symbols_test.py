@@ -11,7 +11,7 @@ def sections(path):
     return set(re.findall(r"\] (\.\S+)", listed.stdout))
 
 
-def test_the_symbols_are_in_a_file_beside_the_executable_that_debuggers_find(installer, build, sanitizers):
+def test_debuggers_find_the_symbols_in_a_file_beside_the_executable(installer, build, sanitizers):
     if sanitizers or "CMAKE_BUILD_TYPE:STRING=RelWithDebInfo" not in (build / "CMakeCache.txt").read_text():
         pytest.skip("only a release build takes the symbols out of the executable")
     assert ".debug_info" not in sections(installer)

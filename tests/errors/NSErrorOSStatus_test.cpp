@@ -4,9 +4,8 @@
 
 #include <limits>
 
-#include "system/System.h"
-#include "system/System.h"
 #include "support/Memory.h"
+#include "system/System.h"
 
 namespace zk {
 namespace {
@@ -42,7 +41,7 @@ TEST(NSErrorOSStatus, AnUnknownStatusHasAnEmptyDictionary) {
   EXPECT_EQ(error->userInfo()->count(), 0U);
 }
 
-TEST(NSErrorOSStatus, HoldsTheVeryObjectsThatWerePassed) {
+TEST(NSErrorOSStatus, HoldsTheObjectsThatWerePassed) {
   const Ref<NSString> reason = "a reason"_ns;
   const Ref<NSString> path = "/a/path"_ns;
   const Ref<NSURL> url = NSURL::fileURLWithPath("/another/path"_ns);
@@ -87,7 +86,7 @@ TEST(NSErrorOSStatus, WithoutMemoryForTheDictionaryThereIsNoError) {
   const Ref<NSString> reason = "a reason"_ns;
   const Ref<NSError> error = errorWithOSStatus(kUnknown, reason);
   ASSERT_TRUE(error);
-  // An unknown status has no description: the first allocation is the dictionary's, the second that of its room.
+  // An unknown status has no description: the first allocation is for the dictionary, the second for its room.
   for (const std::size_t succeeding : {0U, 1U}) {
     const test::FailingAllocation failing(succeeding);
     const Ref<NSError> none = errorWithOSStatus(kUnknown, reason);

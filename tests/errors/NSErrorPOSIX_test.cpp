@@ -35,7 +35,7 @@ TEST(NSErrorPOSIX, EveryRowOfTheTableDescribesItsCode) {
   }
 }
 
-TEST(NSErrorPOSIX, AnAbandonedWaitIsDescribedAlone) {
+TEST(NSErrorPOSIX, AnAbandonedWaitHasOnlyADescription) {
   const Ref<NSError> error = errorWithPOSIXCode(89, kNoText);
   EXPECT_EQ(error->domain()->bytes(), "NSPOSIXErrorDomain");
   EXPECT_EQ(error->code(), 89);
@@ -51,7 +51,7 @@ TEST(NSErrorPOSIX, ABusySemaphoreHasADescriptionAndAReason) {
   EXPECT_EQ(text(error, NSLocalizedFailureReasonErrorKey), "The semaphore is already locked.");
 }
 
-TEST(NSErrorPOSIX, AMissingFileIsDescribedAlone) {
+TEST(NSErrorPOSIX, AMissingFileHasOnlyADescription) {
   const Ref<NSError> error = errorWithPOSIXCode(2, kNoText);
   EXPECT_EQ(error->userInfo()->count(), 1U);
   EXPECT_EQ(text(error, NSLocalizedDescriptionKey), "No such file or directory");
@@ -74,7 +74,7 @@ TEST(NSErrorPOSIX, TheLastRowHasNoDescription) {
   EXPECT_EQ(text(error, NSLocalizedFailureReasonErrorKey), "a reason");
 }
 
-TEST(NSErrorPOSIX, ALeadingSpaceOfADescriptionReachesTheError) {
+TEST(NSErrorPOSIX, ALeadingSpaceInADescriptionIsKept) {
   EXPECT_EQ(text(errorWithPOSIXCode(41, kNoText), NSLocalizedDescriptionKey), " Protocol wrong type for socket");
 }
 
@@ -83,14 +83,14 @@ TEST(NSErrorPOSIX, TwoCodesAreReserved) {
   EXPECT_EQ(text(errorWithPOSIXCode(97, kNoText), NSLocalizedDescriptionKey), "Reserved");
 }
 
-TEST(NSErrorPOSIX, TheLookUpTakesTheLowBitsOfACodeThatIsKeptWhole) {
+TEST(NSErrorPOSIX, TheLookUpUsesTheLow32BitsAndTheErrorKeepsTheWholeCode) {
   const long wide = (1L << 32) + 2;
   const Ref<NSError> error = errorWithPOSIXCode(wide, kNoText);
   EXPECT_EQ(error->code(), wide);
   EXPECT_EQ(text(error, NSLocalizedDescriptionKey), "No such file or directory");
 }
 
-TEST(NSErrorPOSIX, HoldsTheVeryObjectsThatWerePassed) {
+TEST(NSErrorPOSIX, HoldsTheObjectsThatWerePassed) {
   const Ref<NSString> reason = "a reason"_ns;
   const Ref<NSString> path = "/a/path"_ns;
   const Ref<NSURL> url = NSURL::fileURLWithPath("/another/path"_ns);
@@ -148,7 +148,7 @@ TEST(NSErrorPOSIX, EachCallMakesAFreshError) {
 }
 
 TEST(NSErrorPOSIX, WithoutMemoryForTheDictionaryThereIsNoError) {
-  // Code 0 has the empty text for its description: one allocation, then that of the dictionary and that of its room.
+  // Code 0 has an empty description, which takes one allocation. The dictionary and its room take one each.
   for (const std::size_t succeeding : {1U, 2U}) {
     const Ref<NSString> reason = "a reason"_ns;
     Ref<NSError> error = errorWithPOSIXCode(0, reason);

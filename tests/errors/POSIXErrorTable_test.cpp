@@ -18,7 +18,7 @@ TEST(POSIXErrorTable, HoldsEveryRowToTheLastSpace) {
   }
 }
 
-TEST(POSIXErrorTable, RowsThatLookUntidyAreMeantSo) {
+TEST(POSIXErrorTable, RowsThatLookUntidyAreIntended) {
   EXPECT_STREQ(ZKPOSIXErrorDescription(105), "");
   EXPECT_STREQ(ZKPOSIXErrorDescription(95), "Reserved");
   EXPECT_STREQ(ZKPOSIXErrorDescription(97), "Reserved");
@@ -37,7 +37,7 @@ TEST(POSIXErrorTable, NamesItsFirstAndLastRow) {
   EXPECT_STREQ(ZKPOSIXErrorName(105), "EOWNERDEAD");
 }
 
-TEST(POSIXErrorTable, AnswersOneSharedEmptyTextOutsideItsRows) {
+TEST(POSIXErrorTable, GivesOneSharedEmptyTextOutsideItsRows) {
   const char* const empty = ZKPOSIXErrorName(0);
   EXPECT_STREQ(empty, "");
   for (const std::int32_t number :

@@ -6,7 +6,7 @@
 
 namespace zk::fuzz {
 
-/// Ends a fuzz target where something that has to hold does not.
+/// Ends a fuzz target if something that must hold does not.
 inline void require(bool holds) {
   if (!holds) std::abort();
 }

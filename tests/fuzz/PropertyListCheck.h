@@ -6,8 +6,8 @@
 
 namespace zk::fuzz {
 
-/// What was read can be written, and what was written reads as the same: written again it gives the same bytes. (To
-/// compare the objects themselves would go over shared ones again and again.)
+/// What was read can be written, and what was written reads as the same: written again, it gives the same bytes.
+/// (Comparing the objects themselves would go through shared ones again and again.)
 inline void requireWritable(const Ref<NSObject>& propertyList) {
   if (!propertyList) return;
   const auto written = writeBinaryPropertyList(propertyList);

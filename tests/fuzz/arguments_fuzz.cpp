@@ -7,8 +7,8 @@
 
 #include "fuzz/Fuzzing.h"
 #include "process/NSUserDefaults.h"
-#include "system/System.h"
 #include "support/ForwardingSystem.h"
+#include "system/System.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ bool isKey(const std::string& argument) {
   return argument[1] < '0' || argument[1] > '9';
 }
 
-/// All settings, gathered from the last argument to the first: what is found first stays.
+/// All settings, collected from the last argument to the first: what is found first stays.
 std::map<std::string, std::string> settingsIn(const std::vector<std::string>& arguments) {
   std::map<std::string, std::string> settings;
   for (std::size_t index = arguments.size(); --index > 0;) {

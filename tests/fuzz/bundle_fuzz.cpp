@@ -1,4 +1,4 @@
-// The input is the Info.plist of a bundle, its first byte the bundle's layout.
+// The input's first byte chooses a bundle's layout, the rest is the bundle's Info.plist.
 
 #include <unistd.h>
 
@@ -20,7 +20,7 @@ using zk::fuzz::require;
 
 constexpr const char* kInfoPaths[] = {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"};
 
-/// A bundle of this process's own, in memory where that is possible.
+/// A bundle of this process alone, in memory if possible.
 class Bundle {
  public:
   Bundle() {
@@ -49,7 +49,7 @@ class Bundle {
   fs::path path_;
 };
 
-/// Whether the system, too, takes the path for one inside the folder.
+/// Whether the path is inside the folder, found out in another way.
 bool isInside(const std::string& path, const fs::path& folder) {
   const fs::path plain = fs::path(path).lexically_normal();
   const auto [folderEnd, pathEnd] = std::mismatch(folder.begin(), folder.end(), plain.begin(), plain.end());

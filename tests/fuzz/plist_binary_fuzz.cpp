@@ -1,4 +1,4 @@
-// Any bytes after the header as a property list in the binary form.
+// Any bytes, read as a property list in the binary form.
 
 #include "fuzz/PropertyListCheck.h"
 

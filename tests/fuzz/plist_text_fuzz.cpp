@@ -1,5 +1,5 @@
-// Any bytes that are not told to be XML or the binary form, in UTF-8 or UTF-16 with its mark, as a property list in the
-// old text form.
+// Any bytes, read as a property list in the form that they show: mostly the old text form, in UTF-8 or in UTF-16 with
+// its byte-order mark.
 
 #include "fuzz/PropertyListCheck.h"
 #include "plist/NSPropertyListSerialization.h"

@@ -1,5 +1,5 @@
-// The input is a programme that builds a property list on a stack: scalars of any value, containers of what is on top,
-// and objects that several containers share. It is written, read back and compared value by value.
+// The input is a program that builds a property list on a stack: scalars of any value, and containers of objects on the
+// stack, which several containers may share. It is written, read back and compared value by value.
 
 #include <algorithm>
 #include <bit>
@@ -98,7 +98,7 @@ bool isSameEntry(const NSDictionary::Entry& left, const NSDictionary::Entry& rig
   return left.key->bytes() == right.key->bytes() && isSame(left.object, right.object);
 }
 
-/// Equality that tells the kinds of numbers apart and takes not-a-number for equal to itself.
+/// Equality that distinguishes the kinds of numbers and treats not-a-number as equal to itself.
 bool isSame(const Ref<NSObject>& left, const Ref<NSObject>& right) {
   if (const auto number = asNumber(left)) return asNumber(right) && isSameNumber(*number, *asNumber(right));
   if (const auto date = asDate(left)) {

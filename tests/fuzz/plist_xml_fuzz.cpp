@@ -1,4 +1,4 @@
-// Any UTF-8 as a property list in the XML form.
+// Any UTF-8, read as a property list in the XML form.
 
 #include "fuzz/PropertyListCheck.h"
 #include "plist/TextEncoding.h"

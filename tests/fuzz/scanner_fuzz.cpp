@@ -15,7 +15,7 @@ namespace {
 using namespace zk;
 using fuzz::require;
 
-/// An optional sign and digits, all of them.
+/// Whether the whole text is an optional sign and digits.
 bool isInteger(const std::string& text) {
   const auto digits = text.begin() + (text.starts_with('-') || text.starts_with('+') ? 1 : 0);
   return digits != text.end() && std::all_of(digits, text.end(), isDigit);

@@ -1,4 +1,4 @@
-// Any bytes as a version's text: reading stays inside them, gives no invalid version, and what it gives reads back.
+// Any bytes, read as a version: reading stays inside them, gives no invalid version, and what it gives reads back.
 
 #include "ZKVersion.h"
 #include "fuzz/Fuzzing.h"

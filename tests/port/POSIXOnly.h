@@ -1,5 +1,5 @@
-// Read before every source of the build that must not know more than POSIX of 2008. With that alone declared, this C++
-// library lacks three functions of the system that its own headers name.
+// Included before every source of the build that must know only POSIX of 2008. With only that declared, the headers of
+// this C++ library lack three functions of the system that they use.
 #pragma once
 
 #include <pthread.h>

@@ -57,7 +57,7 @@ void writeToSystemLog(const std::string& /*program*/, const std::string& /*messa
 int flagsToSearch() { return 0; }
 timespec accessTime(const struct stat& /*status*/) { return {}; }
 timespec modificationTime(const struct stat& /*status*/) { return {}; }
-mode_t typeOf(const struct dirent& /*entry*/) { return 0; }
+SystemError readEntries(int /*folder*/, std::vector<Entry>& /*entries*/) { return SystemError(ENOSYS); }
 SystemError copyContents(int /*source*/, const struct stat& /*status*/, Item /*copy*/, mode_t /*mode*/,
                          CopyMeans& /*means*/, FileDescriptor& /*made*/) {
   return SystemError(ENOSYS);

@@ -1,16 +1,34 @@
 // A program for the tests of the failure reasons' translations: prints one reason of each table, in the language of its
-// own main bundle.
+// own main bundle. It fails when a look-up has changed errno, which a caller reads again afterwards.
 
+#include <cerrno>
 #include <cstdio>
 
 #include "ZKPOSIXSemaphore.h"
 #include "system/ErrorNumbers.h"
 
+namespace {
+
+/// A number that no look-up of a file leaves behind.
+constexpr int kNumber = EDEADLK;
+
+template <class LookUp>
+bool print(const LookUp& lookUp) {
+  errno = kNumber;
+  const auto reason = lookUp();
+  const bool isKept = errno == kNumber;
+  std::puts(reason->UTF8String());
+  return isKept;
+}
+
+}  // namespace
+
 int main() {
   using zk::ZKPOSIXSemaphore;
-  std::puts(ZKPOSIXSemaphore::semaphoreOpenErrorReason(zk::ZKENOENT, false)->UTF8String());
-  std::puts(ZKPOSIXSemaphore::semaphoreWaitErrorReason(zk::ZKEAGAIN)->UTF8String());
-  std::puts(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(zk::ZKEACCES)->UTF8String());
-  std::puts(ZKPOSIXSemaphore::semaphoreWaitErrorReason(zk::ZKEINVAL)->UTF8String());
-  return 0;
+  // The first look-up finds the main bundle and its translations.
+  const bool isKept = print([] { return ZKPOSIXSemaphore::semaphoreOpenErrorReason(zk::ZKENOENT, false); }) &&
+                      print([] { return ZKPOSIXSemaphore::semaphoreWaitErrorReason(zk::ZKEAGAIN); }) &&
+                      print([] { return ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(zk::ZKEACCES); }) &&
+                      print([] { return ZKPOSIXSemaphore::semaphoreWaitErrorReason(zk::ZKEINVAL); });
+  return isKept ? 0 : 1;
 }

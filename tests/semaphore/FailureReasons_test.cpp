@@ -20,7 +20,7 @@ void expectText(const Ref<NSString>& actual, const char* expected, long number) 
   }
 }
 
-TEST(FailureReasons, OfOpeningDependOnWhetherCreationWasAskedFor) {
+TEST(FailureReasons, DependOnTheCreateFlagForOpening) {
   struct Row {
     long number;
     const char* withCreate;
@@ -46,14 +46,14 @@ TEST(FailureReasons, OfOpeningDependOnWhetherCreationWasAskedFor) {
   }
 }
 
-TEST(FailureReasons, OfWaiting) {
+TEST(FailureReasons, AreKnownForWaiting) {
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(4), "The call was interrupted by a signal.", 4);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(11), "A deadlock was detected.", 11);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(22), "Not a valid semaphore descriptor.", 22);
   expectText(ZKPOSIXSemaphore::semaphoreWaitErrorReason(35), "The semaphore is already locked.", 35);
 }
 
-TEST(FailureReasons, OfUnlinking) {
+TEST(FailureReasons, AreKnownForUnlinking) {
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(2), "The named semaphore does not exist.", 2);
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(13), "Permission is denied to remove the semaphore.", 13);
   expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(63), "Name exceeded SEM_NAME_LEN characters.", 63);
@@ -75,32 +75,53 @@ TEST(FailureReasons, AreAbsentForEveryOtherNumber) {
       expectText(ZKPOSIXSemaphore::semaphoreUnlinkErrorReason(number), kAbsent, number);
     }
   }
-  // A number that only looks like one of the table's when it is cut to fewer bits.
+  // A number that matches the table only if it is cut to fewer bits.
   const long wide = (1L << 32) + 2;
   expectText(ZKPOSIXSemaphore::semaphoreOpenErrorReason(wide, false), kAbsent, wide);
 }
 
-TEST(FailureReasons, AreInTheLanguageOfTheMainBundlesTranslations) {
-  const test::TemporaryFolder folder;
-  test::writeFile(folder / "X.app/Contents/Info.plist", "{}");
+/// The program that prints a reason of each table, in a bundle of its own.
+class FailureReasonsInABundle : public testing::Test {
+ protected:
+  FailureReasonsInABundle() {
+    test::writeFile(folder / "X.app/Contents/Info.plist", "{}");
+    std::filesystem::create_directories(program.parent_path());
+    std::filesystem::copy_file(ZK_FAILURE_REASONS_PROGRAM, program);
+  }
+
+  /// What the program prints in a surrounding with these language settings. It has to succeed.
+  std::string printed(const std::string& settings) const {
+    const std::string command =
+        "env -u LANGUAGE -u LC_ALL -u LC_MESSAGES -u LANG " + settings + " '" + program.string() + "'";
+    FILE* output = ::popen(command.c_str(), "r");
+    if (output == nullptr) return "(not started)";
+    std::string text;
+    for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
+    EXPECT_EQ(::pclose(output), 0) << "a look-up has changed errno: " << settings;
+    return text;
+  }
+
+  test::TemporaryFolder folder;
+  const std::filesystem::path program = folder / "X.app/Contents/MacOS/program";
+};
+
+TEST_F(FailureReasonsInABundle, AreInTheLanguageOfItsTranslations) {
   test::writeFile(
       folder / "X.app/Contents/Resources/de.lproj/Localizable.strings",
       "\"Named semaphore does not exist.\" = \"Die Semaphore gibt es nicht.\";\n"
       "\"The semaphore is already locked.\" = \"Die Semaphore ist vergeben.\";\n"
       "\"Permission is denied to remove the semaphore.\" = \"Die Semaphore darf nicht entfernt werden.\";\n");
-  const std::filesystem::path program = folder / "X.app/Contents/MacOS/program";
-  std::filesystem::create_directories(program.parent_path());
-  std::filesystem::copy_file(ZK_FAILURE_REASONS_PROGRAM, program);
-
-  const std::string command = "env -u LANGUAGE -u LC_ALL -u LC_MESSAGES LANG=de_AT.UTF-8 '" + program.string() + "'";
-  FILE* output = ::popen(command.c_str(), "r");
-  ASSERT_NE(output, nullptr);
-  std::string text;
-  for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
-  EXPECT_EQ(::pclose(output), 0);
-  EXPECT_EQ(text,
+  EXPECT_EQ(printed("LANG=de_AT.UTF-8"),
             "Die Semaphore gibt es nicht.\nDie Semaphore ist vergeben.\nDie Semaphore darf nicht entfernt werden.\n"
             "Not a valid semaphore descriptor.\n");
+}
+
+TEST_F(FailureReasonsInABundle, AreInEnglishWithoutTranslations) {
+  for (const char* settings : {"", "LANG=de_AT.UTF-8", "LANGUAGE=fr:it"}) {
+    EXPECT_EQ(printed(settings),
+              "Named semaphore does not exist.\nThe semaphore is already locked.\n"
+              "Permission is denied to remove the semaphore.\nNot a valid semaphore descriptor.\n");
+  }
 }
 
 }  // namespace

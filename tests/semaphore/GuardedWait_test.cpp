@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/inotify.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
 #include "support/TemporaryFolder.h"
+#include "system/FileDescriptor.h"
 
 namespace zk {
 namespace {
@@ -24,7 +26,7 @@ using test::ForwardingSystem;
 using test::SemaphoreName;
 using test::TemporaryFolder;
 
-/// Real semaphores; counts the tries, notes the sleeps instead of making them, and can act at each sleep.
+/// Uses real semaphores, counts the tries, records sleeps instead of making them, and can act at each sleep.
 class WatchingSystem : public ForwardingSystem {
  public:
   static constexpr int kMostTries = 10'000;
@@ -78,6 +80,30 @@ class WatchingSystem : public ForwardingSystem {
   std::function<void()> atSleep;
 };
 
+/// Knows no process at all.
+class NobodySystem : public WatchingSystem {
+ public:
+  OSStatusCode GetProcessForPID(std::int32_t, ProcessSerialNumber&) override { return procNotFound; }
+};
+
+/// Counts how often a file is opened.
+class OpenCounter {
+ public:
+  explicit OpenCounter(const std::filesystem::path& path) {
+    EXPECT_NE(::inotify_add_watch(events_.get(), path.c_str(), IN_OPEN | IN_CLOSE), -1);
+  }
+  int count() const {
+    int opens = 0;
+    // Opening and closing take turns: two events that are alike and come in a row would be reported as one.
+    inotify_event event;
+    while (::read(events_.get(), &event, sizeof event) == sizeof event) opens += (event.mask & IN_OPEN) != 0;
+    return opens;
+  }
+
+ private:
+  const FileDescriptor events_{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
+};
+
 class GuardedWait : public testing::Test {
  protected:
   void take() {
@@ -124,13 +150,13 @@ TEST_F(GuardedWait, TakesAFreeSemaphoreAtTheFirstTryAndLeavesTheCallersRecord) {
   EXPECT_TRUE(areEqual(semaphore->processInfoAtURL(folder.url()), ZKPOSIXSemaphore::currentProcessInfo()));
 }
 
-TEST_F(GuardedWait, TakesAFreeSemaphoreBesideAGarbageRecordAndReplacesIt) {
+TEST_F(GuardedWait, TakesAFreeSemaphoreAndReplacesAGarbageRecord) {
   leaveText("garbage {{{");
   EXPECT_TRUE(waitGuarded(1000));
   EXPECT_TRUE(areEqual(semaphore->processInfoAtURL(folder.url()), ZKPOSIXSemaphore::currentProcessInfo()));
 }
 
-TEST_F(GuardedWait, SucceedsWithoutARecordWhenThatCannotBeWritten) {
+TEST_F(GuardedWait, SucceedsEvenIfItsRecordCannotBeWritten) {
   EXPECT_TRUE(semaphore->waitWithProcessInfo(folder.url("missing"), 0, 0.1, &error));
   EXPECT_EQ(name.count(), 0);
 }
@@ -165,7 +191,7 @@ TEST_F(GuardedWait, GivesUpOnALivingHolderAfterAThousandPausesAndOneMoreTry) {
   EXPECT_TRUE(isRecordThere());
 }
 
-TEST_F(GuardedWait, TakesOverAHolderWithoutARecordAtTheThousandAndFirstTry) {
+TEST_F(GuardedWait, TakesOverFromAHolderWithoutARecordAtTheThousandAndFirstTry) {
   take();
   EXPECT_TRUE(waitGuarded(1000));
   EXPECT_EQ(system.sleeps.size(), 1000U);
@@ -182,21 +208,21 @@ TEST_F(GuardedWait, WithNoAttemptsFailsAtOnceOnALivingHolder) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isBusyError(error));
 }
 
-TEST_F(GuardedWait, WithNoAttemptsTakesOverAHolderWithoutARecord) {
+TEST_F(GuardedWait, WithNoAttemptsTakesOverFromAHolderWithoutARecord) {
   take();
   EXPECT_TRUE(waitGuarded(0));
   EXPECT_TRUE(system.sleeps.empty());
   EXPECT_EQ(system.unlinks, 1);
 }
 
-TEST_F(GuardedWait, WithNoAttemptsTakesOverAHolderThatHasExited) {
+TEST_F(GuardedWait, WithNoAttemptsTakesOverFromAHolderThatHasExited) {
   take();
   leaveDeadRecord();
   EXPECT_TRUE(waitGuarded(0));
   EXPECT_EQ(system.unlinks, 1);
 }
 
-TEST_F(GuardedWait, TakesOverAHolderThatHasExitedAtTheFirstBusyTryThoughPausesAreLeft) {
+TEST_F(GuardedWait, TakesOverFromAHolderThatHasExitedAtTheFirstBusyTry) {
   take();
   leaveDeadRecord();
   EXPECT_TRUE(waitGuarded(1000));
@@ -261,7 +287,7 @@ TEST_F(GuardedWait, ATakeOverMakesANewSemaphoreUnderTheNameAndLeavesTheCallersRe
 TEST_F(GuardedWait, ATakeOverRemovesTheNameThenTheRecordAndThenMakesTheNewSemaphore) {
   take();
   leaveDeadRecord();
-  // Later, a record that is there may be the next holder's.
+  // Any later, a record may be the next holder's.
   bool wasNameThere = true;
   bool wasRecordThere = true;
   system.beforeOpen = [&] {
@@ -296,7 +322,7 @@ TEST_F(GuardedWait, ATakeOverThatCannotOpenFailsWithTheOpenErrorAndLeavesTheObje
 
 TEST_F(GuardedWait, ASemaphoreTakenByOthersRightAfterATakeOverIsTakenOverAgainWithoutAPause) {
   take();
-  // Before its second and its third try somebody else takes the fresh semaphore and leaves no record.
+  // Before its second and its third try somebody else takes the new semaphore and leaves no record.
   system.beforeTry = [this] {
     if (system.tries != 2 && system.tries != 3) return;
     sem_t* fresh = ::sem_open(name.bytes().c_str(), 0);
@@ -309,10 +335,10 @@ TEST_F(GuardedWait, ASemaphoreTakenByOthersRightAfterATakeOverIsTakenOverAgainWi
   EXPECT_TRUE(system.sleeps.empty());
 }
 
-TEST_F(GuardedWait, ATakeOverLeavesTheNumberOfPausesAsItWas) {
+TEST_F(GuardedWait, ATakeOverDoesNotChangeTheNumberOfPauses) {
   take();
-  // The pauses are used up when the first holder is taken over from; before the next try somebody else takes the fresh
-  // semaphore, who leaves no record either.
+  // The pauses are used up when it takes over from the first holder. Before the next try somebody else takes the new
+  // semaphore and leaves no record either.
   system.beforeTry = [this] {
     if (system.tries != 4) return;
     sem_t* fresh = ::sem_open(name.bytes().c_str(), 0);
@@ -328,7 +354,7 @@ TEST_F(GuardedWait, ATakeOverLeavesTheNumberOfPausesAsItWas) {
 TEST_F(GuardedWait, ATakeOverWithPausesLeftGoesOnPausingAfterwards) {
   take();
   leaveDeadRecord();
-  // A living process takes the fresh semaphore first, and gives it back at the second pause.
+  // A living process takes the new semaphore first, and gives it back at the second pause.
   Ref<ZKPOSIXSemaphore> other;
   system.beforeTry = [&] {
     if (system.tries != 2) return;
@@ -351,13 +377,13 @@ TEST_F(GuardedWait, AFailureOtherThanBusyEndsTheWaitWithThatFailure) {
   EXPECT_TRUE(system.sleeps.empty());
 }
 
-TEST_F(GuardedWait, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
+TEST_F(GuardedWait, AFailureWithoutAPlaceForItsErrorJustReturnsFalse) {
   take();
   leaveLiveRecord();
   EXPECT_FALSE(semaphore->waitWithProcessInfo(folder.url(), 0, 0.1));
 }
 
-TEST_F(GuardedWait, WithoutADirectoryIsAPollingWaitThatTakesOverOnceItsPausesAreUsedUp) {
+TEST_F(GuardedWait, WithoutADirectoryPollsAndTakesOverOnceItsPausesAreUsedUp) {
   take();
   leaveLiveRecord();
   EXPECT_TRUE(semaphore->waitWithProcessInfo(nullptr, 4, 0.1, &error));
@@ -366,23 +392,27 @@ TEST_F(GuardedWait, WithoutADirectoryIsAPollingWaitThatTakesOverOnceItsPausesAre
   EXPECT_TRUE(isRecordThere()) << "no record is deleted or written";
 }
 
-TEST_F(GuardedWait, KeepsWaitingBesideAFileThatIsNoRecord) {
+TEST_F(GuardedWait, KeepsWaitingIfTheFileIsNotARecord) {
+  // Where no process exists, each of them would be taken for the record of one that is gone.
+  NobodySystem nobody;
+  const System::Scope inner(nobody);
   take();
   for (const char* text :
        {"", "garbage {{{", "(1, 2)", "{pid = text;}", "<plist><dict><key>pid</key><real>1</real></dict></plist>",
-        "<plist><dict><key>pid</key><true/></dict></plist>"}) {
+        "<plist><dict><key>pid</key><real>1.5</real></dict></plist>",
+        "<plist><dict><key>pid</key><true/></dict></plist>", "<plist><dict><key>pid</key><false/></dict></plist>"}) {
     leaveText(text);
-    system.sleeps.clear();
-    system.atSleep = [this] {
-      if (system.sleeps.size() == 2) holder->post();
+    nobody.sleeps.clear();
+    nobody.atSleep = [&] {
+      if (nobody.sleeps.size() == 2) holder->post();
     };
     EXPECT_TRUE(waitGuarded(1000)) << text;
-    EXPECT_EQ(system.sleeps.size(), 2U) << text;
+    EXPECT_EQ(nobody.sleeps.size(), 2U) << text;
   }
-  EXPECT_EQ(system.unlinks, 0);
+  EXPECT_EQ(nobody.unlinks, 0);
 }
 
-TEST_F(GuardedWait, TakesOverBesideADictionaryWithoutAPid) {
+TEST_F(GuardedWait, TakesOverIfTheRecordHasNoPid) {
   take();
   leaveText("{bundleId = \"com.example\";}");
   EXPECT_TRUE(waitGuarded(1000));
@@ -390,7 +420,7 @@ TEST_F(GuardedWait, TakesOverBesideADictionaryWithoutAPid) {
   EXPECT_EQ(system.unlinks, 1);
 }
 
-TEST_F(GuardedWait, ReadsTheRecordOnceForEachBusyTry) {
+TEST_F(GuardedWait, ReadsTheRecordAndLooksItsProcessUpOnceForEachBusyTry) {
   class CountingLookUps : public WatchingSystem {
    public:
     OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override {
@@ -402,7 +432,9 @@ TEST_F(GuardedWait, ReadsTheRecordOnceForEachBusyTry) {
   const System::Scope inner(counting);
   take();
   leaveLiveRecord();
+  const OpenCounter reads(recordPath());
   EXPECT_FALSE(waitGuarded(5));
+  EXPECT_EQ(reads.count(), 6);
   EXPECT_EQ(counting.lookUps, 6);
 }
 
@@ -426,13 +458,13 @@ TEST_F(GuardedWait, PostingDeletesTheRecordAndThenGivesTheSemaphoreBack) {
   EXPECT_EQ(name.count(), 1);
 }
 
-TEST_F(GuardedWait, PostingWithoutARecordGivesTheSemaphoreBackAndIsFalse) {
+TEST_F(GuardedWait, PostingWithoutARecordGivesTheSemaphoreBackAndReturnsFalse) {
   take();
   EXPECT_FALSE(semaphore->postWithProcessInfo(folder.url()));
   EXPECT_EQ(name.count(), 1);
 }
 
-TEST_F(GuardedWait, PostingGivesTheSemaphoreBackThoughThereIsNoMemoryToRemoveTheRecord) {
+TEST_F(GuardedWait, PostingGivesTheSemaphoreBackEvenWithoutMemoryToRemoveTheRecord) {
   ASSERT_TRUE(waitGuarded(0));
   const Ref<NSURL> directory = folder.url();
   bool isPosted;
@@ -446,7 +478,7 @@ TEST_F(GuardedWait, PostingGivesTheSemaphoreBackThoughThereIsNoMemoryToRemoveThe
   EXPECT_EQ(name.count(), 1);
 }
 
-TEST_F(GuardedWait, APostThatFailsIsFalseThoughTheRecordWasDeleted) {
+TEST_F(GuardedWait, AFailedPostReturnsFalseEvenIfTheRecordWasDeleted) {
   leaveLiveRecord();
   const auto closed = ZKPOSIXSemaphore::init();
   closed->openWithName(name.text(), ZKO_CREAT | ZKO_EXCL, 0666, 1);

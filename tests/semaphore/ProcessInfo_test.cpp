@@ -73,7 +73,7 @@ class ProcessInfo : public testing::Test {
   System::Scope scope{system};
 };
 
-TEST_F(ProcessInfo, OfAProcessThatDoesNotExistIsAbsent) {
+TEST_F(ProcessInfo, IsAbsentForAProcessThatDoesNotExist) {
   EXPECT_EQ(ZKPOSIXSemaphore::processInfoForPID(kSomePid + 1), nullptr);
 }
 
@@ -88,7 +88,7 @@ TEST_F(ProcessInfo, HoldsAllThatIsKnown) {
   EXPECT_EQ(asDate(record->objectForKey("creationDate"_ns))->timeIntervalSinceReferenceDate(), 4294967295.0);
 }
 
-TEST_F(ProcessInfo, HoldsThePidAloneWhenTheLookUpFailsForAnotherReason) {
+TEST_F(ProcessInfo, HoldsOnlyThePidIfTheLookUpItselfFails) {
   system.existence = -50;
   const Ref<NSDictionary> record = freshRecord();
   ASSERT_NE(record, nullptr);
@@ -111,7 +111,7 @@ TEST_F(ProcessInfo, LeavesOutWhatTheInformationDoesNotHold) {
   EXPECT_NE(freshRecord()->objectForKey("bundleId"_ns), nullptr);
 }
 
-TEST_F(ProcessInfo, LeavesOutTheDateWhenTheLaunchIsNotKnown) {
+TEST_F(ProcessInfo, LeavesOutTheDateIfTheLaunchIsUnknown) {
   system.launchStatus = -50;
   EXPECT_EQ(freshRecord()->objectForKey("creationDate"_ns), nullptr);
   EXPECT_EQ(freshRecord()->count(), 3U);
@@ -131,7 +131,7 @@ TEST_F(ProcessInfo, IsAbsentWhenThereIsNoMemoryForTheRecord) {
   EXPECT_TRUE(failing.hasFailed());
 }
 
-TEST_F(ProcessInfo, OfTheCallerIsMadeForItsOwnId) {
+TEST_F(ProcessInfo, IsMadeForTheCallersOwnId) {
   EXPECT_TRUE(areEqual(ZKPOSIXSemaphore::currentProcessInfo(), freshRecord()));
 }
 
@@ -147,22 +147,22 @@ TEST_F(ProcessInfo, IsNotValidWhenTheProcessIsGone) {
   EXPECT_FALSE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("pid"_ns, NSNumber::numberWithInt(kSomePid + 1))));
 }
 
-TEST_F(ProcessInfo, WithOnlyThePidIsValidWhileAProcessWithThatIdRuns) {
+TEST_F(ProcessInfo, IsValidWithOnlyThePidWhileAProcessWithThatIdRuns) {
   const Ref<NSDictionary> record = NSDictionary::dictionaryWithEntries({{"pid"_ns, NSNumber::numberWithInt(kSomePid)}});
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 
-TEST_F(ProcessInfo, IsValidForAsLongAsTheProcessManagerKnowsNoMoreThanThePid) {
+TEST_F(ProcessInfo, IsValidIfTheProcessManagerKnowsOnlyThePid) {
   const Ref<NSDictionary> record = freshRecord();
   system.existence = -50;
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 
-TEST_F(ProcessInfo, WithAnotherExecutablePathIsNotValid) {
+TEST_F(ProcessInfo, IsNotValidWithAnotherExecutablePath) {
   EXPECT_FALSE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("executablePath"_ns, "/B"_ns)));
 }
 
-TEST_F(ProcessInfo, WithAnEmptyOrAbsentExecutablePathIsComparedOnTheOtherKeysOnly) {
+TEST_F(ProcessInfo, IsValidWithAnEmptyOrAbsentExecutablePath) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("executablePath"_ns, ""_ns)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("executablePath"_ns, nullptr)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("executablePath"_ns, NSNumber::numberWithInt(1))));
@@ -171,13 +171,13 @@ TEST_F(ProcessInfo, WithAnEmptyOrAbsentExecutablePathIsComparedOnTheOtherKeysOnl
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 
-TEST_F(ProcessInfo, WithAnotherBundleIdIsNotValidAndAnEmptyOneIsNotCompared) {
+TEST_F(ProcessInfo, IsNotValidWithAnotherBundleIdButWithAnEmptyOrAbsentOne) {
   EXPECT_FALSE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("bundleId"_ns, "com.example.A"_ns)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("bundleId"_ns, ""_ns)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("bundleId"_ns, nullptr)));
 }
 
-TEST_F(ProcessInfo, WithADateThatDiffersByAnyAmountIsNotValid) {
+TEST_F(ProcessInfo, IsNotValidWithADateThatDiffersByAnyAmount) {
   const double exact = 4294967295.0;
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(
       recordWith("creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(exact))));
@@ -187,19 +187,49 @@ TEST_F(ProcessInfo, WithADateThatDiffersByAnyAmountIsNotValid) {
       recordWith("creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(exact - 1))));
 }
 
-TEST_F(ProcessInfo, WithADateOfAnotherKindIsComparedOnTheOtherKeysOnly) {
+TEST_F(ProcessInfo, IsValidWithADateOfAnotherKind) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, "today"_ns)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, NSNumber::numberWithInt(1))));
 }
 
-TEST_F(ProcessInfo, WithoutADateOnEitherSideIsValid) {
+TEST_F(ProcessInfo, ThatCannotBeComparedOnOneKeyIsComparedOnTheNext) {
+  const Ref<NSString> executablePath = "executablePath"_ns;
+  const Ref<NSString> bundleId = "bundleId"_ns;
+  const NSDictionary::Entry otherBundle{bundleId, "com.example.b"_ns};
+  const NSDictionary::Entry otherDate{"creationDate"_ns, NSDate::dateWithTimeIntervalSinceReferenceDate(1)};
+  const NSDictionary::Entry pid{"pid"_ns, NSNumber::numberWithInt(kSomePid)};
+  const NSDictionary::Entry samePath{executablePath, "/A.app/Contents/MacOS/A"_ns};
+  const NSDictionary::Entry sameBundle{bundleId, "com.example.a"_ns};
+  const auto isValid = [&pid](std::vector<NSDictionary::Entry> entries) {
+    entries.push_back(pid);
+    return ZKPOSIXSemaphore::isProcessInfoValid(NSDictionary::dictionaryWithEntries(entries));
+  };
+  for (const Ref<NSObject>& nothing : {Ref<NSObject>(""_ns), Ref<NSObject>(NSNumber::numberWithInt(1))}) {
+    EXPECT_FALSE(isValid({{executablePath, nothing}, otherBundle}));
+    EXPECT_FALSE(isValid({{executablePath, nothing}, sameBundle, otherDate}));
+    EXPECT_FALSE(isValid({samePath, {bundleId, nothing}, otherDate}));
+  }
+  EXPECT_FALSE(isValid({otherBundle}));
+  EXPECT_FALSE(isValid({samePath, otherDate}));
+  EXPECT_FALSE(isValid({otherDate}));
+
+  // The same where it is the process manager that does not know the key.
+  system.information = NSDictionary::dictionaryWithEntries({{kCFBundleIdentifierKey, "com.example.a"_ns}});
+  EXPECT_FALSE(isValid({samePath, otherBundle}));
+  system.information = NSDictionary::dictionaryWithEntries({{kCFBundleExecutableKey, "/A.app/Contents/MacOS/A"_ns}});
+  EXPECT_FALSE(isValid({samePath, sameBundle, otherDate}));
+  system.information = nullptr;
+  EXPECT_FALSE(isValid({samePath, sameBundle, otherDate}));
+}
+
+TEST_F(ProcessInfo, IsValidIfEitherSideHasNoDate) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(recordWith("creationDate"_ns, nullptr)));
   const Ref<NSDictionary> record = freshRecord();
   system.launchStatus = -50;
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 
-TEST(ProcessInfoOfRealProcesses, OfThisProcessIsValidAndHoldsItsPid) {
+TEST(ProcessInfoOfRealProcesses, OurOwnRecordIsValidAndHoldsOurPid) {
   const Ref<NSDictionary> record = ZKPOSIXSemaphore::currentProcessInfo();
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(asNumber(record->objectForKey("pid"_ns))->longLongValue(), ::getpid());
@@ -208,7 +238,7 @@ TEST(ProcessInfoOfRealProcesses, OfThisProcessIsValidAndHoldsItsPid) {
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 
-TEST(ProcessInfoOfRealProcesses, IsValidForAsLongAsTheProcessRuns) {
+TEST(ProcessInfoOfRealProcesses, IsValidAsLongAsTheProcessRuns) {
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
@@ -235,7 +265,7 @@ TEST_F(ProcessInfoFile, IsNamedAfterTheSemaphore) {
   named->openWithName("update-42"_ns, 0, 0, 0);
   const Ref<NSURL> directory = NSURL::fileURLWithPath("/tmp/u"_ns);
   EXPECT_EQ(named->processInfoURLAtDirectory(directory)->path()->bytes(), "/tmp/u/.update-42.semaphore");
-  // Inserted as it stands.
+  // The name is inserted as it is.
   named->openWithName("/a b%@"_ns, 0, 0, 0);
   EXPECT_EQ(named->processInfoURLAtDirectory(directory)->path()->bytes(), "/tmp/u/./a b%@.semaphore");
 }
@@ -271,11 +301,11 @@ TEST_F(ProcessInfoFile, ReplacesTheOldOneAndLeavesNothingElse) {
   EXPECT_EQ(test::readFile(folder / "seen by a reader"), "old") << "the file was replaced, not written over";
 }
 
-TEST_F(ProcessInfoFile, ThatCannotBeWrittenIsFalse) {
+TEST_F(ProcessInfoFile, IsNotWrittenIntoAMissingFolder) {
   EXPECT_FALSE(semaphore->writeProcessInfoAtURL(folder.url("missing")));
 }
 
-TEST_F(ProcessInfoFile, OfACallerThatIsNotKnownIsNotWritten) {
+TEST_F(ProcessInfoFile, IsNotWrittenForAnUnknownCaller) {
   class NobodySystem : public ForwardingSystem {
     OSStatusCode GetProcessForPID(std::int32_t, ProcessSerialNumber&) override { return procNotFound; }
   } system;
@@ -291,7 +321,7 @@ TEST_F(ProcessInfoFile, IsRemovedOnce) {
   EXPECT_FALSE(semaphore->removeProcessInfoAtURL(folder.url()));
 }
 
-TEST_F(ProcessInfoFile, InTheXMLFormReadsJustAsWell) {
+TEST_F(ProcessInfoFile, MayBeInTheXMLForm) {
   test::writeFile(folder / fileName, R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>pid</key><integer>42</integer><key>bundleId</key><string>com.example</string></dict></plist>
 )");
@@ -301,12 +331,22 @@ TEST_F(ProcessInfoFile, InTheXMLFormReadsJustAsWell) {
   EXPECT_EQ(asString(record->objectForKey("bundleId"_ns))->bytes(), "com.example");
 }
 
-TEST_F(ProcessInfoFile, IsHandedBackWhateverItHolds) {
+TEST_F(ProcessInfoFile, IsReturnedWhateverItHolds) {
   test::writeFile(folder / fileName, "(a, b)");
   EXPECT_NE(asArray(semaphore->processInfoAtURL(folder.url())), nullptr);
 }
 
-TEST_F(ProcessInfoFile, ThatIsMissingOrNoPropertyListIsAbsent) {
+TEST_F(ProcessInfoFile, ThatIsLargerThanAMebibyteIsAbsent) {
+  constexpr std::size_t kLargest = 1 << 20;
+  std::string text = "<plist><dict><key>pid</key><integer>42</integer></dict></plist>";
+  text.resize(kLargest, ' ');
+  test::writeFile(folder / fileName, text);
+  EXPECT_NE(semaphore->processInfoAtURL(folder.url()), nullptr);
+  test::writeFile(folder / fileName, text + ' ');
+  EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);
+}
+
+TEST_F(ProcessInfoFile, IsAbsentIfItIsMissingOrNotAPropertyList) {
   EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);
   test::writeFile(folder / fileName, "");
   EXPECT_EQ(semaphore->processInfoAtURL(folder.url()), nullptr);

@@ -8,11 +8,12 @@
 
 #include "NSErrorPOSIX.h"
 #include "objects/NSAutoreleasePool.h"
-#include "system/ErrorNumbers.h"
+#include "platform/files/LanguageEnvironment.h"
 #include "support/ForwardingSystem.h"
 #include "support/FrequentAlarm.h"
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk {
 namespace {
@@ -30,7 +31,7 @@ std::string reasonOf(const Ref<NSError>& error) {
   return reason ? reason->bytes() : "(absent)";
 }
 
-/// Counts closes and posts, and notes what sem_open was called with.
+/// Counts closes and posts, and records what sem_open was called with.
 class CountingSystem : public ForwardingSystem {
  public:
   struct Open {
@@ -38,10 +39,11 @@ class CountingSystem : public ForwardingSystem {
     int flags;
     std::uint16_t mode;
     std::size_t value;
+    int closesBefore;
   };
 
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
-    opens.push_back({name, flags, mode, value});
+    opens.push_back({name, flags, mode, value, closes});
     return ForwardingSystem::sem_open(name, flags, mode, value);
   }
   int sem_close(SemaphoreHandle semaphore) override {
@@ -110,7 +112,7 @@ TEST(ZKPOSIXSemaphore, CreatingOpensAnExistingSemaphoreWithoutResettingItsCount)
   EXPECT_EQ(name.count(), 0);
 }
 
-TEST(ZKPOSIXSemaphore, PassesTheFlagsModeAndValueThatEachCallerMeans) {
+TEST(ZKPOSIXSemaphore, PassesOnTheFlagsModeAndValueOfEachCall) {
   CountingSystem system;
   const System::Scope scope(system);
   const SemaphoreName name;
@@ -142,13 +144,14 @@ TEST(ZKPOSIXSemaphore, TryingATakenSemaphoreFailsAtOnceWithTheBusyError) {
 TEST(ZKPOSIXSemaphore, OnlyThePOSIXErrorWithCode35IsTheBusyError) {
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(nullptr));
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain(NSOSStatusErrorDomain, 35, nullptr)));
+  EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain(nullptr, 35, nullptr)));
   EXPECT_FALSE(ZKPOSIXSemaphore::isBusyError(POSIX::errorWithPOSIXCode(11, nullptr)));
   EXPECT_TRUE(ZKPOSIXSemaphore::isBusyError(POSIX::errorWithPOSIXCode(35, nullptr)));
   // The domain is compared as text, not as an object.
   EXPECT_TRUE(ZKPOSIXSemaphore::isBusyError(NSError::errorWithDomain("NSPOSIXErrorDomain"_ns, 35, nullptr)));
 }
 
-TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
+TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorJustReturnsFalse) {
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   EXPECT_FALSE(semaphore->tryWait());
@@ -158,8 +161,11 @@ TEST(ZKPOSIXSemaphore, AFailureWithoutAPlaceForItsErrorIsOnlyFalse) {
 TEST(ZKPOSIXSemaphore, NoErrorIsMadeWithoutAPlaceForIt) {
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
+  const Ref<NSString> missing = "no-such-name"_ns;
   const std::size_t before = test::allocationCount();
   EXPECT_FALSE(semaphore->tryWait());
+  EXPECT_EQ(test::allocationCount(), before);
+  EXPECT_FALSE(semaphore->openWithName(missing, 0, 0, 0));
   EXPECT_EQ(test::allocationCount(), before);
 }
 
@@ -219,6 +225,7 @@ TEST(ZKPOSIXSemaphore, AnotherSuccessfulOpenReplacesAndClosesTheHandle) {
   const auto semaphore = create(first);
   EXPECT_TRUE(semaphore->openWithName(second.text(), ZKO_CREAT, 0666, 1));
   EXPECT_EQ(system.closes, 1);
+  EXPECT_EQ(system.opens.back().closesBefore, 1);
   EXPECT_EQ(semaphore->name()->bytes(), second.bytes());
   EXPECT_TRUE(semaphore->tryWait());
   EXPECT_EQ(first.count(), 1);
@@ -232,7 +239,7 @@ TEST(ZKPOSIXSemaphore, AnOpenErrorCarriesTheReasonForCreating) {
   EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
 }
 
-TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonOfItsOwnHasADescriptionOnly) {
+TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonHasOnlyADescription) {
   class FailingSystem : public ForwardingSystem {
    public:
     SemaphoreHandle sem_open(const char*, int, std::uint16_t, std::size_t) override {
@@ -259,7 +266,7 @@ TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonOfItsOwnHasADescriptionOnly) {
   expectDescriptionOnly(waitError, "Operation not permitted");
 }
 
-TEST(ZKPOSIXSemaphore, AValueAboveAllThatTheSystemKnowsIsRefusedAndNotCut) {
+TEST(ZKPOSIXSemaphore, AValueBeyondTheSystemsLimitIsRefusedAndNotCut) {
   const SemaphoreName name;
   Ref<NSError> error;
   EXPECT_EQ(create(name, (std::size_t{1} << 32) + 1, false, &error), nullptr);
@@ -274,7 +281,9 @@ TEST(ZKPOSIXSemaphore, AnAbsentNameIsRefusedByTheSystemLikeAnEmptyOne) {
 }
 
 TEST(ZKPOSIXSemaphore, TheErrorNumberSurvivesTheLookUpOfTheReason) {
-  // The first failure of the process opens the translations' files; a test that runs alone sees that first time.
+  // The first failure of the process looks for translations, in the languages that are asked for: a test that runs
+  // alone sees that first time.
+  const test::LanguageEnvironment environment({{"LANG", "de_AT.UTF-8"}});
   const SemaphoreName name;
   const auto semaphore = create(name, 0);
   Ref<NSError> error;
@@ -334,7 +343,7 @@ TEST(ZKPOSIXSemaphore, AFactorysObjectLivesUntilTheScopeOfTemporaryObjectsCloses
   EXPECT_EQ(system.closes, 3);
 }
 
-TEST(ZKPOSIXSemaphore, AFailedPostIsFalse) {
+TEST(ZKPOSIXSemaphore, AFailedPostReturnsFalse) {
   const auto closed = ZKPOSIXSemaphore::init();
   EXPECT_FALSE(closed->post());
 }

@@ -6,17 +6,17 @@
 
 namespace zk::test {
 
-/// What is added to the number of the signal that ended a process to make its exit status.
+/// The exit status of a process that a signal ended is this plus the signal's number.
 inline constexpr int kEndedBySignal = 128;
 
-/// A child process that runs a function of the test. It is ended and reaped with the object, at the latest.
+/// A child process that runs a function of the test. It is killed and reaped with the object at the latest.
 class ChildProcess {
  public:
   /// Called in the child to let its parent go on.
   using TellReady = std::function<void()>;
 
-  /// Starts the child and waits until it has told that it is ready, or ended. It ends when `body` returns; it fails
-  /// when an expectation in it did.
+  /// Starts the child, and waits until it says that it is ready or has ended. The child ends when `body` returns, with
+  /// status 1 if an expectation in it failed.
   explicit ChildProcess(const std::function<void(const TellReady&)>& body);
   /// The same for a child that need not be waited for.
   explicit ChildProcess(const std::function<void()>& body);
@@ -27,9 +27,11 @@ class ChildProcess {
   pid_t pid() const { return pid_; }
   void signal(int number) const;
 
-  /// Waits for its end without taking notice of it: it stays a zombie.
+  /// Waits until it sleeps inside a system call, or has ended.
+  void waitUntilAsleep() const;
+  /// Waits for its end without reaping it: it stays a zombie.
   void waitUntilZombie() const;
-  /// Waits for its end. @return its exit status, 0 when it ended well; kEndedBySignal and the signal's number when a
+  /// Waits for its end. @return its exit status, 0 if all went well; kEndedBySignal plus the signal's number if a
   /// signal ended it
   int wait();
 
@@ -41,8 +43,13 @@ class ChildProcess {
   int status_ = 0;
 };
 
-/// Runs `body` in a child process, for what cannot be undone in a process. @return its exit status as of
-/// ChildProcess::wait
+/// Runs `body` in a child process, for changes that a process cannot undo. @return its exit status, as
+/// ChildProcess::wait gives it
 int statusInChild(const std::function<void()>& body);
+
+/// The same, but stops the child before and after each of its system calls. `atStop` is called at each stop with
+/// the child's id and the number of the stop, from 0, and may send signals: whatever it does comes at that exact
+/// moment.
+int statusInTracedChild(const std::function<void()>& body, const std::function<void(pid_t pid, int stop)>& atStop);
 
 }  // namespace zk::test

@@ -5,7 +5,7 @@
 
 namespace zk::test {
 
-/// For the length of a scope the program's locale is one with a decimal comma, if the machine has one.
+/// A scope in which the program's locale has a decimal comma, if the machine has such a locale.
 class DecimalComma {
  public:
   DecimalComma() {

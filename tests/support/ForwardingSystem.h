@@ -8,8 +8,8 @@
 
 namespace zk::test {
 
-/// A system that hands every call on to the one that was current when it was made. A test derives from it and overrides
-/// what it scripts; it is in force while a System::Scope on it is open.
+/// A system that forwards every call to the one that was current when it was made. A test derives from it and overrides
+/// what it scripts. It is in effect while a System::Scope on it is open.
 class ForwardingSystem : public System {
  public:
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {

@@ -5,7 +5,7 @@
 
 namespace zk::test {
 
-/// Interrupts the calls that wait, for as long as it is open: again and again, in case the first time comes before the
+/// Interrupts calls that wait, as long as the object lives: again and again, in case the first signal comes before the
 /// wait has begun.
 class FrequentAlarm {
  public:

@@ -16,7 +16,7 @@ constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 std::size_t count = 0;
 std::size_t live = 0;
 std::size_t peak = 0;
-std::size_t firstFailing = kNever;  ///< of the allocations, by their count
+std::size_t firstFailing = kNever;  ///< the number of the first allocation to fail
 FailingAllocation::How howToFail = FailingAllocation::How::once;
 
 bool isToFail(std::size_t number) {

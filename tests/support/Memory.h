@@ -4,9 +4,9 @@
 
 namespace zk::test {
 
-// Linking this in (target zk_test_memory) replaces the operator new of the whole program. Of one thread.
+// Linking this in (target zk_test_memory) replaces the operator new of the whole program. It works for one thread only.
 
-/// How many times memory was asked for since the program began.
+/// The number of allocations since the program began.
 std::size_t allocationCount();
 
 /// Bytes that are allocated and not freed, as the allocator rounds them.
@@ -19,8 +19,8 @@ class PeakOfLiveBytes {
   std::size_t bytes() const;
 };
 
-/// Lets memory run out for the length of a scope: the allocation behind the next `succeeding` ones fails, once or from
-/// then on.
+/// Lets memory run out for the length of a scope: the next `succeeding` allocations succeed, and the one after them
+/// fails, once or from then on.
 class FailingAllocation {
  public:
   enum class How { once, fromThenOn };

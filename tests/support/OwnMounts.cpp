@@ -11,7 +11,7 @@ namespace zk::test {
 
 namespace {
 
-/// Where the user may not do it, being root among users of its own may help.
+/// A user who may not do this may still be allowed to as root of a new user namespace.
 bool enterOwnUsers() {
   const std::string user = std::to_string(::geteuid());
   const std::string group = std::to_string(::getegid());

@@ -11,7 +11,7 @@ namespace zk::test {
 
 namespace {
 
-/// @param action what a call of this number comes to: SECCOMP_RET_...
+/// @param action what happens at a call of this number: SECCOMP_RET_...
 bool filterSystemCall(long number, std::uint32_t action) {
   sock_filter filter[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

@@ -2,11 +2,11 @@
 
 namespace zk::test {
 
-/// Makes the system call of this number (SYS_...) fail with `error` in the calling process and all that it starts, from
-/// now on: only for a process of the test's own. @return whether that could be arranged
+/// From now on, makes the system call of this number (SYS_...) fail with `error` in the calling process and all that it
+/// starts. Only for a child process of the test. @return whether that could be arranged
 bool refuseSystemCall(long number, int error);
 
-/// The same, but ends the process with SIGSYS at such a call: to see that it is made.
+/// The same, but such a call ends the process with SIGSYS, which shows that it was made.
 bool endAtSystemCall(long number);
 
 }  // namespace zk::test

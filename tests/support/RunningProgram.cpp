@@ -18,7 +18,7 @@ RunningProgram::Pipe::Pipe() {
   writing = FileDescriptor(ends[1]);
 }
 
-// The parent goes on when the child's end of the pipe for that is closed: by the program's start, which closes it.
+// The parent goes on once the program has started: that closes the child's end of the pipe that it waits on.
 RunningProgram::RunningProgram(const fs::path& path, const std::vector<std::string>& arguments, const fs::path& folder)
     : process_([&](const ChildProcess::TellReady&) {
         std::vector<char*> list{const_cast<char*>(path.c_str())};

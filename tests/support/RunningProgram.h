@@ -4,21 +4,21 @@
 #include <string>
 #include <vector>
 
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 
-/// A program that runs as a child process, with a pipe as its standard input that stays open and empty for as long as
-/// the object lives: `cat`, or a script that reads a line, waits for nothing else.
+/// A program that runs as a child process. Its standard input is a pipe that stays open and empty as long as the object
+/// lives: `cat`, or a script that reads a line, just waits.
 class RunningProgram {
  public:
-  /// Starts the program `path` in `folder` with `arguments` behind its own path, and waits until it runs.
+  /// Starts the program `path` in `folder` with `arguments` after its own path, and waits until it runs.
   explicit RunningProgram(const std::filesystem::path& path, const std::vector<std::string>& arguments = {},
                           const std::filesystem::path& folder = "/");
 
   pid_t pid() const { return process_.pid(); }
-  /// Closes its standard input and waits for its end. @return its exit status as of ChildProcess::wait
+  /// Closes its standard input and waits for its end. @return its exit status, as ChildProcess::wait gives it
   int end();
 
  private:

@@ -10,7 +10,7 @@
 
 namespace zk::test {
 
-/// A name for a semaphore that no other test has, removed from the system when the object ends.
+/// A semaphore name that no other test uses. It is removed from the system when the object ends.
 class SemaphoreName {
  public:
   SemaphoreName() {
@@ -31,7 +31,7 @@ class SemaphoreName {
     return semaphore != SEM_FAILED;
   }
 
-  /// The count of the semaphore of this name, seen from outside; -1 when there is none.
+  /// The count of the semaphore of this name, seen from outside; -1 if there is none.
   int count() const {
     sem_t* semaphore = ::sem_open(name_.c_str(), 0);
     if (semaphore == SEM_FAILED) return -1;

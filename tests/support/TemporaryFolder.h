@@ -8,7 +8,7 @@
 
 namespace zk::test {
 
-/// A new folder of its own, removed with all that it holds when the object ends.
+/// A new folder, removed with everything in it when the object ends.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -27,7 +27,7 @@ class TemporaryFolder {
 
 /// Writes a file, making the folders above it.
 void writeFile(const std::filesystem::path& path, std::string_view content);
-/// The content of a file; a failed expectation and "" when it cannot be read.
+/// The content of a file; a failed expectation and "" if it cannot be read.
 std::string readFile(const std::filesystem::path& path);
 
 }  // namespace zk::test

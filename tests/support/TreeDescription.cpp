@@ -46,7 +46,8 @@ std::string attributesOf(const fs::path& path) {
   return text;
 }
 
-/// Appends to `text` the blocks of `bytes`, which stand at `offset`, that hold anything but zeros, behind their places.
+/// Appends to `text` each block of `bytes` that is not all zeros, after its offset in the file. `bytes` begin at
+/// `offset`.
 void describeBlocks(std::string_view bytes, off_t offset, std::string& text) {
   constexpr std::size_t kBlock = 4096;
   while (!bytes.empty()) {
@@ -60,7 +61,7 @@ void describeBlocks(std::string_view bytes, off_t offset, std::string& text) {
   }
 }
 
-/// The bytes of a file. What a file system takes for a hole is its own affair: a hole and zeros look the same here.
+/// The bytes of a file. A hole and zeros look the same here, since it is up to the file system what becomes a hole.
 std::string contentsOf(const fs::path& path, off_t size) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) fail(path);

@@ -1,7 +1,7 @@
 // plist_tool FOLDER
 //
-// Reads the property list in each file that standard input names, one in a line. Prints a line of JSON for each (see
-// jsonFromPropertyList(); "absent" for what is no property list) and writes it in the binary form to FOLDER/N, where N
+// Reads the property list in each file that standard input names, one a line. Prints a line of JSON for each (see
+// jsonFromPropertyList(); "absent" if it is not a property list) and writes it in the binary form to FOLDER/N, where N
 // counts the lines from 0.
 
 #include <filesystem>

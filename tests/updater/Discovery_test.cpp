@@ -1,9 +1,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "ZKUpdater.h"
+#include "objects/NSAutoreleasePool.h"
+#include "support/ChildProcess.h"
+#include "support/RefuseSystemCall.h"
 #include "support/TemporaryFolder.h"
 #include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
@@ -42,42 +47,37 @@ class Discovery : public testing::Test {
 };
 
 TEST_F(Discovery, FailsWithoutAPid) {
-  for (const char* pid : {"0", "", "none", "4294967296", "-4294967296", "18446744073709551616000"}) {
-    // The last one saturates at 2^63 - 1, whose low 32 bits are not 0, and is looked up.
-    const bool isLookedUp = std::string(pid).size() > 15;
+  for (const char* pid : {"0", "", "none", "4294967296", "-4294967296"}) {
     setPid(pid);
-    run.checkedPids.clear();
-    run.existence = [](int) { return procNotFound; };
-    EXPECT_EQ(failureOfCreation(),
-              isLookedUp ? "Error: Unable to get target process serial number." : "Error: Target PID not specified.")
-        << pid;
-    EXPECT_EQ(run.checkedPids.size(), isLookedUp ? 1U : 0U) << pid;
+    EXPECT_EQ(failureOfCreation(), "Error: Target PID not specified.") << pid;
   }
+  EXPECT_TRUE(run.checkedPids.empty());
 }
 
-TEST_F(Discovery, UsesTheLow32BitsOfThePidAlsoWhenTheyAreNegative) {
+TEST_F(Discovery, UsesTheLow32BitsOfThePidEvenIfTheyAreNegative) {
   run.existence = [](int) { return procNotFound; };
-  for (const char* pid : {"4294967297", "-5", "4294967295"}) {
+  // The last one is read as 2^63 - 1.
+  for (const char* pid : {"4294967297", "-5", "4294967295", "18446744073709551616000"}) {
     setPid(pid);
-    failureOfCreation();
+    EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process serial number.") << pid;
   }
-  EXPECT_EQ(run.checkedPids, (std::vector<std::int32_t>{1, -5, -1}));
+  EXPECT_EQ(run.checkedPids, (std::vector<std::int32_t>{1, -5, -1, -1}));
 }
 
-TEST_F(Discovery, FailsWhenTheProcessDoesNotExistOrCannotBeLookedUp) {
+TEST_F(Discovery, FailsIfTheProcessDoesNotExistOrCannotBeLookedUp) {
   for (const OSStatusCode status : {procNotFound, -50, 1}) {
     run.existence = [status](int) { return status; };
     EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process serial number.");
   }
 }
 
-TEST_F(Discovery, FailsWithoutInformationOnTheProcess) {
+TEST_F(Discovery, FailsWithoutInformationAboutTheProcess) {
   run.existence = [](int) { return noErr; };
   run.information = nullptr;
   EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process info.");
 }
 
-TEST_F(Discovery, FailsForAProcessThatRunsFromNoBundle) {
+TEST_F(Discovery, FailsForAProcessThatDoesNotRunFromABundle) {
   run.existence = [](int) { return noErr; };
   setInformation(nullptr, "com.example.a"_ns);
   EXPECT_EQ(failureOfCreation(), "Error: Unable to get target process bundle path.");
@@ -103,7 +103,7 @@ TEST_F(Discovery, FailsWithoutAnUpdatePath) {
   EXPECT_EQ(failureOfCreation(), "Error: Invalid update path.");
 }
 
-TEST_F(Discovery, FailsWhenNoURLCanBeMadeOfTheUpdatePath) {
+TEST_F(Discovery, FailsIfTheUpdatePathCannotBecomeAURL) {
   run.existence = [](int) { return noErr; };
   setUpdatePath("/" + std::string(5000, 'x'));
   EXPECT_EQ(failureOfCreation(), "Error: Invalid update directory.");
@@ -122,7 +122,7 @@ class UpdateBundle : public Discovery {
   void makeBundle(const std::string& place, const std::string& identifier = "com.example.a") {
     test::writeFile(folder / (place + "/Contents/Info.plist"), "{CFBundleIdentifier = \"" + identifier + "\";}");
   }
-  /// The bundle found, as a path below the update directory; "none" when there is none.
+  /// The bundle found, as a path below the update directory; "none" if there is none.
   std::string found() {
     run.events.clear();
     run.rawLog.clear();
@@ -144,13 +144,13 @@ class UpdateBundle : public Discovery {
   test::TemporaryFolder folder;
 };
 
-TEST_F(UpdateBundle, IsTheFolderNamedLikeTheTargetWhateverItsIdentifier) {
+TEST_F(UpdateBundle, IsTheFolderWithTheTargetsNameWhateverItsIdentifier) {
   makeBundle("A.app", "com.example.other");
   makeBundle("0.app");
   EXPECT_EQ(found(), "A.app");
 }
 
-TEST_F(UpdateBundle, IsFoundByIdentifierBesideAPlainFileNamedLikeTheTarget) {
+TEST_F(UpdateBundle, IsFoundByIdentifierBesideAPlainFileWithTheTargetsName) {
   test::writeFile(folder / "A.app", "a file");
   makeBundle("deep/er/B.app");
   EXPECT_EQ(found(), "deep/er/B.app");
@@ -176,7 +176,7 @@ TEST_F(UpdateBundle, IsNeverFoundInsideAnotherPackage) {
   EXPECT_EQ(found(), "none");
 }
 
-TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
+TEST_F(UpdateBundle, HasTheWholeIdentifierInTheSameCase) {
   makeBundle("B.app", "com.example.A");
   makeBundle("C.app", "com.example.a2");
   makeBundle("D.app", "com.example.");
@@ -184,7 +184,7 @@ TEST_F(UpdateBundle, MatchesTheWholeIdentifierWithItsCase) {
 }
 
 TEST_F(UpdateBundle, IsNotSearchedForWithoutATargetIdentifier) {
-  // These are there to be taken for a match: a folder without an identifier, a bundle whose identifier is empty.
+  // These two must not be mistaken for a match: a folder without an identifier, and a bundle whose identifier is empty.
   std::filesystem::create_directory(folder / "plain");
   makeBundle("B.app", "");
   test::BareUpdater updater;
@@ -204,7 +204,7 @@ TEST_F(UpdateBundle, IsAbsentWithoutAnUpdateDirectory) {
   EXPECT_EQ(found(), "none");
 }
 
-TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
+TEST_F(UpdateBundle, IsSearchedByIdentifierIfTheTargetHasNoName) {
   makeBundle("A.app");
   test::BareUpdater updater;
   updater.targetBundleURL = NSURL::fileURLWithPath("/"_ns);
@@ -214,8 +214,8 @@ TEST_F(UpdateBundle, IsSearchedByIdentifierWhenTheTargetHasNoName) {
   EXPECT_EQ(updater.updateBundleURL()->lastPathComponent()->bytes(), "A.app") << "not the update folder itself";
 }
 
-TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
-  // A chain of folders whose innermost item has a path that is too long to be looked at by.
+TEST_F(UpdateBundle, IsFoundAfterAnItemThatCannotBeInspected) {
+  // A chain of folders whose innermost item has a path too long to use.
   const std::string name(250, 'a');
   int current = ::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY);
   for (std::size_t pathLength = folder.path().string().size(); pathLength <= kLongestPath;
@@ -231,9 +231,69 @@ TEST_F(UpdateBundle, IsFoundBehindAnItemThatCannotBeLookedAt) {
   EXPECT_TRUE(NSFileManager::defaultManager()->removeItemAtURL(folder.url(name)));
 }
 
-TEST_F(UpdateBundle, IsAbsentWhereAPathWouldGetTooLongForTheDirectCandidate) {
+TEST_F(UpdateBundle, IsAbsentIfThePathWithTheTargetsNameIsTooLong) {
   setUpdatePath("/" + std::string(4093, 'x'));
   EXPECT_EQ(found(), "none");
+}
+
+TEST_F(UpdateBundle, IsAbsentWithoutATargetIdentifierBeforeAnyFolderIsRead) {
+  makeBundle("B.app");
+  test::BareUpdater updater;
+  updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
+  updater.updateDirectory = folder.url();
+  // How a search ends in a process that must not read a folder.
+  const auto statusOfSearch = [&updater] {
+    return test::statusInChild([&updater] {
+      ASSERT_TRUE(test::endAtSystemCall(SYS_getdents64));
+      EXPECT_EQ(updater.updateBundleURL(), nullptr);
+    });
+  };
+  EXPECT_EQ(statusOfSearch(), 0);
+  updater.targetBundleId = ""_ns;
+  EXPECT_EQ(statusOfSearch(), 0);
+  updater.targetBundleId = "com.example.a"_ns;
+  EXPECT_EQ(statusOfSearch(), test::kEndedBySignal + SIGSYS) << "a search by identifier reads the folder";
+}
+
+TEST_F(Discovery, StoresNothingOfATargetThatLacksSomething) {
+  run.existence = [](int) { return noErr; };
+  test::BareUpdater updater;
+  const auto expectNothing = [&updater] {
+    EXPECT_EQ(updater.targetPID, 0);
+    EXPECT_EQ(updater.targetBundleURL, nullptr);
+    EXPECT_EQ(updater.targetBundleId, nullptr);
+  };
+  setInformation(nullptr, "com.example.a"_ns);
+  EXPECT_FALSE(updater.initTargetInfo());
+  expectNothing();
+  setInformation("/volume/A.app"_ns, nullptr);
+  EXPECT_FALSE(updater.initTargetInfo());
+  expectNothing();
+
+  setInformation("/volume/A.app"_ns, "com.example.a"_ns);
+  EXPECT_TRUE(updater.initTargetInfo());
+  EXPECT_EQ(updater.targetPID, 4711);
+  EXPECT_EQ(updater.targetBundleURL->path()->bytes(), "/volume/A.app");
+  EXPECT_EQ(updater.targetBundleId->bytes(), "com.example.a");
+}
+
+TEST_F(Discovery, LeavesTheInformationOnTheProcessToTheScopeOfTemporaryObjects) {
+  class GivingSystem : public test::ScriptedRun {
+   public:
+    Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber&, std::uint32_t) override {
+      const Ref<NSDictionary> copy = NSDictionary::dictionaryWithEntries(information->entries());
+      given = copy;
+      return copy;
+    }
+    std::weak_ptr<NSDictionary> given;
+  } system;
+  const System::Scope inner(system);
+  {
+    const NSAutoreleasePool pool;
+    EXPECT_NE(ZKUpdater::init(), nullptr);
+    EXPECT_FALSE(system.given.expired());
+  }
+  EXPECT_TRUE(system.given.expired());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <functional>
 #include <memory>
 
 #include "ZKUpdater.h"
@@ -78,6 +79,23 @@ TEST_F(Handshake, NotifyingAgainFirstGivesTheSemaphoreBack) {
   EXPECT_EQ(run.events, (Lines{"post installer", "close installer", "open installer", "wait installer"}));
 }
 
+TEST_F(Handshake, ARepetitionThatFindsNoNameKeepsWhatIsHeld) {
+  EXPECT_TRUE(updater->notifyReady());
+  EXPECT_TRUE(updater->waitForUpdateLock());
+  test::writeFile(record(), "of this process");
+  run.events.clear();
+  for (const auto& withoutNames : {std::function([this] { run.settings[6] = run.settings[8] = ""; }),
+                                   std::function([this] { nameNoSemaphore(); })}) {
+    withoutNames();
+    EXPECT_TRUE(updater->notifyReady());
+    EXPECT_TRUE(updater->waitForUpdateLock());
+    EXPECT_TRUE(run.events.empty());
+    EXPECT_TRUE(std::filesystem::exists(record()));
+  }
+  updater->releaseSemaphores();
+  EXPECT_EQ(run.events, (Lines{"post update", "close update", "post installer", "close installer"}));
+}
+
 TEST_F(Handshake, AFailedRepetitionLeavesNothingHeld) {
   EXPECT_TRUE(updater->notifyReady());
   run.failing = {{"open installer", EACCES}};
@@ -136,14 +154,14 @@ TEST_F(Handshake, ReleasesTheUpdateLockFirstAndItsRecordBeforeThat) {
   EXPECT_TRUE(system.events.empty()) << "a second release does nothing";
 }
 
-TEST_F(Handshake, TheUpdateLockAloneIsReleasedAlone) {
+TEST_F(Handshake, OnlyTheUpdateLockIsReleasedIfOnlyThatIsHeld) {
   EXPECT_TRUE(updater->waitForUpdateLock());
   run.events.clear();
   updater->releaseSemaphores();
   EXPECT_EQ(run.events, (Lines{"post update", "close update"}));
 }
 
-TEST_F(Handshake, DestructionReleasesWhatIsHeldThenGivesUpTheFieldsThenLogsTheEnd) {
+TEST_F(Handshake, DestructionReleasesWhatIsHeldThenClearsTheFieldsThenLogsTheEnd) {
   class WatchingSystem : public test::ScriptedRun {
    public:
     void log(const std::string& message) override {
@@ -203,7 +221,7 @@ TEST_F(Handshake, TheExitAtTheLastCheckIsStillSeen) {
   EXPECT_EQ(run.sleeps.size(), 999U);
 }
 
-TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndTheSleepBehindTheLast) {
+TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndASleepAfterTheLast) {
   run.existence = [](int) { return noErr; };
   EXPECT_FALSE(updater->waitForTargetExit());
   EXPECT_EQ(run.checks, 1000);
@@ -212,12 +230,23 @@ TEST_F(Handshake, TheExitWaitExpiresAfterAThousandChecksAndTheSleepBehindTheLast
 }
 
 TEST_F(Handshake, TheExitWaitExpiresWhenAnotherProcessHasTakenTheIdOver) {
-  // Before the first check: the id names a process of another bundle, and only that it names one is looked at.
-  run.information = NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, "/volume/Other.app"_ns}});
-  run.existence = [](int) { return noErr; };
-  EXPECT_FALSE(updater->waitForTargetExit());
-  EXPECT_EQ(run.sleeps.size(), 1000U);
-  EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
+  // Only that the id names a process is looked at, not which one: not before the first check, nor between two checks.
+  for (const int takenOverAt : {0, 500}) {
+    run.rawLog.clear();
+    run.sleeps.clear();
+    run.checks = 0;
+    run.existence = [this, takenOverAt](int check) {
+      if (check == takenOverAt) {
+        ++run.launchStamp;
+        run.information = NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, "/volume/Other.app"_ns}});
+      }
+      return noErr;
+    };
+    EXPECT_FALSE(updater->waitForTargetExit());
+    EXPECT_EQ(run.checks, 1000);
+    EXPECT_EQ(run.sleeps.size(), 1000U);
+    EXPECT_EQ(run.logLines(), (Lines{"Error: Target process exit wait expired."}));
+  }
 }
 
 TEST_F(Handshake, AFailedCheckEndsTheExitWaitWithoutASleep) {

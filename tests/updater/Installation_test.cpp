@@ -52,7 +52,7 @@ TEST_F(Installation, FailsWithoutAnUpdateBundleBeforeAnythingIsTouched) {
   EXPECT_TRUE(run.events.empty());
 }
 
-TEST_F(Installation, LooksForTheFileManagerBeforeTheUpdateBundle) {
+TEST_F(Installation, MakesTheFileManagerBeforeItLooksForTheUpdateBundle) {
   run.fileManager = nullptr;
   std::filesystem::remove(folder / "A.app");
   EXPECT_FALSE(install());
@@ -88,7 +88,7 @@ TEST_F(Installation, ABackupPlaceThatNoURLCanNameFailsAfterTheBackup) {
   EXPECT_EQ(lines, (Lines{"Error: Bad target bundle backup url."}));
 }
 
-TEST_F(Installation, AFailedSwapRollsBackFromOneLevelBelowTheBackupAndHasFailed) {
+TEST_F(Installation, AFailedSwapRollsBackFromOneLevelBelowTheBackupAndStillFails) {
   run.fileManager->failingCopy = 2;
   EXPECT_FALSE(install()) << "though the rollback itself succeeds";
   EXPECT_EQ(run.events,
@@ -97,7 +97,7 @@ TEST_F(Installation, AFailedSwapRollsBackFromOneLevelBelowTheBackupAndHasFailed)
   EXPECT_EQ(lines, (Lines{"Error: Copy update to target failed. Performing rollback."}));
 }
 
-TEST_F(Installation, TellsOfTheRollbackBeforeItBegins) {
+TEST_F(Installation, LogsTheRollbackBeforeItBegins) {
   class LoggingSystem : public test::ScriptedRun {
    public:
     void log(const std::string& message) override { events.push_back(withoutPrefix(message)); }
@@ -113,7 +113,7 @@ TEST_F(Installation, TellsOfTheRollbackBeforeItBegins) {
              "copy /volume/.temporary/A.app to /volume/A.app", "End installation"}));
 }
 
-/// The same over a real tree, with the real file manager.
+/// The same on a real tree, with the real file manager.
 class RealInstallation : public testing::Test {
  protected:
   class RealFiles : public test::ScriptedRun {
@@ -153,7 +153,7 @@ TEST_F(RealInstallation, ReplacesTheBundleAndKeepsTheBackupAndTheUpdate) {
   EXPECT_TRUE(install());
   EXPECT_EQ(test::readFile(folder / "volume/A.app/new"), "new");
   EXPECT_FALSE(std::filesystem::exists(folder / "volume/A.app/old"));
-  EXPECT_EQ(test::readFile(backup() / "old"), "old") << "the backup stands at the temporary directory's own path";
+  EXPECT_EQ(test::readFile(backup() / "old"), "old") << "the backup is at the temporary directory's own path";
   EXPECT_EQ(test::readFile(folder / "update/A.app/new"), "new");
 }
 
@@ -170,7 +170,7 @@ TEST_F(RealInstallation, AFailedSwapStopsAtItsFirstErrorAndLeavesTheBackup) {
   EXPECT_FALSE(std::filesystem::exists(folder / "volume/A.app")) << "the rollback removes the part that was copied";
 }
 
-TEST_F(RealInstallation, ABackupThatHoldsAnItemOfTheTargetsNameIsWhatTheRollbackReads) {
+TEST_F(RealInstallation, TheRollbackReadsAnItemOfTheTargetsNameInTheBackup) {
   test::writeFile(folder / "volume/A.app/A.app/inner", "inner");
   std::filesystem::remove_all(folder / "update/A.app");
   std::filesystem::create_directory(folder / "update/A.app");

@@ -4,6 +4,8 @@
 
 #include "ZKUpdater.h"
 #include "ZKUpdaterLog.h"
+#include "support/Memory.h"
+#include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
 
 namespace zk {
@@ -31,14 +33,14 @@ TEST_F(Log, WritesTheObjectsAddress) {
   EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
 }
 
-TEST_F(Log, WritesNoCategoryPieceForAnEmptyOrAbsentCategory) {
+TEST_F(Log, WritesNoCategoryIfItIsEmptyOrAbsent) {
   ZKUpdaterLog(aClass, nullptr, ""_ns, "message"_ns);
   EXPECT_EQ(line(), "[ZKUpdater] message");
   ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
   EXPECT_EQ(line(), "[ZKUpdater] message");
 }
 
-TEST_F(Log, WritesThePrefixAloneWithoutATrailingBlankForAnEmptyOrAbsentFormat) {
+TEST_F(Log, WritesOnlyThePrefixForAnEmptyOrAbsentFormat) {
   ZKUpdaterLog(aClass, nullptr, "Error"_ns, ""_ns);
   EXPECT_EQ(line(), "[ZKUpdater] Error:");
   ZKUpdaterLog(aClass, nullptr, nullptr, nullptr);
@@ -55,7 +57,17 @@ TEST_F(Log, LeavesPercentSignsInTheArgumentsAlone) {
   EXPECT_EQ(line(), "[ZKUpdater] 50%@: 100%d");
 }
 
-TEST_F(Log, IsWrittenByTheFunctionWhateverTheSwitchSays) {
+TEST_F(Log, FillsItsFormatsOnce) {
+  // What is filled a second time loses half of its percent signs.
+  ZKUpdaterLog(aClass, nullptr, "50%%"_ns, "%d%% %%%% of %@"_ns, 7, "100%%"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%%: 7% %% of 100%%");
+  ZKUpdaterLog(aClass, nullptr, "Error"_ns, "%s, %@"_ns, "%s", "%@"_ns);
+  EXPECT_EQ(line(), "[ZKUpdater] Error: %s, %@");
+  ZKUpdaterLog(aClass, nullptr, "50%%"_ns, nullptr);
+  EXPECT_EQ(line(), "[ZKUpdater] 50%%:");
+}
+
+TEST_F(Log, IsWrittenByTheFunctionWhateverTheSettingSays) {
   run.settings = {"zkupdater", "-enableLog", "NO"};
   ZKUpdaterLog(aClass, nullptr, nullptr, "message"_ns);
   EXPECT_EQ(run.rawLog.size(), 1U);
@@ -67,6 +79,17 @@ TEST_F(Log, LinesOfARunCarryTheUpdatersAddress) {
   char address[32];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(static_cast<const NSObject*>(updater.get())));
   EXPECT_EQ(line(), std::string("[ZKUpdater (") + address + ")] Begin installation");
+}
+
+TEST_F(Log, LosesALineThatThereIsNoMemoryForAndNothingElse) {
+  test::BareUpdater updater;
+  updater.isLogEnabled = true;
+  {
+    const test::FailingAllocation failing(0, test::FailingAllocation::How::fromThenOn);
+    updater.logError("Copy update to target failed. Performing rollback.");
+    EXPECT_TRUE(failing.hasFailed());
+  }
+  EXPECT_TRUE(run.rawLog.empty());
 }
 
 }  // namespace

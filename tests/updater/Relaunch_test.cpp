@@ -32,13 +32,13 @@ TEST_F(Relaunch, StartsTheTargetWithExactlyTwoArguments) {
   EXPECT_TRUE(run.rawLog.empty());
 }
 
-TEST_F(Relaunch, ThatIsRefusedIsLogged) {
+TEST_F(Relaunch, LogsALaunchThatIsRefused) {
   run.launchSucceeds = false;
   EXPECT_FALSE(updater->relaunchTarget());
   EXPECT_EQ(run.logLines(), (Lines{"Error: Unable to relaunch target application."}));
 }
 
-TEST_F(Relaunch, OfABundleThatIsGoneIsLogged) {
+TEST_F(Relaunch, LogsABundleThatIsGone) {
   std::filesystem::remove_all(folder / "A.app");
   EXPECT_FALSE(updater->relaunchTarget());
   EXPECT_TRUE(run.launched.empty());

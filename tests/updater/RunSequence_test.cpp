@@ -13,7 +13,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// A run over a real folder with bundles, everything else scripted.
+/// A run on a real folder with bundles. Everything else is scripted.
 class RunSequence : public testing::Test {
  protected:
   RunSequence() {
@@ -198,14 +198,14 @@ class RunOutOfMemory : public RunSequence {
   System::Scope inner{system};
 };
 
-TEST_F(RunOutOfMemory, AtCreationEndsTheRunWithoutALaunch) {
+TEST_F(RunOutOfMemory, EndsTheRunWithoutALaunchIfItHappensAtCreation) {
   system.failingCall = "arguments";
   EXPECT_EQ(runInstaller(), 1);
   EXPECT_TRUE(system.events.empty());
 }
 
-TEST_F(RunOutOfMemory, InAStepHasFailedLikeAnyOtherFailure) {
-  // The target is there at creation and at the first check of the exit wait, so that this sleeps once.
+TEST_F(RunOutOfMemory, FailsAStepLikeAnyOtherFailure) {
+  // The target is there at creation and at the first check of the exit wait, which therefore sleeps once.
   system.existence = [](int check) { return check < 2 ? noErr : procNotFound; };
   for (const char* call : {"wait", "try", "sleep", "file manager"}) {
     system.failingCall = call;
@@ -216,24 +216,24 @@ TEST_F(RunOutOfMemory, InAStepHasFailedLikeAnyOtherFailure) {
   }
 }
 
-TEST_F(RunOutOfMemory, WhileTheRecordIsWrittenLeavesTheLockHeldAndGivenBack) {
+TEST_F(RunOutOfMemory, LeavesTheLockHeldIfItHappensWhileTheRecordIsWritten) {
   system.failingCall = "record";
   EXPECT_EQ(runInstaller(), 0);
   EXPECT_NE(std::find(system.events.begin(), system.events.end(), "post update"), system.events.end());
 }
 
-TEST_F(RunOutOfMemory, InTheRelaunchChangesNothingAboutTheStatus) {
+TEST_F(RunOutOfMemory, DoesNotChangeTheStatusIfItHappensInTheRelaunch) {
   system.failingCall = "launch";
   EXPECT_EQ(runInstaller(), 0);
 }
 
-TEST_F(RunOutOfMemory, InReleasingEndsNothing) {
+TEST_F(RunOutOfMemory, DoesNotEndTheRunIfItHappensInReleasing) {
   system.failingCall = "post";
   EXPECT_EQ(runInstaller(), 0);
   EXPECT_NE(std::find(system.events.begin(), system.events.end(), "launch"), system.events.end());
 }
 
-TEST_F(RunOutOfMemory, InTheLastLogLineEndsNothing) {
+TEST_F(RunOutOfMemory, DoesNotEndTheRunIfItHappensInTheLastLogLine) {
   system.failingMessage = "End installation";
   EXPECT_EQ(runInstaller(), 0);
 }

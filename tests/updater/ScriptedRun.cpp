@@ -93,10 +93,16 @@ Ref<NSDictionary> ScriptedRun::ProcessInformationCopyDictionary(const ProcessSer
   return information;
 }
 
+OSStatusCode ScriptedRun::GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) {
+  EXPECT_EQ(process.pid, 4711);
+  info.processLaunchDate = launchStamp;
+  return noErr;
+}
+
 void ScriptedRun::sleepForTimeInterval(double seconds) { sleeps.push_back(seconds); }
 
-bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable, const std::vector<std::string>& arguments,
-                         unsigned long options) {
+bool ScriptedRun::launch(const Ref<NSURL>& /*bundle*/, const std::string& executable,
+                         const std::vector<std::string>& arguments, unsigned long options) {
   events.emplace_back("launch");
   launchOptions = options;
   launched = {executable};

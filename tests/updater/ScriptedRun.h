@@ -10,7 +10,7 @@
 
 namespace zk::test {
 
-/// A file manager whose copies and temporary folder a test scripts; what it is asked for is noted in `events`.
+/// A file manager whose copies and temporary folder a test scripts. What it is asked to do is recorded in `events`.
 class ScriptedFileManager : public NSFileManager {
  public:
   explicit ScriptedFileManager(std::vector<std::string>& events) : events_(events) {}
@@ -28,9 +28,9 @@ class ScriptedFileManager : public NSFileManager {
   int copies_ = 0;
 };
 
-/// Everything that the operating system would do for a run, scripted: one process with id 4711 in /volume/A.app, two
-/// semaphores that are free, a file manager whose copies succeed. A test changes what it wants to see fail; what the
-/// run does is noted in `events`, what it logs in `log`.
+/// A scripted operating system for a run: one process with the id 4711 in /volume/A.app, two free semaphores, and a
+/// file manager whose copies succeed. A test changes what it wants to see fail. What the run does is recorded in
+/// `events`, what it logs in `rawLog`.
 class ScriptedRun : public ForwardingSystem {
  public:
   static constexpr std::int32_t kOwnPid = 4712;
@@ -39,9 +39,9 @@ class ScriptedRun : public ForwardingSystem {
 
   /// The settings of a whole run: all five.
   static std::vector<std::string> allSettings();
-  /// The category and the message of a line logged: "Error: …" or "Begin installation".
+  /// The category and the message of a log line: "Error: …" or "Begin installation".
   static std::string withoutPrefix(const std::string& line);
-  /// That of each line.
+  /// The same for every line logged.
   std::vector<std::string> logLines() const;
 
   SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override;
@@ -54,9 +54,10 @@ class ScriptedRun : public ForwardingSystem {
   std::int32_t getpid() override { return kOwnPid; }
   OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override;
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override;
-  OSStatusCode GetProcessInformation(const ProcessSerialNumber&, ProcessInfoRec&) override { return -50; }
+  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override;
   void sleepForTimeInterval(double seconds) override;
-  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments, unsigned long options) override;
+  bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
+              unsigned long options) override;
   std::vector<std::string> arguments() override { return settings; }
   void log(const std::string& message) override { rawLog.push_back(message); }
   Ref<NSFileManager> makeFileManager() override;
@@ -66,11 +67,13 @@ class ScriptedRun : public ForwardingSystem {
   std::vector<std::string> rawLog;
   std::vector<double> sleeps;
 
-  /// What each look-up of the target's id answers; the target exists once, at creation, and is gone afterwards.
+  /// The answer to each look-up of the target's id. Unless a test changes it, the target exists at creation and is gone
+  /// afterwards.
   std::function<OSStatusCode(int check)> existence;
   int checks = 0;
   std::vector<std::int32_t> checkedPids;
   Ref<NSDictionary> information;
+  std::uint32_t launchStamp = 1;
   std::map<std::string, int> failing;  ///< calls that fail, e.g. {"open update", EACCES}
   bool launchSucceeds = true;
   std::vector<std::string> launched;  ///< executable, then arguments
@@ -78,7 +81,7 @@ class ScriptedRun : public ForwardingSystem {
   Ref<ScriptedFileManager> fileManager;
 
  private:
-  /// Notes a call on a semaphore, and answers whether it is to fail.
+  /// Records a call on a semaphore, and returns whether it should fail.
   bool fails(const std::string& call);
   static std::string nameOf(SemaphoreHandle semaphore);
 };

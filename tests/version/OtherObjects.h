@@ -4,13 +4,13 @@
 
 namespace zk::test {
 
-/// An object that is neither version, number nor text and reads as no number.
+/// An object that is not a version, a number or a text, and does not read as a number.
 class PlainObject final : public NSObject {
  public:
   PlainObject() = default;
 };
 
-/// An object that is neither number nor text and reads as a number.
+/// An object that is not a number or a text, but reads as a number.
 class CountingObject final : public NSObject {
  public:
   explicit CountingObject(std::uint64_t count) : count_(count) {}

@@ -53,12 +53,12 @@ TEST(ZKVersionParsing, AnyRunOfDotsAndWhiteSpaceSeparates) {
 TEST(ZKVersionParsing, UnicodeWhiteSpaceSeparatesAsWholeCharacters) {
   EXPECT_EQ(parsed("1\u20032\u00A03\u30004"), "1.2.3.4");
   EXPECT_EQ(parsed("\u20281.2.3\u2003(\u20034\u00A0)\u3000"), "1.2.3.4");
-  // U+200B is no white space, though it shares its first two bytes with some.
+  // U+200B is not white space, though it shares its first two bytes with some.
   EXPECT_EQ(parsed("1\u200B2.3.4"), "absent");
   EXPECT_EQ(parsed("1.2.3\u200B(4)"), "absent");
 }
 
-TEST(ZKVersionParsing, BytesThatAreNotUTF8AreNoSeparators) {
+TEST(ZKVersionParsing, BytesThatAreNotUTF8AreNotSeparators) {
   EXPECT_EQ(parsed("1\xE2\x80 2.3.4"), "absent");
   EXPECT_EQ(parsed("1.2.3 (4)\xC2"), "absent");
   EXPECT_EQ(parsed("\xA0"
@@ -66,7 +66,7 @@ TEST(ZKVersionParsing, BytesThatAreNotUTF8AreNoSeparators) {
             "absent");
 }
 
-TEST(ZKVersionParsing, NothingBehindAFourthNumberIsLookedAt) {
+TEST(ZKVersionParsing, WhatFollowsAFourthNumberIsIgnored) {
   EXPECT_EQ(parsed("1.2.3.4.5"), "1.2.3.4");
   EXPECT_EQ(parsed("1.2.3.4 (9)"), "1.2.3.4");
   EXPECT_EQ(parsed("1.2.3.4beta"), "1.2.3.4");
@@ -95,7 +95,7 @@ TEST(ZKVersionParsing, AnOutOfRangeSpinMayBeFollowedByAGroup) {
   EXPECT_EQ(parsed("1.2.3.-1"), "absent");
 }
 
-TEST(ZKVersionParsing, AnOutOfRangeMinorIsRefusedSinceNothingStandsInForIt) {
+TEST(ZKVersionParsing, AnOutOfRangeMinorIsRefused) {
   EXPECT_EQ(parsed("1.70000 (5)"), "absent");
   EXPECT_EQ(parsed("1.-2.3.4"), "absent");
 }
@@ -128,7 +128,7 @@ TEST(ZKVersionParsing, TheEndsOfTheFirstNumbersRangeAreRefused) {
   EXPECT_EQ(ZKVersion::versionWithString("-9223372036854775807"_ns)->unsignedLongLong(), 9'223'372'036'854'775'809U);
 }
 
-TEST(ZKVersionParsing, AFirstOfSeveralNumbersHasToBeAComponent) {
+TEST(ZKVersionParsing, TheFirstOfSeveralNumbersHasToBeAComponent) {
   EXPECT_EQ(parsed("65535.0.0.0"), "absent");
   EXPECT_EQ(parsed("-1.2.3.4"), "absent");
   EXPECT_EQ(parsed("9223372036854775807.2.3.4"), "absent");
@@ -184,7 +184,7 @@ TEST(ZKVersionParsing, RefusesATextWithoutANumberAtItsStart) {
   EXPECT_EQ(parsed("- 1.2.3.4"), "absent");
 }
 
-TEST(ZKVersionParsing, AnAbsentTextGivesAbsent) { EXPECT_FALSE(ZKVersion::versionWithString(nullptr)); }
+TEST(ZKVersionParsing, AnAbsentTextGivesNoVersion) { EXPECT_FALSE(ZKVersion::versionWithString(nullptr)); }
 
 TEST(ZKVersionParsing, AZeroByteEndsANumberAndNotTheText) {
   EXPECT_EQ(parsed(std::string_view("1.2.3\0(4)", 9)), "absent");
@@ -215,7 +215,7 @@ TEST(ZKVersionConversion, ANumberObjectIsReturnedItself) {
   }
 }
 
-TEST(ZKVersionConversion, LeadingZerosOfATextGoBeforeItsBaseIsFound) {
+TEST(ZKVersionConversion, LeadingZerosAreSkippedBeforeTheBaseIsDetermined) {
   EXPECT_EQ(converted("010"), 10U);
   EXPECT_EQ(converted("0010"), 10U);
   EXPECT_EQ(converted("0x1F"), 0U);
@@ -226,7 +226,7 @@ TEST(ZKVersionConversion, LeadingZerosOfATextGoBeforeItsBaseIsFound) {
   EXPECT_EQ(converted("0 7"), 7U);
 }
 
-TEST(ZKVersionConversion, BehindWhiteSpaceOrASignAPrefixCounts) {
+TEST(ZKVersionConversion, APrefixCountsAfterWhiteSpaceOrASign) {
   EXPECT_EQ(converted(" 0x1F"), 31U);
   EXPECT_EQ(converted(" 0X1f"), 31U);
   EXPECT_EQ(converted("+0x1F"), 31U);
@@ -239,7 +239,7 @@ TEST(ZKVersionConversion, BehindWhiteSpaceOrASignAPrefixCounts) {
   EXPECT_EQ(converted(" 0xg"), 0U);
 }
 
-TEST(ZKVersionConversion, NoPrefixButThoseTwoCounts) {
+TEST(ZKVersionConversion, NoOtherPrefixCounts) {
   EXPECT_EQ(converted(" 0b11"), 0U);
   EXPECT_EQ(converted("+0B11"), 0U);
   EXPECT_EQ(converted(" 0o17"), 0U);
@@ -280,7 +280,7 @@ TEST(ZKVersionConversion, AnotherObjectIsAskedForItsNumber) {
   EXPECT_EQ(number->unsignedLongLongValue(), kLargest);
 }
 
-TEST(ZKVersionConversion, AnObjectThatDoesNotAnswerGivesAbsent) {
+TEST(ZKVersionConversion, AnObjectWithoutANumberGivesNothing) {
   const Ref<NSObject> others[] = {std::make_shared<PlainObject>(), NSNull::null(),
                                   NSDate::dateWithTimeIntervalSince1970(1),
                                   // A version has a packed value, but does not read as a number itself.
@@ -291,7 +291,7 @@ TEST(ZKVersionConversion, AnObjectThatDoesNotAnswerGivesAbsent) {
   }
 }
 
-TEST(ZKVersionConversion, AVersionOfANumberHasToBeValid) {
+TEST(ZKVersionConversion, AVersionMadeFromANumberHasToBeValid) {
   const Ref<ZKVersion> ofText = ZKVersion::versionWithNumber("100010013"_ns);
   ASSERT_TRUE(ofText);
   EXPECT_EQ(ofText->descriptionFull()->bytes(), "1.0.1.13");
@@ -331,7 +331,7 @@ TEST(ZKVersionConversion, SettingANumberKeepsThePackedValueForNone) {
   EXPECT_EQ(version->unsignedLongLong(), 0U);
 }
 
-TEST(ZKVersionConversion, GivesItsPackedValueBackAsANewNumberObject) {
+TEST(ZKVersionConversion, ReturnsItsPackedValueAsANewNumberObject) {
   const Ref<ZKVersion> version = ZKVersion::initWithUnsignedLongLong(kLargest);
   EXPECT_EQ(version->number()->unsignedLongLongValue(), kLargest);
   EXPECT_NE(version->number(), version->number());

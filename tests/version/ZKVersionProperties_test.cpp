@@ -1,4 +1,5 @@
-// What holds of every version, tried over many, chosen by a generator with a fixed seed: a failure can be repeated.
+// What is true of every version, tried on many. A generator with a fixed seed chooses them, so that a failure can be
+// repeated.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@ class ZKVersionProperties : public testing::Test {
     return std::uniform_int_distribution<std::uint64_t>(0, bound - 1)(random);
   }
 
-  /// A part with its ends and the numbers around them more often than chance would have them.
+  /// A part. The ends of its range and their neighbours come up more often than by chance.
   std::uint16_t part(std::uint16_t largest) {
     const std::array<std::uint16_t, 4> ends = {0, 1, static_cast<std::uint16_t>(largest - 1), largest};
     return below(4) == 0 ? ends[below(ends.size())] : static_cast<std::uint16_t>(below(largest + 1U));
@@ -69,11 +70,11 @@ TEST_F(ZKVersionProperties, PackedValuesReadBackThroughTextAndNumber) {
   }
 }
 
-TEST_F(ZKVersionProperties, OrderIsThatOfTheParts) {
+TEST_F(ZKVersionProperties, VersionsSortByTheirParts) {
   for (int count = 0; count < kTries; ++count) {
     const auto left = parts();
     auto right = parts();
-    // Often alike in the leading parts, so that the later ones decide.
+    // Often equal in the leading parts, so that the later ones decide.
     std::copy_n(left.begin(), below(5), right.begin());
 
     const Ref<ZKVersion> version = versionOf(left);
@@ -97,7 +98,7 @@ TEST_F(ZKVersionProperties, EqualValuesHashEqual) {
   }
 }
 
-TEST_F(ZKVersionProperties, EverySetterDoesItsThreeSteps) {
+TEST_F(ZKVersionProperties, EverySetterClampsClearsAndAdds) {
   struct Setter {
     void (ZKVersion::*set)(std::uint16_t);
     std::uint64_t largest;
@@ -121,7 +122,7 @@ TEST_F(ZKVersionProperties, EverySetterDoesItsThreeSteps) {
   }
 }
 
-TEST_F(ZKVersionProperties, EveryReadingIsOfDecimalDigits) {
+TEST_F(ZKVersionProperties, EveryPartIsReadFromDecimalDigits) {
   for (int count = 0; count < kTries; ++count) {
     const std::uint64_t packed = random() >> below(64);
     // Twenty digits, the most that the number can have: spin, micro and minor are the last eight.
@@ -182,7 +183,7 @@ TEST_F(ZKVersionTexts, NoTextGivesAnInvalidVersion) {
     ++read;
     EXPECT_GE(version->unsignedLongLong(), 1'000'000U) << given;
   }
-  EXPECT_GT(read, kTries / 2) << "the texts are too far from versions to tell anything";
+  EXPECT_GT(read, kTries / 2) << "the texts are too far from versions to prove anything";
 }
 
 TEST_F(ZKVersionTexts, WhiteSpaceAroundATextChangesNothing) {

@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{12'345'678'901'234, "57920.78.90 (1234)", "57920.78.90", "57920.78.90.1234"},
                     Row{18'446'744'073'709'551'615ULL, "50273.9.55 (1615)", "50273.9.55", "50273.9.55.1615"}));
 
-TEST(ZKVersionText, NormalFormIsWhatPrintingAnObjectShows) {
+TEST(ZKVersionText, TheNormalFormIsWhatPrintingAVersionShows) {
   EXPECT_EQ(stringWithFormat("version %@"_ns, ZKVersion::versionWithApplication())->bytes(), "version 1.0.1 (13)");
 }
 

@@ -1,4 +1,4 @@
-// Where this header defines major() and minor() as macros, the version's own operations must not notice.
+// Even if this header defines major() and minor() as macros, the version's own operations must work.
 #include <sys/sysmacros.h>
 
 #include "ZKVersion.h"
@@ -87,7 +87,7 @@ TEST(ZKVersion, IsValidFromTheFirstMinorOn) {
   EXPECT_EQ(partsOf(smallest), (std::vector{0, 1, 0, 0}));
 }
 
-TEST(ZKVersion, FactoryOfPartsAnswersAbsentWhereInitMakesAnInvalidVersion) {
+TEST(ZKVersion, TheFactoryGivesNothingWhereInitMakesAnInvalidVersion) {
   EXPECT_FALSE(ZKVersion::versionWithMajor(0, 0, 5, 1));
   const Ref<ZKVersion> invalid = ZKVersion::initWithMajor(0, 0, 5, 1);
   ASSERT_TRUE(invalid);
@@ -124,7 +124,7 @@ TEST(ZKVersion, PartSettersClearBitsAndNotDigits) {
   }
 }
 
-TEST(ZKVersion, EachPartSetterAloneIsCleanOnZero) {
+TEST(ZKVersion, EachPartSetterIsCleanOnZero) {
   const auto set = [](void (ZKVersion::*setter)(std::uint16_t), std::uint16_t part) {
     const Ref<ZKVersion> version = packed(0);
     ((*version).*setter)(part);
@@ -141,7 +141,7 @@ TEST(ZKVersion, EachPartSetterAloneIsCleanOnZero) {
   EXPECT_EQ(set(&ZKVersion::setSpin, 10'000), 9'999U);
 }
 
-TEST(ZKVersion, AllPartSettersOneAfterTheOtherDisturbEachOther) {
+TEST(ZKVersion, PartSettersDisturbEachOther) {
   const Ref<ZKVersion> version = packed(0);
   version->setMajor(1);
   version->setMinor(2);
@@ -173,7 +173,7 @@ TEST(ZKVersion, EqualityWithAVersionReadsAbsentAsZero) {
   EXPECT_TRUE(packed(0)->isEqualToVersion(nullptr));
 }
 
-TEST(ZKVersion, EqualityWithAnyObjectAsksForAVersion) {
+TEST(ZKVersion, EqualityWithAnObjectNeedsAVersion) {
   EXPECT_TRUE(packed(5)->isEqual(packed(5)));
   EXPECT_FALSE(packed(5)->isEqual(packed(6)));
   EXPECT_FALSE(packed(5)->isEqual(nullptr));
@@ -189,7 +189,7 @@ TEST(ZKVersion, ZeroEqualsAbsentAsAVersionAndNotAsAnObject) {
   EXPECT_FALSE(packed(0)->isEqual(nullptr));
 }
 
-TEST(ZKVersion, HashIsThatOfTheNumberObject) {
+TEST(ZKVersion, HashesLikeItsNumberObject) {
   for (const std::uint64_t value : {std::uint64_t{0}, std::uint64_t{102'030'004}, kLargest}) {
     EXPECT_EQ(packed(value)->hash(), packed(value)->number()->hash());
     EXPECT_EQ(packed(value)->hash(), std::make_shared<DerivedVersion>(value)->hash());
@@ -221,7 +221,7 @@ TEST(ZKVersion, RelationsOrderPackedValues) {
   EXPECT_FALSE(small->isNotEqualTo(std::make_shared<DerivedVersion>(102'030'004)));
 }
 
-TEST(ZKVersion, RelationsAnswerOfWhatIsNoVersionAsOfAbsent) {
+TEST(ZKVersion, RelationsTreatOtherObjectsLikeAbsentOnes) {
   const Ref<NSObject> others[] = {nullptr,
                                   std::make_shared<PlainObject>(),
                                   std::make_shared<CountingObject>(kLargest),

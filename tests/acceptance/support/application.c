@@ -1,8 +1,7 @@
-/* The application that the tests have updated.
+/* The application that the tests update.
  *
- * Started with one of the words below it plays the old version that still runs, until it is killed. Started in any
- * other way, as the installer does, it writes what it finds about itself into a file of the folder named by
- * ZK_REPORTS, and ends.
+ * Started with one of the words below, it plays the old version, which runs until it is killed. Started in any other
+ * way, as by the installer, it writes a report about itself to a file in the folder that ZK_REPORTS names, and ends.
  */
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -53,6 +52,7 @@ static void writeReport(int argumentCount, char** arguments, const char* folder)
   FILE* report = open_memstream(&text, &size);
   reportDescriptors(report);
   for (int index = 1; index < argumentCount; ++index) fprintf(report, "argument %s\n", arguments[index]);
+  for (char** variable = environ; *variable != NULL; ++variable) fprintf(report, "environment %s\n", *variable);
   fprintf(report, "process %d\nsession %d\ngroup %d\n", getpid(), getsid(0), getpgrp());
 
   char path[PATH_MAX + 64];

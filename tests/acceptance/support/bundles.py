@@ -1,4 +1,4 @@
-"""Application bundles and other trees: making them, and telling whether they are what they were."""
+"""Makes application bundles and other trees, and describes them so that tests can compare them."""
 
 import os
 import plistlib
@@ -56,7 +56,7 @@ def make_bundle(path, program, version, identifier=IDENTIFIER):
 
 
 def add_socket(folder):
-    """Puts something into a folder that is nothing to be copied."""
+    """Puts a socket into a folder: something that cannot be copied."""
     os.mknod(folder / "zzz-socket", stat.S_IFSOCK | 0o600)
 
 
@@ -67,7 +67,7 @@ def _content(path, kind):
 
 
 def tree(top):
-    """All that stands under a folder, with what a copy has to keep of it."""
+    """Everything under a folder, with all that a copy has to keep."""
     top = Path(top)
     result = {}
     paths = [top] + [Path(folder) / name for folder, folders, files in os.walk(top) for name in folders + files]
@@ -84,7 +84,7 @@ def tree(top):
 
 
 def give_to(user, *tops):
-    """Makes whole trees somebody's own. The bits that a change of owner takes away are put back."""
+    """Makes a user the owner of whole trees. Mode bits that a change of owner clears are set again."""
     for top in tops:
         for name, properties in tree(top).items():
             path = Path(top) / name
@@ -95,7 +95,7 @@ def give_to(user, *tops):
 
 
 def remove_tree(top):
-    """Removes a tree of which parts may have been made unreadable."""
+    """Removes a tree even if parts of it are unreadable."""
     for folder, folders, _ in os.walk(top):
         for name in folders:
             path = os.path.join(folder, name)

@@ -1,4 +1,4 @@
-"""The documents, and the listings in them."""
+"""The documents and their listings."""
 
 import re
 from typing import NamedTuple
@@ -22,11 +22,11 @@ def listings(path):
 
 
 def only(path, language):
-    """The text of the one listing of a language in a document."""
+    """The text of a document's only listing in a language."""
     (text,) = [listing.text for listing in listings(path) if listing.language == language]
     return text
 
 
 def commands(text):
-    """The commands of a listing, without the remarks."""
+    """The commands of a listing, without their comments."""
     return [line.partition("  #")[0].rstrip() for line in text.splitlines()]

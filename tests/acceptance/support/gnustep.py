@@ -1,6 +1,6 @@
-"""Reads the property list in each file that standard input names with GNUstep's Foundation, prints a line of JSON for
-each, in the form that property_lists.py describes ("absent" for what it refuses), and writes it to FOLDER/N.FORM for
-each FORM (text, xml, binary), where N counts the lines from 0.
+"""Reads property lists with GNUstep's Foundation. Standard input names one file a line. For each it prints a line of
+JSON in the form that property_lists.py describes ("absent" if the document is refused), and writes the property list to
+FOLDER/N.FORM for each FORM (text, xml, binary). N counts the lines from 0.
 
 usage: gnustep.py [FOLDER FORM...] < NAMES
 """
@@ -21,7 +21,7 @@ Object = ctypes.c_void_p
 
 
 class Foundation:
-    """Objects of Foundation, by messages."""
+    """Objects of Foundation, and the messages sent to them."""
 
     def __init__(self):
         self.runtime = ctypes.CDLL("libobjc.so.4", mode=ctypes.RTLD_GLOBAL)
@@ -34,7 +34,7 @@ class Foundation:
         return self.runtime.objc_get_class(class_name.encode())
 
     def send(self, receiver, selector, *arguments, gives=Object):
-        """Sends a message; arguments are ctypes values or bytes."""
+        """Sends a message. Arguments are ctypes values or bytes."""
         selector = self.runtime.sel_registerName(selector.encode())
         method = self.runtime.objc_msg_lookup(Object(receiver), Object(selector))
         types = [ctypes.c_char_p if isinstance(argument, bytes) else type(argument) for argument in arguments]
@@ -89,7 +89,7 @@ class Foundation:
 
 
 def in_child(work):
-    """The bytes that `work` gives back in a child process, none when that ends early: exceptions end a process here."""
+    """The bytes that `work` returns in a child process; none if it ends early, as any exception makes it do."""
     reading, writing = os.pipe()
     child = os.fork()
     if child == 0:

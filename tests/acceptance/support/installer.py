@@ -1,4 +1,4 @@
-"""A run of the installer, and what it told."""
+"""A run of the installer, and what it logged."""
 
 import re
 import subprocess
@@ -17,7 +17,7 @@ END = "End installation"
 
 
 def run_with(*errors):
-    """The log of a run that tells these errors."""
+    """The log of a run with these errors."""
     return [BEGIN, *("Error: " + error for error in errors), END]
 
 
@@ -41,7 +41,7 @@ def failed_with(*errors):
 
 
 class Run:
-    """One started installer. It reads nothing and writes to files, unless the test gives it another standard error."""
+    """One started installer. Its input is empty. Its output goes to files, unless a test sets its standard error."""
 
     def __init__(self, command, folder, stderr=None, **options):
         self.output_path = folder / "output"
@@ -63,12 +63,12 @@ class Run:
         return self.process.poll() is not None
 
     def wait_until_waiting(self):
-        """Until it waits for something, which it does only once it knows its target, or has ended."""
+        """Waits until it waits for something, which it does only once it knows its target, or until it has ended."""
         asleep = 0
 
         def is_waiting():
             nonlocal asleep
-            # A single look may find it waiting for a moment only, for a page or for its turn.
+            # A single look may find it asleep for a moment only, waiting for a page or for its turn.
             asleep = asleep + 1 if program_of(self.pid) == "zkupdater" and is_asleep(self.pid) else 0
             return self.has_ended() or asleep > 10
 
@@ -79,10 +79,10 @@ class Run:
         return self.process.wait(limit)
 
     def lines(self):
-        """The lines of its log, in their parts; every line has to have the one form."""
+        """The lines of its log, split into their parts. Every line must have the same form."""
         text = self.log_path.read_text()
         matches = [(line, LINE.fullmatch(line)) for line in text.splitlines()]
-        assert all(match for _, match in matches), f"a line of another form in the log:\n{text}"
+        assert all(match for _, match in matches), f"a malformed line in the log:\n{text}"
         assert text == "" or text.endswith("\n")
         return [match.groupdict() for _, match in matches]
 

@@ -1,4 +1,4 @@
-"""Mounts that nobody but the test's own processes see, and that are gone with the last of them."""
+"""Mounts that only the test's own processes see, and that vanish with the last of them."""
 
 import os
 import subprocess
@@ -8,10 +8,9 @@ import pytest
 
 
 class PrivateMounts:
-    """A user and mount namespace of its own, in which the user is root, kept by one process of the scene.
+    """A new user and mount namespace in which the user is root, kept by one process of the scene.
 
-    What the scene starts from then on, it starts in there.
-    """
+    Whatever the scene starts later runs in it. """
 
     def __init__(self, scene):
         made = subprocess.run(["unshare", "-Urm", "true"], capture_output=True, text=True)
@@ -29,7 +28,7 @@ class PrivateMounts:
         subprocess.run([*self.enter, *(str(part) for part in command)], check=True)
 
     def mount_small_disk(self, folder, kilobytes, inodes=0):
-        """Puts an empty file system of this size at a folder, and hands back where it is seen from outside."""
+        """Mounts an empty file system of this size on a folder. Returns its path as seen from outside."""
         self.run("mount", "-t", "tmpfs", "-o", f"size={kilobytes}k,nr_inodes={inodes}", "none", folder)
         return self.seen(folder)
 

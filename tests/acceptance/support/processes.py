@@ -1,4 +1,4 @@
-"""Waiting with a limit, and knowing every process that a test has brought about."""
+"""Waiting with a limit, and finding every process that a test has caused."""
 
 import ctypes
 import os
@@ -6,13 +6,13 @@ import signal
 import time
 from pathlib import Path
 
-LIMIT = 30.0  # seconds; what happens at all happens long before
+LIMIT = 30.0  # seconds; far more than anything takes
 PR_SET_CHILD_SUBREAPER = 36
 KERNEL_THREAD = 0x00200000  # a flag of the ninth field of /proc/<pid>/stat
 
 
 def eventually(condition, what, limit=LIMIT):
-    """Waits until the condition gives something true, and hands that back."""
+    """Waits until the condition returns something true. Returns that."""
     end = time.monotonic() + limit
     while not (result := condition()):
         assert time.monotonic() < end, f"not within {limit:g} seconds: {what}"
@@ -21,21 +21,21 @@ def eventually(condition, what, limit=LIMIT):
 
 
 def stays(condition, what, seconds=0.5):
-    """Makes sure that the condition keeps being true for a while."""
+    """Makes sure that the condition stays true for a while."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
-        assert condition(), f"no longer so: {what}"
+        assert condition(), f"no longer true: {what}"
         time.sleep(0.02)
 
 
 def adopt_orphans():
-    """Makes this process the parent of all that its children leave behind, so that none of it outlives its test."""
+    """Makes this process the parent of all that its children leave running, so that nothing outlives its test."""
     if ctypes.CDLL(None, use_errno=True).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0:
-        raise OSError(ctypes.get_errno(), "no orphan can be adopted")
+        raise OSError(ctypes.get_errno(), "orphans cannot be adopted")
 
 
 def stat_fields(pid):
-    """The fields of /proc/<pid>/stat from the third on, or nothing when there is no such process."""
+    """The fields of /proc/<pid>/stat from the third on, or nothing if there is no such process."""
     try:
         return Path(f"/proc/{pid}/stat").read_text(errors="replace").rpartition(")")[2].split()
     except (FileNotFoundError, ProcessLookupError):
@@ -47,7 +47,7 @@ def all_processes():
 
 
 def children():
-    """The processes whose parent this one is, zombies too."""
+    """The children of a process, including zombies."""
     result = set()
     for pid in all_processes():
         fields = stat_fields(pid)
@@ -57,7 +57,7 @@ def children():
 
 
 def program_of(pid):
-    """The name of the file that a process runs, or nothing when it has ended."""
+    """The name of the file that a process runs, or nothing if it has ended."""
     try:
         return os.path.basename(os.readlink(f"/proc/{pid}/exe"))
     except (FileNotFoundError, ProcessLookupError):
@@ -78,7 +78,7 @@ def a_kernel_thread():
 
 
 def an_unused_pid():
-    """An id that no process has and that none will soon: the last that there can be."""
+    """An id that no process has or will have soon: the largest possible."""
     pid = int(Path("/proc/sys/kernel/pid_max").read_text()) - 1
     while os.path.exists(f"/proc/{pid}"):
         pid -= 1
@@ -86,7 +86,7 @@ def an_unused_pid():
 
 
 def wait_for_end(pid):
-    """Waits for the end of a child that no Popen object stands for."""
+    """Waits for the end of a child that has no Popen object."""
     try:
         eventually(lambda: os.waitpid(pid, os.WNOHANG)[0] == pid, f"process {pid} has ended")
     except ChildProcessError:

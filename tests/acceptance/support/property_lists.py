@@ -1,10 +1,9 @@
-"""Property lists of random values, documents of them in every form, and other programs that read and write them.
+"""Property lists of random values, their documents in every form, and the other programs that read and write them.
 
 A value is None, a boolean, an integer, a float, text, bytes, a Date, a UID, a list or a dictionary. To be compared it
-is turned into JSON that tells the kinds apart: reals, dates, data and dictionaries are objects with one entry, "real"
+is turned into JSON that distinguishes the kinds: reals, dates, data and dictionaries are objects with one entry, "real"
 and "date" (the bits of the double in hexadecimal), "data" (in hexadecimal) and "dict"; a UID is a dictionary with its
-number under "CF$UID".
-"""
+number under "CF$UID". """
 
 import ctypes
 import datetime
@@ -51,7 +50,7 @@ def in_json(value):
 
 
 def of_json(line):
-    """The same form of a line that another program printed."""
+    """The same form from a line that another program printed."""
     return line if line == "absent" else json.dumps(json.loads(line), sort_keys=True)
 
 
@@ -59,7 +58,7 @@ NOT_IN_XML = {"control characters", "a fraction of a second", "a UID"}
 
 
 class Values:
-    """Random values, for ever the same for a seed, without what the program or form at hand cannot hold."""
+    """Random values, always the same for a seed, without those that the program or form in question cannot hold."""
 
     def __init__(self, seed, without=()):
         self.random = random.Random(seed)
@@ -128,17 +127,16 @@ def for_plistlib(value):
 
 
 class HandMade:
-    """Documents in the binary form that no program at hand writes: every width, every kind, any order of objects.
+    """Documents in the binary form that none of the programs writes: every width, every kind, any order of objects.
 
-    `features` names what a document holds that not everybody reads.
-    """
+    `features` names what a document holds that not every program reads. """
 
     def __init__(self, seed):
         self.values = Values(seed)
         self.random = self.values.random
 
     def document(self):
-        """The bytes of a document, the value that it stands for, and its features."""
+        """The bytes of a document, its value, and its features."""
         self.features = set()
         self.is_plain = self.random.random() < 0.5
         self.value = self.values.value(self.random.choice([0, 1, 2]))
@@ -165,7 +163,7 @@ class HandMade:
         return document + trailer
 
     def add(self, value):
-        """Adds the value; gives back its place and the value that it is read as."""
+        """Adds the value. Returns its index and the value that it is read as."""
         if isinstance(value, list):
             marker = 0xA
             if not self.is_plain and self.random.random() < 0.2:
@@ -261,7 +259,7 @@ class HandMade:
 
 
 class LibPlist:
-    """The library that plistutil is made of, in this process: a process for each document takes long."""
+    """The library behind plistutil, loaded into this process, since a process for each document takes long."""
 
     def __init__(self):
         self.functions = ctypes.CDLL(LIBPLIST)
@@ -286,7 +284,7 @@ class LibPlist:
         return self._convert(document, self.functions.plist_to_bin)
 
     def read(self, document):
-        """JSON of what it reads, by way of its XML and plistlib."""
+        """What it reads, as JSON. Its XML is read by plistlib for this."""
         xml = self.in_xml(document)
         return "absent" if xml is None else read_with_plistlib(xml)
 
@@ -296,7 +294,7 @@ def read_with_plistlib(document):
         return in_json(plistlib.loads(document))
     except plistlib.InvalidFileException:
         return "absent"
-    except Exception as error:  # malformed XML, dates that no datetime holds
+    except Exception as error:  # malformed XML, or dates that datetime cannot hold
         return f"absent: {error}"
 
 

@@ -1,4 +1,4 @@
-"""Runs a program under a filter that lets system calls fail.
+"""Runs a program under a filter that makes system calls fail.
 
 Arguments: the calls' names with commas between them, the error's name, the program, its arguments.
 """
@@ -9,7 +9,7 @@ import os
 import struct
 import sys
 
-# Of the calls named "futex" only the waits fail: the C library takes it for its own error when another one does.
+# Of the calls named "futex" only the waits fail. The C library would take any other failure for an error of its own.
 FUTEX_WAIT_BITSET, FUTEX_OPERATION = 9, 0x7F
 
 NAMES = ("futex", "copy_file_range", "pidfd_open", "close_range", "fsync", "fdatasync", "syncfs")
@@ -22,7 +22,7 @@ PR_SET_NO_NEW_PRIVS = 38
 PR_SET_SECCOMP = 22
 SECCOMP_MODE_FILTER = 2
 LOAD, AND, UNLESS_EQUAL_SKIP, RETURN = 0x20, 0x54, 0x15, 0x06
-NUMBER, SECOND_ARGUMENT = 0, 24  # where the filter finds them
+NUMBER, SECOND_ARGUMENT = 0, 24  # their offsets in the filter's input
 ALLOW, FAIL = 0x7FFF0000, 0x00050000
 
 

@@ -1,4 +1,4 @@
-"""The stage of one test: an application that runs, its update, the semaphores, and the end of all of it."""
+"""The setting of one test: a running application, its update and the semaphores, all removed at the end."""
 
 import contextlib
 import itertools
@@ -17,15 +17,15 @@ NOBODY = 65534
 IS_ROOT = os.geteuid() == 0
 RELAUNCH_ARGUMENTS = ["-com.quillory.tavoro.update.AutoUpdateEnabled", "NO"]
 
-# What is started this way ends with the tests' own process even when that is killed. Programs that another user or
-# another namespace is entered by come before it, since that tie does not survive them.
+# What is started with this ends with the tests' own process, even if that is killed. A program that changes the user or
+# the namespace must come before it, since it would undo this.
 TIED = ["setpriv", "--pdeathsig", "KILL"]
 
 _numbers = itertools.count()
 
 
 class Report:
-    """What a relaunched application has told about itself."""
+    """What a relaunched application reported about itself."""
 
     def __init__(self, path):
         self.lines = [line.partition(" ")[::2] for line in path.read_text().splitlines()]
@@ -62,8 +62,8 @@ class Scene:
         self.known_children = children()
         self.processes = []
         self.running = None  # the process of the target
-        self.user = None  # whom the installer runs as, if another
-        self.prefix = []  # a command that starts the target and the installer, to put them into another surrounding
+        self.user = None  # the user that the installer runs as, if not the tests' own
+        self.prefix = []  # a command that starts the target and the installer in another environment
         with contextlib.ExitStack() as self.stack:
             self._prepare()
             self.stack = self.stack.pop_all()
@@ -105,7 +105,7 @@ class Scene:
         return self.updates / f".{self.update_semaphore.name}.semaphore"
 
     def become_unprivileged(self):
-        """Lets the installer run as a user without privileges, who owns all that is there by now."""
+        """Lets the installer run as a user without privileges, who becomes the owner of all files made so far."""
         if not IS_ROOT:
             return
         self.user = NOBODY
@@ -119,7 +119,7 @@ class Scene:
         return {} if user is None else {"user": user, "group": user, "extra_groups": []}
 
     def start(self, command, user=None, **options):
-        """Starts a process that ends with the test at the latest. It runs its own program when this returns."""
+        """Starts a process that ends with the test at the latest. When this returns, it runs its own program."""
         process = subprocess.Popen(
             [str(part) for part in (*self.prefix, *TIED, *command)],
             **{"stdin": subprocess.DEVNULL, **self._as_user(user), **options},
@@ -130,7 +130,7 @@ class Scene:
         return process
 
     def start_target(self, how="stay", bundle=None):
-        """Starts the old version; it is there when this returns. Its second thread is its attribute `thread`."""
+        """Starts the old version. When this returns, it runs. Its attribute `thread` is the id of its second thread."""
         command = [(bundle or self.target).executable, how]
         process = self.start(command, user=self.user, stdout=subprocess.PIPE)
         with process.stdout:
@@ -142,7 +142,7 @@ class Scene:
         end_process(self.running)
 
     def settings(self, **changes):
-        """The settings of a run: all five, with changes; one that is changed to nothing is left out."""
+        """The five settings of a run, with changes. A setting changed to None is left out."""
         values = {
             "updatePath": self.updates,
             "installerSemaphore": self.installer_semaphore.name,
@@ -155,7 +155,7 @@ class Scene:
         return [part for key, value in values.items() if value is not None for part in ("-" + key, str(value))]
 
     def begin_plainly(self, arguments, wrapper=(), installer=None, **options):
-        """Starts an installer with these very arguments; a wrapper is a command that starts it in its turn."""
+        """Starts an installer with exactly these arguments. A wrapper is a command that starts it."""
         run = Run(
             [*self.prefix, *TIED, *wrapper, installer or self.installer, *arguments],
             self.make_folder(f"run-{next(_numbers)}"),
@@ -168,26 +168,26 @@ class Scene:
         return run
 
     def begin(self, wrapper=(), installer=None, stderr=None, cwd=None, **changes):
-        """Starts an installer, and hands it back once it waits or has ended."""
+        """Starts an installer and returns it once it waits or has ended."""
         run = self.begin_plainly(
             self.settings(**changes), wrapper=wrapper, installer=installer, stderr=stderr, cwd=cwd or self.folder
         )
         return run.wait_until_waiting()
 
     def install(self, **options):
-        """The whole of a run: the target ends once the installer waits for that."""
+        """A whole run: the target ends once the installer waits for it."""
         run = self.begin(**options)
         if self.running is not None:
             self.end_target()
         return run.outcome()
 
-    # What came of it
+    # Results
 
     def is_held(self, semaphore):
         return semaphore.count() == 0
 
     def is_nothing_held(self):
-        """Both semaphores are free, or were never made, and no record is left."""
+        """Whether both semaphores are free, or were never made, and no record is left."""
         counts = {self.installer_semaphore.count(), self.update_semaphore.count()}
         return counts <= {1, None} and not os.path.lexists(self.record_path())
 
@@ -201,7 +201,7 @@ class Scene:
         return backup
 
     def orphans(self):
-        """The processes that installers have left running, or unreaped, when they ended."""
+        """The processes that installers left running or unreaped when they ended."""
         return children() - self.known_children - {process.pid for process in self.processes}
 
     def _end_orphans(self):
@@ -209,7 +209,7 @@ class Scene:
             end_child(pid)
 
     def launched(self):
-        """The reports of the applications that installers which have ended had started."""
+        """The reports of the applications that were started by installers which have ended."""
         for pid in self.orphans():
             wait_for_end(pid)
         return [Report(path) for path in sorted(self.reports.iterdir()) if not path.name.startswith(".")]

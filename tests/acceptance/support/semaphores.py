@@ -1,4 +1,4 @@
-"""Named semaphores, through the C library that the product uses as well."""
+"""Named semaphores through the C library, which the installer uses too."""
 
 import ctypes
 import errno
@@ -6,7 +6,7 @@ import os
 
 _library = ctypes.CDLL(None, use_errno=True)
 _library.sem_open.restype = ctypes.c_void_p
-_library.sem_open.argtypes = [ctypes.c_char_p, ctypes.c_int]  # mode and count follow as variable arguments
+_library.sem_open.argtypes = [ctypes.c_char_p, ctypes.c_int]  # mode and count follow as variadic arguments
 for _name in ("sem_close", "sem_trywait", "sem_post"):
     getattr(_library, _name).argtypes = [ctypes.c_void_p]
 _library.sem_getvalue.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_int)]
@@ -19,7 +19,7 @@ def _checked(result):
 
 
 class Semaphore:
-    """One name. Every operation opens it anew, since the product may have put a new semaphore under it."""
+    """One name. Every operation opens it again, since the installer may have put a new semaphore under it."""
 
     def __init__(self, name):
         self.name = name
@@ -45,14 +45,14 @@ class Semaphore:
         return self
 
     def take(self):
-        """Takes it, and fails when it is taken."""
+        """Takes it. Fails if it is taken."""
         self._do(_library.sem_trywait)
 
     def post(self):
         self._do(_library.sem_post)
 
     def count(self):
-        """The count, or nothing where there is no such semaphore."""
+        """The count, or None if there is no such semaphore."""
         value = ctypes.c_int(-1)
         try:
             self._do(lambda handle: _library.sem_getvalue(handle, ctypes.byref(value)))
@@ -65,7 +65,7 @@ class Semaphore:
         return "/dev/shm/sem." + self.name.lstrip("/")
 
     def identity(self):
-        """What tells a semaphore from another that has taken over its name."""
+        """What distinguishes a semaphore from a later one of the same name."""
         return os.stat(self.file).st_ino
 
     def unlink(self):

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "FileItems.h"
-#include "system/Port.h"
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
 #include "support/TreeDescription.h"
+#include "system/FileDescriptor.h"
+#include "system/Port.h"
 
 namespace zk::test {
 namespace {
@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr off_t kMegabyte = 1 << 20;
 
-/// Bytes in which no two stretches are alike.
+/// Bytes without any repetition.
 std::string someBytes(std::size_t count) {
   std::string bytes(count, '\0');
   unsigned state = 1;
@@ -33,7 +33,7 @@ std::string someBytes(std::size_t count) {
 
 class CopyContents : public ::testing::Test {
  protected:
-  /// Makes a file of `size` bytes that is a hole but for the stretches given.
+  /// Makes a file of `size` bytes that has data only in the given stretches and holes elsewhere.
   void makeSparse(const fs::path& path, off_t size, const std::vector<std::pair<off_t, std::string>>& stretches) {
     writeFile(path, "");
     const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
@@ -56,7 +56,7 @@ class CopyContents : public ::testing::Test {
   void copyAndCompare() {
     const Outcome outcome = copyItem(folder / "from", folder / "to");
     EXPECT_TRUE(outcome.succeeded) << outcome.code() << " at " << outcome.path();
-    // Not by EXPECT_EQ, which would print megabytes.
+    // EXPECT_EQ would print megabytes.
     EXPECT_TRUE(describeTree(folder / "to") == describeTree(folder / "from"));
   }
 
@@ -83,7 +83,7 @@ TEST_F(CopyContents, KeepsBytesAndHoles) {
   EXPECT_LE(statusOf(folder / "to/middle").st_blocks, statusOf(folder / "from/middle").st_blocks);
 }
 
-/// System calls that a filter may refuse, and with what.
+/// System calls that a filter may refuse, and the error of each.
 struct Refusal {
   const char* name;
   std::vector<long> numbers;
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, CopyContentsRefused,
                                            Refusal{"CopyingByDoingNothing", {SYS_copy_file_range}, 0}),
                          [](const auto& parameter) { return parameter.param.name; });
 
-TEST_F(CopyContents, KeepsTheBytesWhereHolesCannotBeTold) {
+TEST_F(CopyContents, KeepsTheBytesIfHolesCannotBeFound) {
   makeTree();
   EXPECT_EQ(statusInChild([this] {
               ASSERT_TRUE(refuseSystemCall(SYS_lseek, EINVAL));
@@ -133,14 +133,14 @@ TEST_F(CopyContents, KeepsTheBytesWhereHolesCannotBeTold) {
   }
 }
 
-TEST_F(CopyContents, ReadsFilesThatTellOfNoSize) {
+TEST_F(CopyContents, ReadsFilesThatReportNoSize) {
   const Outcome outcome = copyItem("/proc/self/mountinfo", folder / "to");
   EXPECT_TRUE(outcome.succeeded) << outcome.code();
   EXPECT_EQ(readFile(folder / "to"), readFile("/proc/self/mountinfo"));
   EXPECT_GT(statusOf(folder / "to").st_size, 0);
 }
 
-TEST_F(CopyContents, ReadsFilesThatTellOfMoreThanTheyHold) {
+TEST_F(CopyContents, ReadsFilesThatReportMoreThanTheyHold) {
   const fs::path path = "/sys/kernel/mm/transparent_hugepage/enabled";
   if (!isThere(path)) GTEST_SKIP() << "no such file here";
   ASSERT_EQ(statusOf(path).st_size, 4096);
@@ -149,7 +149,7 @@ TEST_F(CopyContents, ReadsFilesThatTellOfMoreThanTheyHold) {
   EXPECT_EQ(readFile(folder / "to"), readFile(path));
 }
 
-TEST_F(CopyContents, EndsWhereAFileThatBecameShorterEnds) {
+TEST_F(CopyContents, EndsAtTheNewEndOfAFileThatBecameShorter) {
   const std::string bytes = someBytes(100000);
   writeFile(folder / "from", bytes);
   EXPECT_EQ(copyContentsOf(300000), 0);
@@ -158,13 +158,13 @@ TEST_F(CopyContents, EndsWhereAFileThatBecameShorterEnds) {
   EXPECT_TRUE(readFile(folder / "to") == bytes);
 }
 
-TEST_F(CopyContents, EndsWhereAFileWithAHoleAtItsEndThatBecameShorterEnds) {
+TEST_F(CopyContents, EndsAtTheNewEndOfAFileWithAFinalHoleThatBecameShorter) {
   makeSparse(folder / "from", kMegabyte, {{0, "x"}});
   EXPECT_EQ(copyContentsOf(2 * kMegabyte), 0);
   EXPECT_EQ(statusOf(folder / "to").st_size, kMegabyte);
 }
 
-TEST_F(CopyContents, TakesOfAFileThatBecameLongerAtLeastWhatItHad) {
+TEST_F(CopyContents, CopiesAtLeastTheOldPartOfAFileThatBecameLonger) {
   const std::string bytes = someBytes(100000);
   writeFile(folder / "from", bytes);
   EXPECT_EQ(copyContentsOf(50000), 0);
@@ -172,7 +172,7 @@ TEST_F(CopyContents, TakesOfAFileThatBecameLongerAtLeastWhatItHad) {
   EXPECT_GE(statusOf(folder / "to").st_size, 50000);
 }
 
-TEST_F(CopyContents, EndsAlthoughTheFileGoesOnGrowing) {
+TEST_F(CopyContents, EndsEvenIfTheFileKeepsGrowing) {
   writeFile(folder / "from", someBytes(kMegabyte));
   ChildProcess writer([this](const ChildProcess::TellReady& tellReady) {
     const FileDescriptor file(::open((folder / "from").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
@@ -189,7 +189,7 @@ TEST_F(CopyContents, EndsAlthoughTheFileGoesOnGrowing) {
   }
 }
 
-TEST_F(CopyContents, TellsTheErrorOfAFileThatCannotBeRead) {
+TEST_F(CopyContents, ReportsTheErrorForAFileThatCannotBeRead) {
   writeFile(folder / "from", "x");
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
@@ -201,7 +201,7 @@ TEST_F(CopyContents, TellsTheErrorOfAFileThatCannotBeRead) {
             0);
 }
 
-TEST_F(CopyContents, TellsTheErrorOfAFolderThatCannotBeRead) {
+TEST_F(CopyContents, ReportsTheErrorForAFolderThatCannotBeRead) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
                                  fs::create_directory(folder / "closed");
@@ -212,14 +212,14 @@ TEST_F(CopyContents, TellsTheErrorOfAFolderThatCannotBeRead) {
             0);
 }
 
-TEST_F(CopyContents, TellsAnErrorOfReading) {
-  // What is mapped at address 0 cannot be read.
+TEST_F(CopyContents, ReportsAReadError) {
+  // The memory at address 0 cannot be read.
   const Outcome outcome = copyItem("/proc/self/mem", folder / "to");
   EXPECT_FALSE(outcome.succeeded);
   EXPECT_EQ(outcome.code(), 5);
 }
 
-TEST_F(CopyContents, TellsAnErrorOfWriting) {
+TEST_F(CopyContents, ReportsAWriteError) {
   writeFile(folder / "from", "x");
   EXPECT_EQ(statusInChild([this] {
               ASSERT_TRUE(refuseSystemCall(SYS_ioctl, ENOSYS));

@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 class CopyDelegate : public ::testing::Test {
  protected:
-  /// The sources that the delegate was asked about, by the paths from the folder on.
+  /// The sources that the delegate was asked about, as paths below the folder.
   std::vector<std::string> asked() const { return relative(delegate.questions); }
   std::vector<std::string> failed() const { return relative(delegate.failures); }
 
@@ -37,7 +37,7 @@ class CopyDelegate : public ::testing::Test {
 /// Makes a socket: something that cannot be copied.
 void makeUncopyable(const fs::path& path) { ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0); }
 
-TEST_F(CopyDelegate, IsAskedAboutEachItemByTheBytesOfTheNamesAFolderBeforeWhatItHolds) {
+TEST_F(CopyDelegate, IsAskedAboutItemsInByteOrderAndAboutAFolderBeforeItsContents) {
   for (const char* name : {"from/b/z", "from/b/a/deep", "from/b.c", "from/B", "from/\xff", "from/\xc3\xa9"}) {
     writeFile(folder / name, "x");
   }
@@ -56,7 +56,7 @@ TEST_F(CopyDelegate, IsToldWhereEachItemGoes) {
   }
 }
 
-TEST_F(CopyDelegate, IsAskedBeforeTheItemIsThere) {
+TEST_F(CopyDelegate, IsAskedBeforeTheItemIsCopied) {
   writeFile(folder / "from/a/b", "x");
   delegate.shouldCopy = [](NSFileManager&, const std::string&, const Ref<NSURL>& destination) {
     const fs::path path = destination->path()->bytes();
@@ -79,7 +79,7 @@ TEST_F(CopyDelegate, IsGivenTheManagerThatAsks) {
   EXPECT_EQ(delegate.questions.size(), 1u);
 }
 
-TEST_F(CopyDelegate, IsNoLongerAskedOnceItIsTakenAway) {
+TEST_F(CopyDelegate, IsNotAskedOnceItHasBeenRemoved) {
   writeFile(folder / "from", "x");
   NSFileManager fileManager;
   fileManager.setDelegate(&delegate);
@@ -88,7 +88,7 @@ TEST_F(CopyDelegate, IsNoLongerAskedOnceItIsTakenAway) {
   EXPECT_THAT(delegate.questions, IsEmpty());
 }
 
-TEST_F(CopyDelegate, LeavesAnItemWithAllThatItHoldsOutOfTheCopy) {
+TEST_F(CopyDelegate, CanLeaveAFolderOutWithEverythingInIt) {
   writeFile(folder / "from/a/inside", "x");
   writeFile(folder / "from/b", "x");
   delegate.shouldCopy = [](NSFileManager&, const std::string& source, const Ref<NSURL>&) {
@@ -131,7 +131,7 @@ TEST_F(CopyDelegate, IsAskedEvenWhenTheDestinationsFolderIsMissing) {
   EXPECT_THAT(delegate.codes, ElementsAre(2));
 }
 
-TEST_F(CopyDelegate, StopsTheCopyAtTheFirstErrorAndWhatWasWrittenStays) {
+TEST_F(CopyDelegate, StopsTheCopyAtTheFirstErrorWhichLeavesWhatWasWritten) {
   writeFile(folder / "from/a", "x");
   makeUncopyable(folder / "from/b");
   writeFile(folder / "from/c", "x");
@@ -161,7 +161,7 @@ TEST_F(CopyDelegate, CanGoOnAfterAnError) {
   EXPECT_EQ(readFile(folder / "to/e"), "x");
 }
 
-TEST_F(CopyDelegate, IsNotAskedAboutWhatAFolderHoldsThatCouldNotBeMade) {
+TEST_F(CopyDelegate, IsNotAskedAboutTheContentsOfAFolderThatCouldNotBeMade) {
   writeFile(folder / "from/a/inside", "x");
   writeFile(folder / "from/b", "x");
   delegate.proceeds = true;
@@ -184,7 +184,7 @@ TEST_F(CopyDelegate, IsNotNeeded) {
   EXPECT_FALSE(fileManager.copyItemAtURL(folder.url("nothing"), folder.url("to2")));
 }
 
-TEST_F(CopyDelegate, WithoutOneNothingThatIsThereIsOverwritten) {
+TEST_F(CopyDelegate, NothingIsOverwrittenWithoutADelegate) {
   writeFile(folder / "from", "new");
   writeFile(folder / "to", "old");
   EXPECT_EQ(copyItem(folder / "from", folder / "to").code(), 17);
@@ -196,7 +196,7 @@ TEST_F(CopyDelegate, WithoutOneNothingThatIsThereIsOverwritten) {
   EXPECT_EQ(copyItem(folder / "folder", folder / "folder").code(), 17);
 }
 
-TEST_F(CopyDelegate, ReplacesWhatIsThereByRemovingItFirst) {
+TEST_F(CopyDelegate, CanReplaceAnExistingItemByRemovingItFirst) {
   writeFile(folder / "from/a", "new");
   writeFile(folder / "to/b/c", "old");
   delegate.shouldCopy = [](NSFileManager& fileManager, const std::string&, const Ref<NSURL>& destination) {
@@ -228,7 +228,7 @@ TEST_F(CopyDelegate, MayCopyWithTheSameManagerWhileItIsAsked) {
     if (!isCopying) {
       isCopying = true;
       EXPECT_TRUE(fileManager.copyItemAtURL(folder.url("other"), folder.url("otherCopy")));
-      // Something for the removal below to find, made by another copy's questions in between.
+      // Another copy asks in between, and makes something for the removal below to find.
       writeFile(destination->path()->bytes(), "in the way");
     }
     fileManager.removeItemAtURL(destination);
@@ -247,7 +247,7 @@ TEST_F(CopyDelegate, RefusesToCopyAFolderIntoItself) {
   EXPECT_FALSE(isThere(folder / "from/to"));
 }
 
-TEST_F(CopyDelegate, LeavesTheFolderThatTheCopyGoesIntoOutOfTheCopyWhenItGoesOn) {
+TEST_F(CopyDelegate, CanGoOnWithoutCopyingTheDestinationIntoItself) {
   writeFile(folder / "from/inner/a", "x");
   writeFile(folder / "from/z", "x");
   delegate.proceeds = true;
@@ -258,20 +258,20 @@ TEST_F(CopyDelegate, LeavesTheFolderThatTheCopyGoesIntoOutOfTheCopyWhenItGoesOn)
   EXPECT_EQ(readFile(folder / "from/inner/to/z"), "x");
 }
 
-TEST_F(CopyDelegate, RefusesASourceWhosePathAZeroByteWouldCut) {
+TEST_F(CopyDelegate, RefusesASourcePathWithAZeroByte) {
   writeFile(folder / "from", "x");
   EXPECT_EQ(copyItem((folder / "from").string() + '\0' + "x", folder / "to", &delegate).code(), 22);
   EXPECT_FALSE(isThere(folder / "to"));
 }
 
-TEST_F(CopyDelegate, RefusesADestinationThatIsNoItemsName) {
+TEST_F(CopyDelegate, RefusesADestinationWhoseLastPartIsNotAName) {
   writeFile(folder / "from", "x");
   EXPECT_EQ(copyItem(folder / "from", "/").code(), 22);
   EXPECT_EQ(copyItem(folder / "from", folder / "..").code(), 22);
   EXPECT_EQ(copyItem(folder / "from", folder.path().string() + "/to" + '\0' + "x").code(), 22);
 }
 
-TEST_F(CopyDelegate, IsAskedAboutPathsWithOneSlashBetweenNamesWhateverTheTopEndsWith) {
+TEST_F(CopyDelegate, IsAskedAboutPathsWithSingleSlashesWhateverTheTopEndsWith) {
   writeFile(folder / "from/a", "x");
   EXPECT_TRUE(copyItem((folder / "from").string() + "//", (folder / "to").string() + "/", &delegate).succeeded);
   EXPECT_EQ(delegate.questions[1].first, (folder / "from/a").string());
@@ -279,11 +279,11 @@ TEST_F(CopyDelegate, IsAskedAboutPathsWithOneSlashBetweenNamesWhateverTheTopEnds
   EXPECT_EQ(readFile(folder / "to/a"), "x");
 }
 
-TEST_F(CopyDelegate, SeesAnErrorOfAFoldersOwnAfterWhatItHolds) {
+TEST_F(CopyDelegate, IsToldOfAFoldersOwnErrorAfterItsContents) {
   writeFile(folder / "from/a/b", "x");
   delegate.proceeds = true;
   delegate.shouldCopy = [this](NSFileManager&, const std::string& source, const Ref<NSURL>&) {
-    // The copy of the folder goes away under its item, and something else stands in its place.
+    // The copy of the folder is moved away while its item is copied, and something else takes its place.
     if (source.ends_with("/b")) {
       fs::rename(folder / "to/a", folder / "moved");
       fs::create_directory(folder / "to/a");

@@ -10,9 +10,9 @@
 #include <string>
 
 #include "FileItems.h"
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/RefuseSystemCall.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {
@@ -33,7 +33,7 @@ void writeBelow(int parent, const char* name) {
   ASSERT_EQ(::write(file.get(), "deep", 4), 4);
 }
 
-/// The folder `depth` levels below `path`, each level called "d"; closed when it is not there.
+/// The folder `depth` levels below `path`, each level called "d"; closed if it does not exist.
 FileDescriptor openDeep(const fs::path& path, int depth) {
   FileDescriptor folder = openTop(path);
   for (int level = 0; level < depth && folder.isOpen(); ++level) folder = openBelow(folder.get(), "d");
@@ -79,7 +79,7 @@ class CopyDepth : public ::testing::Test {
     EXPECT_EQ(status.st_mode & 07777, 0640u);
   }
 
-  /// Runs `body` in a child process that does not wait for the disk, which with thousands of folders takes long.
+  /// Runs `body` in a child process that does not wait for the disk, since that takes long with thousands of folders.
   template <class Body>
   void withoutSync(Body body) {
     EXPECT_EQ(statusInChild([&] {
@@ -143,9 +143,9 @@ TEST_F(CopyDepth, KeepsHardLinksAcrossAnyDepth) {
   EXPECT_EQ(bottom.st_ino, statusOf(folder / "to/e").st_ino);
 }
 
-TEST_F(CopyDepth, LeavesFoldersThatEndUpClosedToTheirOwner) {
+TEST_F(CopyDepth, CanLeaveFoldersThatLockTheirOwnerOut) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make another user's folders";
-  // Deep enough for the walk to have closed the outer folders; the copy's modes let their owner in no more.
+  // So deep that the walk has closed the outer folders. The modes of their copies lock their owner out.
   fs::path path = folder / "from";
   for (int level = 0; level < 10; ++level) {
     fs::create_directory(path);
@@ -175,7 +175,7 @@ TEST_F(CopyDepth, LeavesNoDescriptorOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_F(CopyDepth, KeepsTheDescriptorsThatItHoldsFromWhatIsStartedMeanwhile) {
+TEST_F(CopyDepth, KeepsItsDescriptorsFromProgramsStartedMeanwhile) {
   writeFile(folder / "from/a/b/c", "x");
   RecordingDelegate delegate;
   delegate.shouldCopy = [](NSFileManager&, const std::string&, const Ref<NSURL>&) {

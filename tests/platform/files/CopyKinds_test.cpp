@@ -9,8 +9,8 @@
 #include <string>
 
 #include "FileItems.h"
-#include "system/FileDescriptor.h"
 #include "support/TreeDescription.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {
@@ -34,7 +34,7 @@ class CopyKinds : public ::testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(CopyKinds, CopiesATreeWithAllThatItHolds) {
+TEST_F(CopyKinds, CopiesATreeWithEverythingInIt) {
   writeFile(folder / "from/a/b/file", "deep");
   writeFile(folder / "from/empty", "");
   writeFile(folder / "from/.hidden", "x");
@@ -94,7 +94,7 @@ TEST_F(CopyKinds, CopiesAnyOtherLinkAtTheTopAsALink) {
   }
 }
 
-TEST_F(CopyKinds, KeepsALinkThatTellsOfNoSize) {
+TEST_F(CopyKinds, KeepsALinkThatReportsNoSize) {
   // As the links under /proc do.
   const fs::path target = folder / std::string(200, 'n') / std::string(200, 'n');
   fs::create_directories(target.parent_path());
@@ -130,7 +130,7 @@ TEST_F(CopyKinds, KeepsHardLinksOfLinksAndFIFOs) {
   EXPECT_TRUE(isSameItem(folder / "to/fifo", folder / "to/fifo2"));
 }
 
-TEST_F(CopyKinds, KeepsHardLinksBelowFoldersThatAreClosedToTheirOwner) {
+TEST_F(CopyKinds, KeepsHardLinksInFoldersThatLockTheirOwnerOut) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
                                  writeFile(folder / "from/a/b/first", "x");
@@ -143,7 +143,7 @@ TEST_F(CopyKinds, KeepsHardLinksBelowFoldersThatAreClosedToTheirOwner) {
             0);
 }
 
-TEST_F(CopyKinds, MakesAFileOfItsOwnOfAFileThatHasAnotherNameOutsideTheTree) {
+TEST_F(CopyKinds, MakesASeparateFileOfOneWithAnotherNameOutsideTheTree) {
   writeFile(folder / "from/file", "x");
   fs::create_hard_link(folder / "from/file", folder / "outside");
   ASSERT_TRUE(copyItem(folder / "from", folder / "to").succeeded);
@@ -152,7 +152,7 @@ TEST_F(CopyKinds, MakesAFileOfItsOwnOfAFileThatHasAnotherNameOutsideTheTree) {
   EXPECT_EQ(readFile(folder / "to/file"), "x");
 }
 
-TEST_F(CopyKinds, MakesAFIFOAnewWithoutOpeningIt) {
+TEST_F(CopyKinds, MakesANewFIFOWithoutOpeningTheOldOne) {
   fs::create_directory(folder / "from");
   for (const mode_t mode : Modes{0600, 0644, 0000, 04777}) {
     const fs::path fifo = folder / "from" / std::to_string(mode);

@@ -3,9 +3,9 @@
 #include <filesystem>
 
 #include "FileItems.h"
-#include "system/System.h"
 #include "support/Memory.h"
 #include "support/TreeDescription.h"
+#include "system/System.h"
 
 namespace zk::test {
 namespace {
@@ -25,7 +25,7 @@ class OutOfMemory : public ::testing::TestWithParam<FailingAllocation::How> {
     EXPECT_EQ(openDescriptors(), descriptors);
   }
 
-  /// Where memory has run out for good there is none for the error.
+  /// If memory has run out for good, there is none for the error either.
   void expectOutOfMemory(bool failed, const Ref<NSError>& error) const {
     if (failed && !isForGood()) {
       ASSERT_NE(error, nullptr);
@@ -39,7 +39,7 @@ class OutOfMemory : public ::testing::TestWithParam<FailingAllocation::How> {
   NSFileManager fileManager;
 };
 
-TEST_P(OutOfMemory, LeavesNoFileManager) {
+TEST_P(OutOfMemory, MakesAFileManagerAbsent) {
   System::current();  // is made at its first use
   const FailingAllocation failing(0, GetParam());
   EXPECT_EQ(System::current().makeFileManager(), nullptr);

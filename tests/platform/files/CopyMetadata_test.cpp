@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kAccessACL = "system.posix_acl_access";
-/// Where the first entry of an ACL's bytes, the owner's, has its permissions.
+/// The position of the permissions of the first entry, the owner's, in an ACL's bytes.
 constexpr std::size_t kOwnersPermissions = 6;
 constexpr const char* kDefaultACL = "system.posix_acl_default";
 
@@ -136,7 +136,7 @@ TEST_F(CopyMetadata, KeepsExtendedAttributes) {
   EXPECT_EQ(attributeOf(folder / "to/file", "user.long"), std::string(2000, 'v'));
 }
 
-TEST_F(CopyMetadata, KeepsExtendedAttributesOfWhatIsNotOpened) {
+TEST_F(CopyMetadata, KeepsExtendedAttributesOfItemsThatAreNotOpened) {
   fs::create_directory(folder / "from");
   fs::create_symlink("nothing", folder / "from/link");
   ASSERT_EQ(::mkfifo((folder / "from/fifo").c_str(), 0600), 0);
@@ -175,7 +175,7 @@ TEST_F(CopyMetadata, KeepsACLs) {
   EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / "from"));
 }
 
-TEST_F(CopyMetadata, KeepsAttributesOfAFileWhoseACLLetsItsOwnerNotWrite) {
+TEST_F(CopyMetadata, KeepsAttributesOfAFileWhoseACLKeepsItsOwnerFromWriting) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
                                  writeFile(folder / "from", "x");
@@ -190,12 +190,12 @@ TEST_F(CopyMetadata, KeepsAttributesOfAFileWhoseACLLetsItsOwnerNotWrite) {
             0);
 }
 
-TEST_F(CopyMetadata, TakesNoACLAndNoBitOverFromTheFolderThatItGoesInto) {
+TEST_F(CopyMetadata, InheritsNoACLAndNoModeBitFromTheDestinationsFolder) {
   writeFile(folder / "from/inner/file", "x");
   ASSERT_EQ(::mkfifo((folder / "from/fifo").c_str(), 0644), 0);
   setMode(folder / "from/inner/file", 0664);
   fs::create_directory(folder / "parent");
-  // Its owner's entry lets no one but others into what is made here.
+  // Its owner's entry keeps everyone out of new items except others.
   std::string closed = accessListBytes(7);
   closed[kOwnersPermissions] = 0;
   if (!setAttribute(folder / "parent", kDefaultACL, closed)) GTEST_SKIP() << "no ACLs here";
@@ -262,7 +262,7 @@ TEST_F(CopyMetadata, LeavesOutAttributesThatTheUserMayNotSet) {
             0);
 }
 
-TEST_F(CopyMetadata, NeverLosesASetGroupIdBitWithoutAWord) {
+TEST_F(CopyMetadata, NeverLosesASetGroupIdBitSilently) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make another user's item";
   writeFile(folder / "from", "x");
   setMode(folder / "from", 02755);
@@ -271,8 +271,8 @@ TEST_F(CopyMetadata, NeverLosesASetGroupIdBitWithoutAWord) {
   setMode(folder / "parent", 02777);
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
-                                 // The copy belongs to a group that this user is not in, and may not be given to
-                                 // root's.
+                                 // The copy belongs to a group that this user is not in, and cannot be given to root's
+                                 // group.
                                  const Outcome outcome = copyItem(folder / "from", folder / "parent/to");
                                  EXPECT_FALSE(outcome.succeeded);
                                  EXPECT_EQ(outcome.code(), 1);

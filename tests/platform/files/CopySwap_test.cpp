@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What is done to source or destination while a copy is under way, by someone who wants to lead it elsewhere.
+/// Changes that somebody makes to the source or destination during a copy, to lead it elsewhere.
 class CopySwap : public ::testing::Test {
  protected:
   CopySwap() {
@@ -31,7 +31,8 @@ class CopySwap : public ::testing::Test {
     outside = describeTree(folder / "outside");
   }
 
-  /// Does `swap` once, while the delegate is asked about the source `name`, then removes what is at the destination.
+  /// Does `swap` once, when the delegate is asked about the source `name`, and then removes the item at the
+  /// destination.
   template <class Swap>
   void during(const std::string& name, Swap swap) {
     delegate.shouldCopy = [this, name, swap](NSFileManager& fileManager, const std::string& source,
@@ -50,7 +51,7 @@ class CopySwap : public ::testing::Test {
   TreeDescription outside;
 };
 
-TEST_F(CopySwap, OfADestinationFolderForALinkLeadsNowhere) {
+TEST_F(CopySwap, ALinkInPlaceOfADestinationFolderLeadsNowhere) {
   writeFile(folder / "from/a/file", "x");
   during("from/a/file", [this] {
     fs::rename(folder / "to/a", folder / "moved");
@@ -63,7 +64,7 @@ TEST_F(CopySwap, OfADestinationFolderForALinkLeadsNowhere) {
   EXPECT_EQ(outcome.code(), 70);
 }
 
-TEST_F(CopySwap, OfTheTopOfTheDestinationForALinkLeadsNowhere) {
+TEST_F(CopySwap, ALinkInPlaceOfTheTopOfTheDestinationLeadsNowhere) {
   writeFile(folder / "from/a/file", "x");
   during("from/a", [this] {
     fs::rename(folder / "to", folder / "moved");
@@ -74,7 +75,7 @@ TEST_F(CopySwap, OfTheTopOfTheDestinationForALinkLeadsNowhere) {
   EXPECT_EQ(readFile(folder / "moved/a/file"), "x");
 }
 
-TEST_F(CopySwap, OfTheFolderAroundTheDestinationForALinkLeadsNowhere) {
+TEST_F(CopySwap, ALinkInPlaceOfTheFolderAroundTheDestinationLeadsNowhere) {
   writeFile(folder / "from/file", "x");
   fs::create_directory(folder / "parent");
   during("from", [this] {
@@ -86,7 +87,7 @@ TEST_F(CopySwap, OfTheFolderAroundTheDestinationForALinkLeadsNowhere) {
   EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
 }
 
-TEST_F(CopySwap, LeavesTheRemovalItAsksForInTheFolderThatItHolds) {
+TEST_F(CopySwap, ARemovalAskedForDuringACopyStaysInTheOpenFolder) {
   writeFile(folder / "from/file", "x");
   fs::create_directory(folder / "parent");
   writeFile(folder / "parent/file", "old");
@@ -100,7 +101,7 @@ TEST_F(CopySwap, LeavesTheRemovalItAsksForInTheFolderThatItHolds) {
   EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
 }
 
-TEST_F(CopySwap, OfASourceFolderForALinkLeadsNowhere) {
+TEST_F(CopySwap, ALinkInPlaceOfASourceFolderLeadsNowhere) {
   writeFile(folder / "from/a/file", "x");
   during("from/a", [this] {
     fs::rename(folder / "from/a", folder / "moved");
@@ -110,7 +111,7 @@ TEST_F(CopySwap, OfASourceFolderForALinkLeadsNowhere) {
   EXPECT_TRUE(fs::is_symlink(folder / "to/a"));
 }
 
-TEST_F(CopySwap, OfASourceFolderThatIsBeingCopiedLeadsNowhere) {
+TEST_F(CopySwap, ALinkInPlaceOfASourceFolderBeingCopiedLeadsNowhere) {
   writeFile(folder / "from/a/file", "x");
   during("from/a/file", [this] {
     fs::rename(folder / "from/a", folder / "moved");
@@ -120,7 +121,7 @@ TEST_F(CopySwap, OfASourceFolderThatIsBeingCopiedLeadsNowhere) {
   EXPECT_EQ(readFile(folder / "to/a/file"), "x");
 }
 
-TEST_F(CopySwap, OfADeepFolderToAnotherPlaceEndsTheCopy) {
+TEST_F(CopySwap, AMovedDeepFolderEndsTheCopy) {
   for (const char* side : {"from", "to"}) {
     writeFile(folder / "from/1/2/3/4/5/6/7/8/9/file", "x");
     writeFile(folder / "from/2", "x");
@@ -137,7 +138,7 @@ TEST_F(CopySwap, OfADeepFolderToAnotherPlaceEndsTheCopy) {
   }
 }
 
-TEST_F(CopySwap, OfTheFirstOfSeveralHardLinksIsNotTakenForIt) {
+TEST_F(CopySwap, AnotherFileInPlaceOfTheFirstHardLinkIsNotTakenForIt) {
   writeFile(folder / "from/a/first", "x");
   fs::create_hard_link(folder / "from/a/first", folder / "from/second");
   during("from/second", [this] {
@@ -149,7 +150,7 @@ TEST_F(CopySwap, OfTheFirstOfSeveralHardLinksIsNotTakenForIt) {
   EXPECT_EQ(readFile(folder / "outside/file"), "untouched");
 }
 
-TEST_F(CopySwap, OfTheFolderAroundTheFirstHardLinkForALinkIsNotFollowed) {
+TEST_F(CopySwap, ALinkInPlaceOfTheFolderAroundTheFirstHardLinkIsNotFollowed) {
   writeFile(folder / "from/a/file", "x");
   fs::create_hard_link(folder / "from/a/file", folder / "from/second");
   during("from/second", [this] {
@@ -160,7 +161,7 @@ TEST_F(CopySwap, OfTheFolderAroundTheFirstHardLinkForALinkIsNotFollowed) {
   EXPECT_FALSE(isThere(folder / "to/second"));
 }
 
-TEST_F(CopySwap, LeavesARemovalBehindAnotherCopyWithTheSameManagerInTheFolderThatItHolds) {
+TEST_F(CopySwap, ARemovalAfterANestedCopyStaysInTheOpenFolder) {
   writeFile(folder / "from/file", "x");
   writeFile(folder / "other", "x");
   fs::create_directory(folder / "parent");
@@ -179,7 +180,7 @@ TEST_F(CopySwap, LeavesARemovalBehindAnotherCopyWithTheSameManagerInTheFolderTha
   EXPECT_EQ(readFile(folder / "moved/file/file"), "x");
 }
 
-TEST_F(CopySwap, IsNoMatterToARemovalAfterTheCopy) {
+TEST_F(CopySwap, ARemovalAfterTheCopyUsesThePathAgain) {
   writeFile(folder / "from", "x");
   NSFileManager fileManager;
   fileManager.setDelegate(&delegate);
@@ -188,10 +189,10 @@ TEST_F(CopySwap, IsNoMatterToARemovalAfterTheCopy) {
   EXPECT_FALSE(isThere(folder / "to"));
 }
 
-/// How long something may take that hangs when it fails, in seconds.
+/// The longest time, in seconds, for something that would hang if it failed.
 constexpr unsigned kLongestTime = 60;
 
-/// Lets a child process swap two items for each other all the time while this one copies "from" over and over.
+/// Lets a child process swap two items all the time while this one copies "from" again and again.
 class CopyRace : public CopySwap {
  protected:
   void race(const fs::path& one, const fs::path& other, const std::function<void(const Outcome&)>& check) {
@@ -210,7 +211,7 @@ class CopyRace : public CopySwap {
   }
 };
 
-TEST_F(CopyRace, ForASourceFolderIsNeverWonByALink) {
+TEST_F(CopyRace, ALinkNeverWinsAgainstASourceFolder) {
   writeFile(folder / "from/a/own", "x");
   fs::create_directory_symlink(folder / "outside", folder / "link");
   race(folder / "from/a", folder / "link", [this](const Outcome& outcome) {
@@ -219,7 +220,7 @@ TEST_F(CopyRace, ForASourceFolderIsNeverWonByALink) {
   });
 }
 
-TEST_F(CopySwap, OfASourceFileForAnythingElseIsNoticedAtOnce) {
+TEST_F(CopySwap, AnythingElseInPlaceOfASourceFileIsNoticedAtOnce) {
   fs::create_symlink("file", folder / "link");
   ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
   EXPECT_EQ(statusInChild([&] {
@@ -235,8 +236,8 @@ TEST_F(CopySwap, OfASourceFileForAnythingElseIsNoticedAtOnce) {
             0);
 }
 
-TEST_F(CopySwap, OfATreeThatIsBeingRemovedIsNotFollowed) {
-  // The item is a link by the time it is removed: it goes, and nothing else.
+TEST_F(CopySwap, ALinkInPlaceOfAnItemBeingRemovedIsNotFollowed) {
+  // By the time it is removed, the item is a link. The link is removed, and nothing else.
   writeFile(folder / "from/a", "x");
   during("from/a", [this] { fs::create_directory_symlink(folder / "outside", folder / "to/a"); });
   EXPECT_TRUE(copy().succeeded);

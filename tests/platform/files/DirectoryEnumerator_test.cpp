@@ -26,7 +26,7 @@ class DirectoryEnumerator : public ::testing::Test {
     return fileManager.enumeratorAtURL(url, {NSURLIsPackageKey}, options);
   }
 
-  /// The rest of what is enumerated, by the paths from the folder on.
+  /// The items still to come, as paths relative to `top`.
   std::vector<std::string> rest(const Ref<NSDirectoryEnumerator>& items, const fs::path& top) {
     std::vector<std::string> paths;
     while (const Ref<NSURL> item = items->nextObject()) {
@@ -42,7 +42,7 @@ class DirectoryEnumerator : public ::testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(DirectoryEnumerator, YieldsAFolderThenAllThatItHoldsThenTheNextItemByTheBytesOfTheNames) {
+TEST_F(DirectoryEnumerator, YieldsAFolderBeforeItsContentsAndSortsByTheBytesOfNames) {
   writeFile(folder / "b/z", "");
   writeFile(folder / "b/a/deep", "");
   writeFile(folder / "b.c", "");
@@ -54,7 +54,7 @@ TEST_F(DirectoryEnumerator, YieldsAFolderThenAllThatItHoldsThenTheNextItemByTheB
               ElementsAre(".hidden", ".hidden/x", "B", "b", "b/a", "b/a/deep", "b/z", "b.c", "\xc3\xa9", "\xff"));
 }
 
-TEST_F(DirectoryEnumerator, YieldsNothingOfAnEmptyFolder) { EXPECT_THAT(all(), IsEmpty()); }
+TEST_F(DirectoryEnumerator, YieldsNothingForAnEmptyFolder) { EXPECT_THAT(all(), IsEmpty()); }
 
 TEST_F(DirectoryEnumerator, YieldsLinksWithoutEnteringThem) {
   writeFile(folder / "real/file", "");
@@ -64,7 +64,7 @@ TEST_F(DirectoryEnumerator, YieldsLinksWithoutEnteringThem) {
   EXPECT_THAT(all(), ElementsAre("dangling", "link", "loop", "real", "real/file"));
 }
 
-TEST_F(DirectoryEnumerator, EntersTheFolderThatALinkAtItsTopLeadsTo) {
+TEST_F(DirectoryEnumerator, FollowsALinkAtTheTop) {
   writeFile(folder / "real/file", "");
   fs::create_directory_symlink("real", folder / "link");
   EXPECT_THAT(rest(enumerator(folder.url("link")), folder / "link"), ElementsAre("file"));
@@ -82,14 +82,14 @@ TEST_F(DirectoryEnumerator, YieldsPackagesWithoutEnteringThemWhenAskedTo) {
                           "folder/Three.framework/file", "folder/Two.KEXT", "folder/Two.KEXT/file"));
 }
 
-TEST_F(DirectoryEnumerator, EntersAPackageAtItsTop) {
+TEST_F(DirectoryEnumerator, EntersAPackageAtTheTop) {
   writeFile(folder / "One.app/file", "");
   EXPECT_THAT(
       rest(enumerator(folder.url("One.app"), NSDirectoryEnumerationSkipsPackageDescendants), folder / "One.app"),
       ElementsAre("file"));
 }
 
-TEST_F(DirectoryEnumerator, IsAbsentForWhatIsNoReadableFolder) {
+TEST_F(DirectoryEnumerator, IsAbsentForAnythingButAReadableFolder) {
   writeFile(folder / "file", "");
   EXPECT_EQ(enumerator(folder.url("nothing")), nullptr);
   EXPECT_EQ(enumerator(folder.url("file")), nullptr);
@@ -102,7 +102,7 @@ TEST_F(DirectoryEnumerator, IsAbsentForWhatIsNoReadableFolder) {
             0);
 }
 
-TEST_F(DirectoryEnumerator, YieldsAFolderThatCannotBeReadAndPassesOverIt) {
+TEST_F(DirectoryEnumerator, YieldsAFolderThatCannotBeReadWithoutEnteringIt) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
                                  writeFile(folder / "a/file", "");
@@ -160,13 +160,13 @@ TEST_F(DirectoryEnumerator, KeepsTheErrorNumber) {
   EXPECT_EQ(errno, ERANGE);
 }
 
-TEST_F(DirectoryEnumerator, DropsSlashesAtTheEndOfItsFolder) {
+TEST_F(DirectoryEnumerator, DropsTrailingSlashesOfItsFolder) {
   writeFile(folder / "file", "");
   const Ref<NSDirectoryEnumerator> items = enumerator(std::make_shared<NSURL>(folder.path().string() + "//"));
   EXPECT_EQ(items->nextObject()->path()->bytes(), (folder / "file").string());
 }
 
-TEST_F(DirectoryEnumerator, PassesOverWhatLiesDeeperThanTheLongestPath) {
+TEST_F(DirectoryEnumerator, SkipsItemsWhosePathsAreTooLong) {
   const std::string name(250, 'n');
   FileDescriptor inner(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   for (int depth = 0; depth < 20; ++depth) {

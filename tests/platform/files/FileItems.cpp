@@ -21,7 +21,7 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-/// Says that the process may again be looked at under /proc by itself, which a change of user takes from it.
+/// A change of user hides a process's folder under /proc even from itself; the last call makes it readable again.
 void becomeNobody() {
   ASSERT_EQ(::setgroups(0, nullptr), 0);
   ASSERT_EQ(::setresgid(kNobody, kNobody, kNobody), 0);

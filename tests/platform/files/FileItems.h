@@ -15,7 +15,7 @@
 
 namespace zk::test {
 
-/// A delegate that writes down what it is asked.
+/// A delegate that records what it is asked.
 class RecordingDelegate : public NSFileManagerDelegate {
  public:
   using Question = std::pair<std::string, std::string>;  ///< the paths of source and destination
@@ -24,7 +24,7 @@ class RecordingDelegate : public NSFileManagerDelegate {
   bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
                    const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
 
-  /// Answers whether an item is to be copied; always, unless a test sets something else.
+  /// Decides whether an item is copied. If a test leaves it empty, every item is.
   std::function<bool(NSFileManager&, const std::string& source, const Ref<NSURL>& destination)> shouldCopy;
   bool proceeds = false;
 
@@ -33,14 +33,14 @@ class RecordingDelegate : public NSFileManagerDelegate {
   std::vector<long> codes;  ///< of the failures
 };
 
-/// What a copy or a removal came to.
+/// The outcome of a copy or a removal.
 struct Outcome {
   bool succeeded = false;
   Ref<NSError> error;
 
   /// The error's code, 0 without one.
   long code() const { return error ? error->code() : 0; }
-  /// The path that the error tells, "" without one.
+  /// The path in the error, "" without one.
   std::string path() const;
 };
 
@@ -50,12 +50,12 @@ Outcome removeItem(const std::filesystem::path& path);
 
 using Modes = std::initializer_list<mode_t>;
 
-/// What a mode must hold for the item's contents to be copied by the user who runs the tests: nothing, for root.
+/// The mode bits that an item needs for the user who runs the tests to copy its contents; none for root.
 mode_t readable();
 
-/// The status of the item itself, links not followed; all zero, and a failed expectation, when there is none.
+/// The status of the item itself, links not followed; all zero, and a failed expectation, if there is none.
 struct stat statusOf(const std::filesystem::path& path);
-/// The mode of the item without its kind.
+/// The mode of the item, without its type.
 mode_t modeOf(const std::filesystem::path& path);
 void setMode(const std::filesystem::path& path, mode_t mode);
 /// Sets the times of the item itself.
@@ -64,7 +64,7 @@ bool isThere(const std::filesystem::path& path);
 
 /// An extended attribute of the item itself, or nothing.
 std::optional<std::string> attributeOf(const std::filesystem::path& path, const char* name);
-/// @return whether the file system takes it
+/// @return whether the file system accepts it
 bool setAttribute(const std::filesystem::path& path, const char* name, const std::string& value);
 
 /// The bytes of an ACL that gives user 1234 `permissions` (a digit 0 to 7) besides the mode rwxr-x---, as the
@@ -74,7 +74,8 @@ std::string accessListBytes(unsigned permissions);
 /// How many descriptors this process has open.
 std::size_t openDescriptors();
 
-/// Runs `body` in a child process that has no privileges: as root, as another user, who is first given `folder`.
+/// Runs `body` in a child process without privileges. If the tests run as root, the child becomes another user, who is
+/// first given `folder`.
 /// @return the child's exit status
 int statusUnprivileged(const TemporaryFolder& folder, const std::function<void()>& body);
 

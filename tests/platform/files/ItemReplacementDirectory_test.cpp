@@ -27,7 +27,7 @@ class ItemReplacementDirectory : public ::testing::Test {
   Ref<NSError> error;
 };
 
-TEST_F(ItemReplacementDirectory, IsANewEmptyHiddenFolderBesideTheItemThatStartsWithItsName) {
+TEST_F(ItemReplacementDirectory, IsANewEmptyHiddenFolderBesideTheItemAndNamedAfterIt) {
   const Ref<NSURL> made = make(folder.url("Host.app"));
   ASSERT_NE(made, nullptr);
   const fs::path path = made->path()->bytes();
@@ -44,7 +44,7 @@ TEST_F(ItemReplacementDirectory, HasAnotherNameEachTime) {
   EXPECT_EQ(paths.size(), 100u);
 }
 
-TEST_F(ItemReplacementDirectory, IsItsOwnersAloneWhateverTheMask) {
+TEST_F(ItemReplacementDirectory, IsOnlyForItsOwnerWhateverTheUmask) {
   for (const mode_t mask : Modes{0000, 0077, 0777}) {
     const mode_t before = ::umask(mask);
     const Ref<NSURL> made = make(folder.url("Host.app"));
@@ -54,14 +54,14 @@ TEST_F(ItemReplacementDirectory, IsItsOwnersAloneWhateverTheMask) {
   }
 }
 
-TEST_F(ItemReplacementDirectory, TakesNoBitOverFromItsFolder) {
+TEST_F(ItemReplacementDirectory, InheritsNoModeBitFromItsFolder) {
   setMode(folder.path(), 02700);
   const Ref<NSURL> made = make(folder.url("Host.app"));
   ASSERT_NE(made, nullptr);
   EXPECT_EQ(modeOf(made->path()->bytes()), 0700u);
 }
 
-TEST_F(ItemReplacementDirectory, HasANameThatFitsHoweverLongTheItemsIs) {
+TEST_F(ItemReplacementDirectory, HasANameThatFitsHoweverLongTheItemsNameIs) {
   const Ref<NSURL> made = make(folder.url(std::string(255, 'n')));
   ASSERT_NE(made, nullptr);
   EXPECT_EQ(made->lastPathComponent()->length(), 255u);
@@ -82,13 +82,13 @@ TEST_F(ItemReplacementDirectory, CutsALongNameBetweenCharacters) {
   }
 }
 
-TEST_F(ItemReplacementDirectory, StandsBesideTheItemAlsoWhenItsPathEndsWithSlashes) {
+TEST_F(ItemReplacementDirectory, IsBesideTheItemEvenIfItsPathEndsWithSlashes) {
   const Ref<NSURL> made = make(std::make_shared<NSURL>((folder / "Host.app").string() + "//"));
   ASSERT_NE(made, nullptr);
   EXPECT_EQ(fs::path(made->path()->bytes()).parent_path(), folder.path());
 }
 
-TEST_F(ItemReplacementDirectory, StandsBesideALinkNotBesideWhatItLeadsTo) {
+TEST_F(ItemReplacementDirectory, IsBesideALinkAndNotBesideItsTarget) {
   fs::create_directories(folder / "elsewhere/Real.app");
   fs::create_directory_symlink("elsewhere/Real.app", folder / "Host.app");
   const Ref<NSURL> made = make(folder.url("Host.app"));
@@ -102,7 +102,7 @@ TEST_F(ItemReplacementDirectory, WorksForANameThatIsNotUTF8) {
   EXPECT_TRUE(fs::is_directory(made->path()->bytes()));
 }
 
-TEST_F(ItemReplacementDirectory, IsAbsentWithTheReasonWhereNoFolderCanBeMade) {
+TEST_F(ItemReplacementDirectory, IsAbsentWithAnErrorIfNoFolderCanBeMade) {
   EXPECT_EQ(make(folder.url("nothing/Host.app")), nullptr);
   ASSERT_NE(error, nullptr);
   EXPECT_EQ(error->code(), 2);
@@ -111,7 +111,7 @@ TEST_F(ItemReplacementDirectory, IsAbsentWithTheReasonWhereNoFolderCanBeMade) {
             nullptr);
 }
 
-TEST_F(ItemReplacementDirectory, IsTheOnlyDirectoryThereIs) {
+TEST_F(ItemReplacementDirectory, IsTheOnlyDirectorySupported) {
   const Ref<NSURL> url = folder.url("Host.app");
   EXPECT_EQ(fileManager.URLForDirectory(1, NSUserDomainMask, url, true, &error), nullptr);
   EXPECT_EQ(error->code(), 22);
@@ -130,9 +130,9 @@ TEST_F(ItemReplacementDirectory, WorksInAFolderThatMayNotBeRead) {
             0);
 }
 
-TEST_F(ItemReplacementDirectory, IsNotLeftBehindWhereItCannotBeOpened) {
+TEST_F(ItemReplacementDirectory, IsNotLeftBehindIfItCannotBeOpened) {
   EXPECT_EQ(statusInChild([this] {
-              // One descriptor is left, for the folder around it.
+              // One descriptor is left, for the folder that it is made in.
               const int lowestFree = ::dup(STDIN_FILENO);
               ::close(lowestFree);
               rlimit limit{};

@@ -9,7 +9,7 @@
 
 namespace zk::test {
 
-/// The variables that ask for languages, set to these values and no others for as long as the object lives.
+/// Sets the variables that ask for languages to these values, and unsets the others, as long as the object lives.
 class LanguageEnvironment {
  public:
   explicit LanguageEnvironment(std::initializer_list<std::pair<const char*, const char*>> variables) {

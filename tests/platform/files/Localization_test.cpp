@@ -11,7 +11,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-TEST(WantedLanguages, AreNoneWhereTheEnvironmentAsksForNone) {
+TEST(WantedLanguages, AreNoneIfTheEnvironmentAsksForNone) {
   const LanguageEnvironment environment({});
   EXPECT_THAT(wantedLanguages(), ElementsAre());
 }
@@ -33,13 +33,13 @@ TEST(WantedLanguages, LoseTheirEncodingAndTheirVariant) {
   }
 }
 
-TEST(WantedLanguages, AreThoseOfTheListBeforeThatOfTheLocale) {
+TEST(WantedLanguages, TakeTheListBeforeTheLocale) {
   const LanguageEnvironment environment(
       {{"LANGUAGE", "fr:it"}, {"LC_ALL", "de"}, {"LC_MESSAGES", "es"}, {"LANG", "nl"}});
   EXPECT_THAT(wantedLanguages(), ElementsAre("fr", "it", "de"));
 }
 
-TEST(WantedLanguages, AreThatOfTheFirstLocaleVariableThatIsSet) {
+TEST(WantedLanguages, TakeTheFirstLocaleVariableThatIsSet) {
   {
     const LanguageEnvironment environment({{"LC_MESSAGES", "es"}, {"LANG", "nl"}});
     EXPECT_THAT(wantedLanguages(), ElementsAre("es"));
@@ -57,12 +57,12 @@ TEST(WantedLanguages, AreNeverPaths) {
   }
 }
 
-TEST(WantedLanguages, AreNotEmptyThoughARegionStandsAlone) {
+TEST(WantedLanguages, KeepARegionWithoutALanguage) {
   const LanguageEnvironment environment({{"LANG", "_DE"}});
   EXPECT_THAT(wantedLanguages(), ElementsAre("_DE", "-DE"));
 }
 
-TEST(WantedLanguages, PassOverEmptyNamesInTheList) {
+TEST(WantedLanguages, SkipEmptyNamesInTheList) {
   const LanguageEnvironment environment({{"LANGUAGE", "::de::.UTF-8:@x:fr:"}});
   EXPECT_THAT(wantedLanguages(), ElementsAre("de", "fr"));
 }

@@ -1,5 +1,5 @@
-// A program for the tests of the main bundle: prints where its main bundle lies and how that translates its first
-// argument.
+// A program for the tests of the main bundle: prints the path of its main bundle and that bundle's translation of its
+// first argument.
 
 #include <cstdio>
 

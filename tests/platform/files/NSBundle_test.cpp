@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <barrier>
 #include <cerrno>
 #include <cstdio>
+#include <thread>
+#include <vector>
 
 #include "LanguageEnvironment.h"
 #include "objects/NSData.h"
@@ -79,18 +82,18 @@ TEST_F(NSBundleTest, IsReadFromTheFirstLayoutThatItHas) {
   EXPECT_EQ(identifier("X"), "flat");
 }
 
-TEST_F(NSBundleTest, KeepsToItsLayoutThoughTheInfoThereIsWorthless) {
+TEST_F(NSBundleTest, KeepsItsLayoutEvenIfTheInfoThereIsWorthless) {
   write("X/Contents/Info.plist", "worthless: {");
   write("X/Info.plist", kIdentified);
   EXPECT_EQ(identifier("X"), "(absent)");
 }
 
-TEST_F(NSBundleTest, IsAnyOtherFolderWithoutAnIdentifier) {
+TEST_F(NSBundleTest, APlainFolderIsABundleWithoutAnIdentifier) {
   fs::create_directory(folder / "plain");
   EXPECT_EQ(identifier("plain"), "(absent)");
 }
 
-TEST_F(NSBundleTest, IsNotTheInsideOfOne) {
+TEST_F(NSBundleTest, TheInsideOfABundleIsNotABundle) {
   write("X.app/Contents/Info.plist", kIdentified);
   write("Y/Resources/Info.plist", kIdentified);
   EXPECT_EQ(identifier("X.app/Contents"), "(absent)");
@@ -99,7 +102,7 @@ TEST_F(NSBundleTest, IsNotTheInsideOfOne) {
   EXPECT_EQ(identifier("Contents"), "(absent)");
 }
 
-TEST_F(NSBundleTest, IsNothingButAFolder) {
+TEST_F(NSBundleTest, OnlyAFolderIsABundle) {
   write("file", kIdentified);
   EXPECT_FALSE(bundle("file"));
   EXPECT_FALSE(bundle("missing"));
@@ -118,7 +121,7 @@ TEST_F(NSBundleTest, IsReadThroughLinks) {
   EXPECT_EQ(identifier("Y.app"), "com.example.x");
 }
 
-TEST_F(NSBundleTest, HasAnIdentifierInAnyFormOfPropertyList) {
+TEST_F(NSBundleTest, ReadsItsIdentifierFromAnyFormOfPropertyList) {
   const Ref<NSData> binary = NSPropertyListSerialization::dataFromPropertyList(
       NSDictionary::dictionaryWithEntries({{"CFBundleIdentifier"_ns, "com.example.x"_ns}}),
       NSPropertyListBinaryFormat_v1_0);
@@ -129,14 +132,14 @@ TEST_F(NSBundleTest, HasAnIdentifierInAnyFormOfPropertyList) {
   for (const char* name : {"binary", "xml", "text"}) EXPECT_EQ(identifier(name), "com.example.x") << name;
 }
 
-TEST_F(NSBundleTest, HasNoIdentifierThatIsNoText) {
+TEST_F(NSBundleTest, IgnoresAnIdentifierThatIsNotText) {
   write("X/Info.plist", "<plist><dict><key>CFBundleIdentifier</key><integer>1</integer></dict></plist>");
   EXPECT_EQ(identifier("X"), "(absent)");
   write("Y/Info.plist", "<plist><array><string>CFBundleIdentifier</string></array></plist>");
   EXPECT_EQ(identifier("Y"), "(absent)");
 }
 
-TEST_F(NSBundleTest, DoesNotWaitForAPipeInThePlaceOfItsInfo) {
+TEST_F(NSBundleTest, DoesNotWaitForAPipeInPlaceOfItsInfo) {
   fs::create_directories(folder / "X/Contents");
   ASSERT_EQ(::mkfifo((folder / "X/Contents/Info.plist").c_str(), 0666), 0);
   fs::create_directories(folder / "Y/Contents/Info.plist");
@@ -145,7 +148,7 @@ TEST_F(NSBundleTest, DoesNotWaitForAPipeInThePlaceOfItsInfo) {
   for (const char* name : {"X", "Y", "Z"}) {
     EXPECT_EQ(identifier(name), "(absent)") << name;
     write(std::string(name) + "/Info.plist", kIdentified);
-    EXPECT_EQ(identifier(name), "com.example.x") << name << ": what is no file is as good as not there";
+    EXPECT_EQ(identifier(name), "com.example.x") << name << ": anything but a file counts as missing";
   }
 }
 
@@ -159,7 +162,7 @@ TEST_F(NSBundleTest, HasItsExecutableWhereItsLayoutPutsIt) {
   EXPECT_EQ(executable("C.bundle"), "C.bundle/program");
 }
 
-TEST_F(NSBundleTest, HasAnExecutableOfItsOwnNameWhereTheInfoNamesNone) {
+TEST_F(NSBundleTest, HasAnExecutableWithItsOwnNameIfTheInfoNamesNone) {
   write("A.app/Contents/Info.plist", kEmpty);
   write("B/Resources/Info.plist", "<plist><dict><key>CFBundleExecutable</key><string></string></dict></plist>");
   write("C.v2.app/Info.plist", "<plist><dict><key>CFBundleExecutable</key><integer>1</integer></dict></plist>");
@@ -172,8 +175,8 @@ TEST_F(NSBundleTest, HasAnExecutableOfItsOwnNameWhereTheInfoNamesNone) {
   EXPECT_EQ(executable(".hidden"), ".hidden/.hidden");
 }
 
-TEST_F(NSBundleTest, RefusesAnExecutableThatLeadsOutOfIt) {
-  for (const char* name : {"/bin/sh", "..", "../x", "a/../../x", "a/..", "../../../bin/sh"}) {
+TEST_F(NSBundleTest, RefusesAnExecutableOutsideItself) {
+  for (const char* name : {"/bin/sh", "..", "../x", "./../x", "a/../../x", "a/..", ".", "../../../bin/sh"}) {
     write("X.app/Contents/Info.plist",
           "<plist><dict><key>CFBundleExecutable</key><string>" + std::string(name) + "</string></dict></plist>");
     EXPECT_EQ(executable("X.app"), "(absent)") << name;
@@ -183,13 +186,24 @@ TEST_F(NSBundleTest, RefusesAnExecutableThatLeadsOutOfIt) {
   EXPECT_FALSE(NSBundle::bundleWithURL(std::make_shared<NSURL>("/"))->executablePath());
 }
 
-TEST_F(NSBundleTest, HasAnExecutableInAFolderFurtherInside) {
+TEST_F(NSBundleTest, MayHaveItsExecutableInAnInnerFolder) {
   write("X.app/Contents/Info.plist",
         "<plist><dict><key>CFBundleExecutable</key><string>bin/..x/program</string></dict></plist>");
   EXPECT_EQ(executable("X.app"), "X.app/Contents/MacOS/bin/..x/program");
 }
 
-TEST_F(NSBundleTest, LiesAroundItsExecutableInAnyLayout) {
+TEST_F(NSBundleTest, MayHaveAnExecutableWhoseNameGoesBackAndStaysInside) {
+  // Only the name counts, not its folders: "sub" is a link that leads out of the bundle.
+  fs::create_directories(folder / "X.app/Contents/MacOS");
+  fs::create_directory_symlink("/", folder / "X.app/Contents/MacOS/sub");
+  for (const char* name : {"sub/../program", "./program", "a/b/../../program", "sub//./../program"}) {
+    write("X.app/Contents/Info.plist",
+          "<plist><dict><key>CFBundleExecutable</key><string>" + std::string(name) + "</string></dict></plist>");
+    EXPECT_EQ(fs::path(executable("X.app")).lexically_normal(), "X.app/Contents/MacOS/program") << name;
+  }
+}
+
+TEST_F(NSBundleTest, IsFoundFromItsExecutableInAnyLayout) {
   write("A.app/Contents/Info.plist", kEmpty);
   write("B.framework/Resources/Info.plist", kEmpty);
   write("C.bundle/Info.plist", kEmpty);
@@ -202,32 +216,32 @@ TEST_F(NSBundleTest, LiesAroundItsExecutableInAnyLayout) {
   EXPECT_EQ(around("x"), "(none)");
 }
 
-TEST_F(NSBundleTest, IsTheNearestAroundAnExecutable) {
+TEST_F(NSBundleTest, TheNearestBundleAroundAnExecutableIsFound) {
   write("A.app/Contents/Info.plist", kEmpty);
   write("A.app/Contents/Library/B.app/Contents/Info.plist", kEmpty);
   EXPECT_EQ(around("A.app/Contents/Library/B.app/Contents/MacOS/B"), "A.app/Contents/Library/B.app");
   EXPECT_EQ(around("A.app/Contents/Library/x"), "A.app");
 }
 
-TEST_F(NSBundleTest, IsNotTheInsideThatAnExecutableLiesIn) {
+TEST_F(NSBundleTest, TheInsideOfABundleIsNotFoundFromAnExecutable) {
   write("A.app/Contents/Info.plist", kEmpty);
   write("A.app/Contents/Resources/Info.plist", kEmpty);
   EXPECT_EQ(around("A.app/Contents/Resources/x"), "A.app");
   EXPECT_EQ(around("A.app/Contents/x"), "A.app");
 }
 
-TEST_F(NSBundleTest, LiesAroundAnExecutableThatIsGone) {
+TEST_F(NSBundleTest, IsFoundFromAnExecutableThatIsGone) {
   write("A.app/Contents/Info.plist", kEmpty);
   EXPECT_EQ(around("A.app/Contents/missing/folders/x"), "A.app");
 }
 
-TEST(NSBundleAroundExecutable, EndsAtTheRootFolder) {
+TEST(NSBundleAroundExecutable, TheSearchEndsAtTheRootFolder) {
   for (const char* path : {"", "/", "/x", "relative", "//x"}) {
     EXPECT_FALSE(NSBundle::bundleAroundExecutable(NSString::stringWithUTF8String(path))) << path;
   }
 }
 
-/// What the program at `path`, a copy of the one for this test, tells of its main bundle.
+/// Copies the program for this test to `path`, and returns what it prints about its main bundle.
 std::string mainBundleOf(const fs::path& path) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   copyProgram(ZK_MAIN_BUNDLE_PROGRAM, path);
@@ -238,13 +252,13 @@ std::string mainBundleOf(const fs::path& path) {
   return text;
 }
 
-TEST_F(NSBundleTest, OfTheProgramIsTheOneAroundIt) {
+TEST_F(NSBundleTest, TheMainBundleIsTheOneAroundTheProgram) {
   write("X.app/Contents/Info.plist", kEmpty);
   write("X.app/Contents/Resources/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
   EXPECT_EQ(mainBundleOf(folder / "X.app/Contents/MacOS/tool"), (folder / "X.app").string() + "\nHallo\n");
 }
 
-TEST_F(NSBundleTest, OfAProgramOutsideAnyIsTheProgramsFolder) {
+TEST_F(NSBundleTest, TheMainBundleOfAProgramOutsideAnyBundleIsItsFolder) {
   write("bin/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
   EXPECT_EQ(mainBundleOf(folder / "bin/tool"), (folder / "bin").string() + "\nHallo\n");
   EXPECT_EQ(mainBundleOf(folder / "empty/tool"), (folder / "empty").string() + "\ngreeting\n");
@@ -266,7 +280,7 @@ class TranslationTest : public NSBundleTest {
   }
 };
 
-TEST_F(TranslationTest, IsTheKeyWhereNothingIsFound) {
+TEST_F(TranslationTest, IsTheKeyIfNothingIsFound) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   EXPECT_EQ(translation("greeting"_ns), "greeting");
   EXPECT_EQ(translation("greeting"_ns, ""_ns), "greeting");
@@ -308,7 +322,7 @@ TEST_F(TranslationTest, ComesFromTheTableAskedFor) {
   EXPECT_EQ(translation("greeting"_ns, nullptr, "Missing"_ns), "greeting");
 }
 
-TEST_F(TranslationTest, LiesWhereTheBundlesLayoutPutsIt) {
+TEST_F(TranslationTest, IsReadFromWhereTheBundlesLayoutPutsIt) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   write("Y/Resources/Info.plist", kEmpty);
   write("Y/Resources/de.lproj/Localizable.strings", "greeting = \"Hallo\";");
@@ -317,7 +331,7 @@ TEST_F(TranslationTest, LiesWhereTheBundlesLayoutPutsIt) {
   EXPECT_EQ(bytes(bundle("plain")->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "Hallo");
 }
 
-TEST_F(TranslationTest, ThatIsNoTextIsNone) {
+TEST_F(TranslationTest, AnythingButTextIsIgnored) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   write("X.app/Contents/Resources/de.lproj/Localizable.strings", "{ greeting = (Hallo); }");
   EXPECT_EQ(translation("greeting"_ns), "greeting");
@@ -325,7 +339,7 @@ TEST_F(TranslationTest, ThatIsNoTextIsNone) {
   EXPECT_EQ(translation("greeting"_ns), "greeting");
 }
 
-TEST_F(TranslationTest, DoesNotWaitForAPipeInThePlaceOfItsFile) {
+TEST_F(TranslationTest, DoesNotWaitForAPipeInPlaceOfItsFile) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   fs::create_directories(folder / "X.app/Contents/Resources/de.lproj");
   ASSERT_EQ(::mkfifo((folder / "X.app/Contents/Resources/de.lproj/Localizable.strings").c_str(), 0666), 0);
@@ -344,12 +358,32 @@ TEST_F(TranslationTest, IsReadOnce) {
   EXPECT_EQ(greeting(), "Hallo");
 }
 
-TEST_F(TranslationTest, ThatIsMissingIsLookedForOnce) {
+TEST_F(TranslationTest, AMissingTranslationIsLookedForOnce) {
   const LanguageEnvironment environment({{"LANG", "de"}});
   const Ref<NSBundle> app = bundle("X.app");
   EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
   translate("de", "greeting", "Hallo");
   EXPECT_EQ(bytes(app->localizedStringForKey("greeting"_ns, nullptr, nullptr)), "greeting");
+}
+
+TEST_F(TranslationTest, IsReadOnceEvenForSeveralThreads) {
+  const LanguageEnvironment environment({{"LANG", "de"}});
+  translate("de", "greeting", "Hallo");
+  const Ref<NSBundle> app = bundle("X.app");
+  std::vector<std::string> found(8);
+  std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
+  {
+    std::vector<std::jthread> threads;
+    for (std::string& text : found) {
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        for (const Ref<NSString>& table : {"Localizable"_ns, "Other"_ns, "Another"_ns}) {
+          text += bytes(app->localizedStringForKey("greeting"_ns, nullptr, table)) + " ";
+        }
+      });
+    }
+  }
+  EXPECT_EQ(found, std::vector<std::string>(found.size(), "Hallo greeting greeting "));
 }
 
 TEST_F(TranslationTest, KeepsTheErrorNumber) {

@@ -44,7 +44,7 @@ class Umask {
   mode_t before_;
 };
 
-/// Lets no file grow beyond a size, for the length of a scope.
+/// Limits the size of files for the length of a scope.
 class LargestFileSize {
  public:
   explicit LargestFileSize(rlim_t size) : action_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -82,7 +82,7 @@ TEST(NSDataReading, FollowsALink) {
   EXPECT_EQ(read(folder.url("link"))->bytes(), "content");
 }
 
-TEST(NSDataReading, ReadsAFileWhoseSizeTheSystemDoesNotTell) {
+TEST(NSDataReading, ReadsAFileWhoseSizeIsNotReported) {
   struct stat file {};
   ASSERT_EQ(::stat("/proc/self/status", &file), 0);
   ASSERT_EQ(file.st_size, 0);
@@ -93,9 +93,10 @@ TEST(NSDataReading, ReadsAFileWhoseSizeTheSystemDoesNotTell) {
   EXPECT_GT(data->length(), 500U);
 }
 
-TEST(NSDataReading, OfWhatIsNoFileIsAbsent) {
+TEST(NSDataReading, AnythingButAFileGivesNothing) {
   const TemporaryFolder folder;
   fs::create_symlink("loop", folder / "loop");
+  EXPECT_FALSE(read(nullptr));
   EXPECT_FALSE(read(folder.url("missing")));
   EXPECT_FALSE(read(folder.url("loop")));
   EXPECT_FALSE(read(folder.url()));
@@ -105,11 +106,11 @@ TEST(NSDataReading, OfWhatIsNoFileIsAbsent) {
 TEST(NSDataReading, DoesNotWaitForAFIFO) {
   const TemporaryFolder folder;
   ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0666), 0);
-  // A reader that waits would never come back: the test's time limit tells.
+  // A reader that waits would never return, and the test would run into its time limit.
   EXPECT_FALSE(read(folder.url("fifo")));
 }
 
-TEST(NSDataReading, OfAFileThatMayNotBeReadIsAbsent) {
+TEST(NSDataReading, AFileThatMayNotBeReadGivesNothing) {
   if (::geteuid() == 0) GTEST_SKIP() << "nothing is forbidden to the superuser";
   const TemporaryFolder folder;
   test::writeFile(folder / "file", "content");
@@ -129,8 +130,8 @@ TEST(NSDataReading, ReadsUpToTheLargestSizeAndNoFurther) {
   EXPECT_FALSE(read(folder.url("file")));
 }
 
-TEST(NSDataReading, OfAFileThatTurnsOutTooLargeIsAbsent) {
-  // A file whose size the system tells as 0 and that has some hundred bytes for each of the process's mappings.
+TEST(NSDataReading, AFileThatTurnsOutTooLargeGivesNothing) {
+  // The system reports size 0 for this file, but it holds a few hundred bytes for each of the process's mappings.
   constexpr const char* kPath = "/proc/self/smaps";
   constexpr std::size_t kMappings = 50'000;
   const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
@@ -160,6 +161,8 @@ TEST(NSDataReading, ClosesWhatItOpens) {
   EXPECT_TRUE(writeToURL(NSData::dataWithBytes("new"), folder.url("file"), true));
   EXPECT_TRUE(writeToURL(NSData::dataWithBytes("new"), folder.url("file"), false));
   EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), folder.url(), true));
+  EXPECT_FALSE(writeToURL(nullptr, folder.url("file"), true));
+  EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), nullptr, true));
   EXPECT_EQ(openCount(), before);
 }
 
@@ -188,7 +191,7 @@ TEST_P(NSDataWriting, ReplacesALongerFile) {
   EXPECT_EQ(itemCount(folder), 1U);
 }
 
-TEST_P(NSDataWriting, ANewFileMayBeReadAndWrittenByAllLessTheUmask) {
+TEST_P(NSDataWriting, ANewFileHasMode0666LessTheUmask) {
   for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
     const Umask umask(mask);
     const std::string name = "file" + std::to_string(mask);
@@ -197,7 +200,7 @@ TEST_P(NSDataWriting, ANewFileMayBeReadAndWrittenByAllLessTheUmask) {
   }
 }
 
-TEST_P(NSDataWriting, TakesANameAsLongAsNamesCanBe) {
+TEST_P(NSDataWriting, AcceptsANameAsLongAsNamesCanBe) {
   const std::string name(255, 'n');
   EXPECT_TRUE(writeToURL(NSData::dataWithBytes("new"), folder.url(name), atomically));
   EXPECT_EQ(test::readFile(folder / name), "new");
@@ -205,7 +208,7 @@ TEST_P(NSDataWriting, TakesANameAsLongAsNamesCanBe) {
   EXPECT_EQ(itemCount(folder), 1U);
 }
 
-TEST_P(NSDataWriting, FailsWhereNoFileCanBe) {
+TEST_P(NSDataWriting, FailsIfThereCanBeNoFile) {
   fs::create_directory(folder / "folder");
   EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), folder.url("missing/file"), atomically));
   EXPECT_FALSE(writeToURL(NSData::dataWithBytes("new"), folder.url("folder"), atomically));
@@ -213,7 +216,7 @@ TEST_P(NSDataWriting, FailsWhereNoFileCanBe) {
   EXPECT_EQ(itemCount(folder), 1U) << "a failure leaves nothing behind";
 }
 
-TEST_P(NSDataWriting, FailsWhenTheFileSystemTakesOnlyAPart) {
+TEST_P(NSDataWriting, FailsIfOnlyAPartCanBeWritten) {
   const LargestFileSize limit(1000);
   EXPECT_FALSE(writeToURL(NSData::dataWithBytes(std::string(5000, 'x')), folder.url("file"), atomically));
   EXPECT_EQ(itemCount(folder), atomically ? 0U : 1U);
@@ -242,7 +245,7 @@ TEST(NSDataAtomicWriting, AReaderOfTheOldFileKeepsIt) {
   ::close(reader);
 }
 
-TEST(NSDataAtomicWriting, ReplacesALinkAndNotWhatItLeadsTo) {
+TEST(NSDataAtomicWriting, ReplacesALinkAndNotItsTarget) {
   const TemporaryFolder folder;
   test::writeFile(folder / "victim", "old");
   fs::create_symlink("victim", folder / "file");

@@ -23,7 +23,7 @@ TEST(NSFileManager, SharesOneDefaultManager) {
   EXPECT_EQ(NSFileManager::defaultManager(), NSFileManager::defaultManager());
 }
 
-TEST(NSFileManager, MakesAManagerOfItsCallersOwn) {
+TEST(NSFileManager, MakesANewManagerForEachCaller) {
   const NSAutoreleasePool pool;
   const Ref<NSFileManager> first = NSFileManager::fileManager();
   ASSERT_NE(first, nullptr);
@@ -31,7 +31,7 @@ TEST(NSFileManager, MakesAManagerOfItsCallersOwn) {
   EXPECT_NE(first, NSFileManager::defaultManager());
 }
 
-TEST(NSFileManager, LivesUntilTheScopeThatItWasMadeInCloses) {
+TEST(NSFileManager, LivesUntilTheScopeItWasMadeInCloses) {
   std::weak_ptr<NSFileManager> made;
   {
     const NSAutoreleasePool pool;
@@ -41,7 +41,7 @@ TEST(NSFileManager, LivesUntilTheScopeThatItWasMadeInCloses) {
   EXPECT_TRUE(made.expired());
 }
 
-TEST(NSFileManager, IsAbsentWhereTheSystemMakesNone) {
+TEST(NSFileManager, IsAbsentIfTheSystemMakesNone) {
   NoFileManagers system;
   const System::Scope scope(system);
   EXPECT_EQ(NSFileManager::fileManager(), nullptr);
@@ -58,7 +58,7 @@ class FileExists : public ::testing::Test {
   bool isDirectory = false;
 };
 
-TEST_F(FileExists, TellsAFileFromAFolder) {
+TEST_F(FileExists, DistinguishesAFileFromAFolder) {
   writeFile(folder / "file", "x");
   isDirectory = true;
   EXPECT_TRUE(exists(folder / "file"));
@@ -76,13 +76,13 @@ TEST_F(FileExists, FollowsLinks) {
   EXPECT_FALSE(exists(folder / "dangling"));
 }
 
-TEST_F(FileExists, LeavesTheAnswerAloneWhenNothingIsThere) {
+TEST_F(FileExists, LeavesTheAnswerAloneIfNothingIsThere) {
   isDirectory = true;
   EXPECT_FALSE(exists(folder / "nothing"));
   EXPECT_TRUE(isDirectory);
 }
 
-TEST_F(FileExists, TakesNoPathAnEmptyPathAndAZeroByteForNothing) {
+TEST_F(FileExists, FindsNothingForAnAbsentOrEmptyPathOrOneWithAZeroByte) {
   EXPECT_FALSE(fileManager.fileExistsAtPath(nullptr));
   EXPECT_FALSE(fileManager.fileExistsAtPath(""_ns));
   EXPECT_FALSE(fileManager.fileExistsAtPath(NSString::stringWithBytes(folder.path().string() + std::string(1, '\0'))));

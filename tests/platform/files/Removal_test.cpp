@@ -45,7 +45,7 @@ TEST_F(Removal, RemovesAnEmptyFolder) {
   EXPECT_FALSE(isThere(folder / "empty"));
 }
 
-TEST_F(Removal, FailsWhenNothingIsThere) {
+TEST_F(Removal, FailsIfNothingIsThere) {
   const Outcome outcome = removeItem(folder / "nothing");
   EXPECT_FALSE(outcome.succeeded);
   EXPECT_EQ(outcome.code(), 2);
@@ -59,7 +59,7 @@ TEST_F(Removal, WorksWithoutAnErrorPlace) {
   EXPECT_FALSE(fileManager.removeItemAtURL(folder.url("nothing")));
 }
 
-TEST_F(Removal, RemovesALinkAndNotWhatItLeadsTo) {
+TEST_F(Removal, RemovesALinkButNotItsTarget) {
   writeFile(folder / "outside/file", "x");
   fs::create_directory_symlink("outside", folder / "link");
   EXPECT_TRUE(removeItem(folder / "link").succeeded);
@@ -67,7 +67,7 @@ TEST_F(Removal, RemovesALinkAndNotWhatItLeadsTo) {
   EXPECT_EQ(readFile(folder / "outside/file"), "x");
 }
 
-TEST_F(Removal, RemovesALinkWhosePathEndsWithASlashAndNotWhatItLeadsTo) {
+TEST_F(Removal, RemovesALinkButNotItsTargetEvenIfThePathEndsWithASlash) {
   writeFile(folder / "outside/file", "x");
   fs::create_directory_symlink("outside", folder / "link");
   EXPECT_TRUE(removeItem((folder / "link").string() + "/").succeeded);
@@ -109,7 +109,7 @@ TEST_F(Removal, MakesFoldersWritableToEmptyThem) {
             0);
 }
 
-TEST_F(Removal, LeavesTheFolderAroundTheItemAsItIs) {
+TEST_F(Removal, LeavesTheFolderAroundTheItemUnchanged) {
   EXPECT_EQ(statusUnprivileged(folder,
                                [this] {
                                  writeFile(folder / "closed/tree/file", "x");
@@ -123,7 +123,7 @@ TEST_F(Removal, LeavesTheFolderAroundTheItemAsItIs) {
             0);
 }
 
-TEST_F(Removal, LeavesTheModeOfAFileThatHasAnotherNameOutside) {
+TEST_F(Removal, KeepsTheModeOfAFileWithAnotherNameOutside) {
   writeFile(folder / "tree/file", "x");
   fs::create_hard_link(folder / "tree/file", folder / "outside");
   setMode(folder / "outside", 0400);
@@ -147,7 +147,7 @@ TEST_F(Removal, EndsAtTheFirstItemThatCannotBeRemoved) {
   EXPECT_TRUE(isThere(folder / "tree/m/file"));
 }
 
-TEST_F(Removal, NamesTheItemDeepInATreeThatCouldNotBeRemoved) {
+TEST_F(Removal, NamesTheItemThatCouldNotBeRemovedDeepInATree) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make an item that the tree's owner cannot remove";
   writeFile(folder / "tree/m/file", "x");
   ASSERT_EQ(::chown((folder / "tree").c_str(), 65534, 65534), 0);
@@ -157,7 +157,7 @@ TEST_F(Removal, NamesTheItemDeepInATreeThatCouldNotBeRemoved) {
   EXPECT_TRUE(isThere(folder / "tree/m/file"));
 }
 
-TEST_F(Removal, NeverTouchesWhatIsMountedInside) {
+TEST_F(Removal, NeverTouchesAFileSystemMountedInside) {
   fs::create_directories(folder / "tree/mounted");
   writeFile(folder / "outside/file", "x");
   const int status = statusInChild([this] {
@@ -176,7 +176,7 @@ TEST_F(Removal, NeverTouchesWhatIsMountedInside) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(Removal, RefusesWhatIsNoItemsName) {
+TEST_F(Removal, RefusesAPathWhoseLastPartIsNotAName) {
   fs::create_directory(folder / "inner");
   for (const std::string& path : {std::string("/"), std::string("//"), (folder / "inner/.").string(),
                                   (folder / "inner/..").string(), folder.path().string() + "/inner" + '\0' + "x"}) {

@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ResourceValues, TellsWhetherAnItemIsAPackage) {
+TEST(ResourceValues, SaysWhetherAnItemIsAPackage) {
   const test::TemporaryFolder folder;
   fs::create_directory(folder / "bundle.app");
   fs::create_directory(folder / "folder");
@@ -28,13 +28,14 @@ TEST(ResourceValues, TellsWhetherAnItemIsAPackage) {
   EXPECT_FALSE(isPackage("link.app")) << "a link is not followed";
 }
 
-TEST(ResourceValues, WritesNoValueThatCannotBeRead) {
+TEST(ResourceValues, LeavesTheValueAloneIfItCannotBeRead) {
   const test::TemporaryFolder folder;
   const Ref<NSNumber> before = NSNumber::numberWithInt(7);
   Ref<NSNumber> value = before;
   EXPECT_FALSE(getResourceValue(folder.url("missing"), value, NSURLIsPackageKey));
   EXPECT_FALSE(getResourceValue(folder.url(), value, "NSURLAnotherKey"_ns));
   EXPECT_FALSE(getResourceValue(folder.url(), value, nullptr));
+  EXPECT_FALSE(getResourceValue(nullptr, value, NSURLIsPackageKey));
   EXPECT_EQ(value, before);
 }
 

@@ -12,9 +12,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
-#include <map>
 
+#include "LaunchReport.h"
 #include "support/ChildProcess.h"
 #include "support/OwnMounts.h"
 #include "support/RefuseSystemCall.h"
@@ -28,36 +27,17 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 
-constexpr char kReportingProgram[] = ZK_REPORTING_PROGRAM;
 constexpr char kNoSignals[] = "0000000000000000";
 
-using Report = std::map<std::string, std::vector<std::string>>;
-
-/// The report that the reporting program has left.
-Report reportIn(const TemporaryFolder& folder) {
-  Report report;
-  std::ifstream file(folder / "report");
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t equals = line.find('=');
-    report[line.substr(0, equals)].push_back(line.substr(equals + 1));
-  }
-  EXPECT_FALSE(report.empty()) << "no report";
-  return report;
-}
-
-/// Launches the reporting program, waits for its report and its end.
+/// Launches the reporting program, and waits for its report and its end.
 Report reportOf(const std::vector<std::string>& furtherArguments = {}) {
   const TemporaryFolder folder;
   std::vector<std::string> arguments{folder / "report"};
   arguments.insert(arguments.end(), furtherArguments.begin(), furtherArguments.end());
   EXPECT_TRUE(launchDetached(kReportingProgram, arguments));
   EXPECT_EQ(::waitpid(-1, nullptr, 0) > 0 || errno == ECHILD, true);
-  return reportIn(folder);
-}
 
-std::string only(const Report& report, const std::string& key) {
-  const auto entry = report.find(key);
-  return entry != report.end() && entry->second.size() == 1 ? entry->second.front() : "(none or several)";
+  return readReport(folder / "report");
 }
 
 bool hasChildren() {
@@ -98,7 +78,7 @@ TEST(Launch, KeepsTheEnvironment) {
 
 TEST(Launch, LeavesNothingOpenButTheNullDevice) {
   EXPECT_EQ(statusInChild([] {
-              // With holes between them, beyond the first numbers, and one that is as high as they get.
+              // Descriptors with gaps between them, up to the highest one possible.
               for (const int number : {3, 4, 9, 100, 1000}) ASSERT_EQ(::dup2(STDOUT_FILENO, number), number);
               rlimit limit;
               ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -106,7 +86,7 @@ TEST(Launch, LeavesNothingOpenButTheNullDevice) {
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
               const int highest = static_cast<int>(limit.rlim_cur) - 1;
               ASSERT_EQ(::dup2(STDOUT_FILENO, highest), highest);
-              // One that lies beyond what the limit allows by now.
+              // Now some of them lie beyond the limit.
               limit.rlim_cur = 50;
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
               EXPECT_THAT(reportOf().at("descriptor"), kNullStreams);
@@ -114,7 +94,7 @@ TEST(Launch, LeavesNothingOpenButTheNullDevice) {
             0);
 }
 
-TEST(Launch, OpensTheStandardStreamsThoughTheyAreClosed) {
+TEST(Launch, OpensTheStandardStreamsEvenIfTheyAreClosed) {
   for (int closed = 1; closed < 8; ++closed) {
     EXPECT_EQ(statusInChild([closed] {
                 for (int stream = 0; stream < 3; ++stream) {
@@ -136,7 +116,7 @@ TEST(Launch, GivesATaskAPipeAsItsStandardErrorWhateverIsOpenHere) {
                 const TemporaryFolder folder;
                 ASSERT_TRUE(launchTask(kReportingProgram, {folder / "report"}));
                 ASSERT_GT(::waitpid(-1, nullptr, 0), 0);
-                EXPECT_THAT(reportIn(folder).at("descriptor"),
+                EXPECT_THAT(readReport(folder / "report").at("descriptor"),
                             ElementsAre("0 /dev/null", "1 /dev/null", ::testing::StartsWith("2 pipe:")));
               }),
               0)
@@ -144,11 +124,11 @@ TEST(Launch, GivesATaskAPipeAsItsStandardErrorWhateverIsOpenHere) {
   }
 }
 
-TEST(Launch, OpensTheStandardStreamsWhereTheLimitLeavesNoOtherDescriptor) {
+TEST(Launch, OpensTheStandardStreamsEvenIfTheLimitLeavesNoOtherDescriptor) {
   EXPECT_EQ(statusInChild([] {
               const TemporaryFolder folder;
               ChildProcess launching([&] {
-                // Two for the pipe that the launch itself needs.
+                // Two of the five are for the pipe that the launch itself needs.
                 const rlimit limit{5, 5};
                 ::closefrom(3);
                 ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -169,7 +149,7 @@ TEST(Launch, ResetsTheSignals) {
               ::sigemptyset(&blocked);
               for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGRTMIN}) ::sigaddset(&blocked, number);
               ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
-              ::raise(SIGTERM);  // waits, here and for ever
+              ::raise(SIGTERM);  // stays pending forever
 
               const Report report = reportOf();
               for (const char* set : {"SigPnd", "ShdPnd", "SigBlk", "SigIgn", "SigCgt"}) {
@@ -179,7 +159,7 @@ TEST(Launch, ResetsTheSignals) {
             0);
 }
 
-TEST(Launch, WorksWhereEndedChildrenAreNotKept) {
+TEST(Launch, WorksEvenIfEndedChildrenAreNotKept) {
   EXPECT_EQ(statusInChild([] {
               ::signal(SIGCHLD, SIG_IGN);
               EXPECT_TRUE(launchDetached("/bin/true", {}));
@@ -195,7 +175,7 @@ TEST(Launch, DoesNotWaitForTheProgram) {
   const std::string fifo = folder / "fifo";
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_EQ(statusInChild([&fifo] {
-              // It reads until the FIFO has had a writer, and ends by itself should there never be one.
+              // It reads until the FIFO has had a writer, and ends by itself if there never is one.
               EXPECT_TRUE(launchDetached("/usr/bin/timeout", {"10", "/bin/cat", fifo}));
               siginfo_t info{};
               EXPECT_EQ(::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT), 0);
@@ -214,14 +194,14 @@ TEST(Launch, LeavesNoDescriptorOpenHere) {
   EXPECT_EQ(count(), before);
 }
 
-/// A failed launch is told, and no process stays behind.
+/// Expects that the launch fails and leaves no process behind.
 void expectRefused(const fs::path& path) {
   ASSERT_FALSE(hasChildren());
   EXPECT_FALSE(launchDetached(path, {"argument"})) << path;
   EXPECT_FALSE(hasChildren()) << path;
 }
 
-TEST(Launch, RefusesWhatIsNotThere) {
+TEST(Launch, RefusesAMissingProgram) {
   const TemporaryFolder folder;
   expectRefused(folder / "missing");
   expectRefused("");
@@ -238,7 +218,7 @@ TEST(Launch, RefusesAFolder) {
   expectRefused(folder.path());
 }
 
-TEST(Launch, RefusesAFileThatIsNoProgram) {
+TEST(Launch, RefusesAFileThatIsNotAProgram) {
   const TemporaryFolder folder;
   writeScript(folder / "text", "true\n");
   expectRefused(folder / "text");
@@ -262,7 +242,7 @@ TEST(Launch, RunsAScript) {
   EXPECT_EQ(readFile(folder / "output"), "a word\n");
 }
 
-TEST(Launch, RefusesWhereNoProcessCanBeMade) {
+TEST(Launch, FailsIfNoProcessCanBeMade) {
   EXPECT_EQ(statusInChild([] {
               // Root's own processes are not counted.
               if (::geteuid() == 0) {
@@ -275,7 +255,7 @@ TEST(Launch, RefusesWhereNoProcessCanBeMade) {
             0);
 }
 
-TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
+TEST(Launch, FailsWithoutADescriptorForTheReport) {
   EXPECT_EQ(statusInChild([] {
               const rlimit none{0, 0};
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
@@ -285,7 +265,18 @@ TEST(Launch, RefusesWhereItHasNoDescriptorForItsWord) {
             0);
 }
 
-TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
+TEST(Launch, StartsNothingThatItCouldNotReport) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(statusInChild([&folder] {
+              ASSERT_TRUE(refuseSystemCall(SYS_write, ENOMEM));
+              EXPECT_FALSE(launchDetached("/usr/bin/touch", {folder / "started"}));
+              EXPECT_FALSE(hasChildren());
+            }),
+            0);
+  EXPECT_FALSE(fs::exists(folder / "started"));
+}
+
+TEST(Launch, FailsIfDescriptorsCannotBeClosed) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
     ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
@@ -296,7 +287,7 @@ TEST(Launch, RefusesWhereDescriptorsCannotBeClosed) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(Launch, ClosesDescriptorsOneByOneWhereTheKernelCannotCloseThemAll) {
+TEST(Launch, ClosesDescriptorsOneByOneIfTheKernelCannotCloseThemAll) {
   EXPECT_EQ(statusInChild([] {
               for (const int number : {4, 9, 1000}) ASSERT_EQ(::dup2(STDOUT_FILENO, number), number);
               ASSERT_TRUE(refuseSystemCall(SYS_close_range, ENOSYS));
@@ -305,7 +296,7 @@ TEST(Launch, ClosesDescriptorsOneByOneWhereTheKernelCannotCloseThemAll) {
             0);
 }
 
-TEST(Launch, RefusesWhereThereIsNoNullDevice) {
+TEST(Launch, FailsWithoutANullDevice) {
   const int status = statusInChild([] {
     if (!enterOwnMounts() || ::mount("none", "/dev", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
     EXPECT_FALSE(launchDetached("/bin/true", {}));

@@ -7,10 +7,10 @@
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
 #include "linux/ProcessFacts.h"
-#include "system/System.h"
-#include "system/Port.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/Port.h"
+#include "system/System.h"
 
 namespace zk::test {
 
@@ -46,14 +46,14 @@ TEST(ProcessManager, GivesTheSerialNumberOfARunningProcess) {
   EXPECT_EQ(process.pid, ::getpid());
 }
 
-TEST(ProcessManager, KnowsNoProcessThatHasEnded) {
+TEST(ProcessManager, DoesNotFindAProcessThatHasEnded) {
   EXPECT_EQ(statusOf(idOfEndedProcess()), procNotFound);
   EXPECT_EQ(statusOf(makeZombie()->pid()), procNotFound);
   EXPECT_EQ(statusOf(0), procNotFound);
   EXPECT_EQ(statusOf(-1), procNotFound);
 }
 
-TEST(ProcessManager, TellsThatItCannotFindOut) {
+TEST(ProcessManager, ReportsThatItCannotFindOut) {
   EXPECT_EQ(statusInChild([] {
               const rlimit none{0, 0};
               ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
@@ -64,7 +64,7 @@ TEST(ProcessManager, TellsThatItCannotFindOut) {
             0);
 }
 
-TEST(ProcessManager, TellsAllThatItKnowsOfAProcess) {
+TEST(ProcessManager, ReportsAllThatItKnowsAboutAProcess) {
   const TemporaryFolder folder;
   writeApplication(folder / "X.app");
   const RunningProgram process(folder / "X.app/Contents/MacOS/X");
@@ -89,7 +89,7 @@ TEST(ProcessManager, NotesThatTheExecutableWasReplaced) {
   EXPECT_TRUE(information->objectForKey(ZKBundleMayChangeKey));
 }
 
-TEST(ProcessManager, NotesThatTheBundleIsToldFromArguments) {
+TEST(ProcessManager, NotesThatTheBundleWasFoundThroughTheArguments) {
   const TemporaryFolder folder;
   writeApplication(folder / "X.app");
   writeScript(folder / "X.app/Contents/MacOS/X", "#!/bin/sh\nread line\n");
@@ -102,7 +102,7 @@ TEST(ProcessManager, NotesThatTheBundleIsToldFromArguments) {
   EXPECT_TRUE(information->objectForKey(ZKBundleMayChangeKey));
 }
 
-TEST(ProcessManager, KnowsTheExecutableAloneOfAProcessOutsideAnyBundle) {
+TEST(ProcessManager, KnowsOnlyTheExecutableOfAProcessOutsideAnyBundle) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const RunningProgram process(folder / "program");
@@ -112,7 +112,7 @@ TEST(ProcessManager, KnowsTheExecutableAloneOfAProcessOutsideAnyBundle) {
   EXPECT_EQ(information->count(), 1U);
 }
 
-TEST(ProcessManager, KnowsNoIdentifierWhereTheBundleHasNone) {
+TEST(ProcessManager, KnowsNoIdentifierIfTheBundleHasNone) {
   const TemporaryFolder folder;
   writeApplication(folder / "X.app");
   writeFile(folder / "X.app/Contents/Info.plist", "no property list at all: {");
@@ -123,14 +123,14 @@ TEST(ProcessManager, KnowsNoIdentifierWhereTheBundleHasNone) {
   EXPECT_FALSE(information->objectForKey(kCFBundleIdentifierKey));
 }
 
-TEST(ProcessManager, KnowsNothingOfAKernelThreadButThatItIs) {
+TEST(ProcessManager, KnowsOnlyThatAKernelThreadExists) {
   if (readProcFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "No kernel thread can be seen here.";
   const Ref<NSDictionary> information = informationOf(2);
   ASSERT_TRUE(information);
   EXPECT_EQ(information->count(), 0U);
 }
 
-TEST(ProcessManager, HasNothingToTellOfAProcessThatHasEnded) {
+TEST(ProcessManager, HasNoInformationAboutAProcessThatHasEnded) {
   EXPECT_FALSE(informationOf(idOfEndedProcess()));
   EXPECT_FALSE(informationOf(makeZombie()->pid()));
 }
@@ -144,14 +144,14 @@ TEST(ProcessManager, GivesTheLaunchStamp) {
   EXPECT_EQ(info.processInfoLength, sizeof info);
 }
 
-TEST(ProcessManager, HasNoLaunchStampOfAProcessThatHasEnded) {
+TEST(ProcessManager, HasNoLaunchStampForAProcessThatHasEnded) {
   ProcessInfoRec info;
   info.processInfoLength = sizeof info;
   EXPECT_NE(System::current().GetProcessInformation({idOfEndedProcess()}, info), noErr);
   EXPECT_EQ(info.processLaunchDate, 0U);
 }
 
-TEST(ProcessManager, NamesTheCallingProcess) { EXPECT_EQ(System::current().getpid(), ::getpid()); }
+TEST(ProcessManager, GivesTheIdOfTheCallingProcess) { EXPECT_EQ(System::current().getpid(), ::getpid()); }
 
 TEST(ThreadId, IsTheProcessIdInTheFirstThreadAndAnotherInOthers) {
   EXPECT_EQ(port::currentThreadId(), ::getpid());

@@ -11,7 +11,7 @@ namespace zk::test {
 
 namespace {
 
-/// A stat line with `name` as the program's name, and every other field its own number but for the state.
+/// A stat line with `name` as the program's name. Every other field except the state holds its own number.
 std::string statLine(const std::string& name) {
   std::string line = "1 (" + name + ") R";
   for (int number = 4; number <= 52; ++number) line += " " + std::to_string(number);
@@ -34,7 +34,14 @@ TEST(ProcFile, IsNotMisledByAProgramsName) {
   }
 }
 
-TEST(ProcFile, FindsNothingInALineOfAnotherForm) {
+TEST(ProcFile, IsNotReadBeyondItsBound) {
+  const std::optional<std::string> status = readProcFile("/proc/self/stat");
+  ASSERT_TRUE(status);
+  EXPECT_TRUE(readProcFile("/proc/self/stat", 2 * status->size()));
+  EXPECT_EQ(readProcFile("/proc/self/stat", 10), std::nullopt);
+}
+
+TEST(ProcFile, FindsNothingInAMalformedLine) {
   for (const char* line : {"", "1", "1 (sh", "1 sh R 4 5", "1 (sh)", "1 (sh) R 4 5", "\n"}) {
     EXPECT_EQ(statField(line, kStatStartTime), std::nullopt) << line;
   }
@@ -53,7 +60,7 @@ TEST(ProcFile, ReadsAFileWhoseSizeIsNotKnown) {
   EXPECT_NE(status->find("\nPid:\t" + std::to_string(::getpid()) + "\n"), std::string::npos);
 }
 
-TEST(ProcFile, TellsWhyAFileCannotBeRead) {
+TEST(ProcFile, ReportsWhyAFileCannotBeRead) {
   errno = 0;
   EXPECT_EQ(readProcFile("/proc/self/no such file"), std::nullopt);
   EXPECT_EQ(errno, ENOENT);
@@ -62,7 +69,7 @@ TEST(ProcFile, TellsWhyAFileCannotBeRead) {
   EXPECT_EQ(errno, EISDIR);
 }
 
-TEST(ProcFile, ReadsWhatALinkSays) {
+TEST(ProcFile, ReadsTheTargetOfALink) {
   const TemporaryFolder folder;
   std::filesystem::create_symlink("no such target", folder / "link");
   EXPECT_EQ(readProcLink(folder / "link"), "no such target");

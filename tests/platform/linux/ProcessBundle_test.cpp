@@ -33,16 +33,16 @@ class ProcessBundleTest : public ::testing::Test {
     EXPECT_TRUE(executable);
     return executable ? bundleOfProcess(process.pid(), *executable) : ProcessBundle{nullptr, false};
   }
-  static void expectBundle(const RunningProgram& process, const fs::path& path, bool isToldFromArguments) {
+  static void expectBundle(const RunningProgram& process, const fs::path& path, bool isFromArguments) {
     const ProcessBundle found = bundleOf(process);
     ASSERT_TRUE(found.bundle);
     EXPECT_EQ(found.bundle->bundleURL()->path()->bytes(), path);
-    EXPECT_EQ(found.isToldFromArguments, isToldFromArguments);
+    EXPECT_EQ(found.isFromArguments, isFromArguments);
   }
   static void expectNoBundle(const RunningProgram& process) {
     const ProcessBundle found = bundleOf(process);
     EXPECT_FALSE(found.bundle);
-    EXPECT_FALSE(found.isToldFromArguments);
+    EXPECT_FALSE(found.isFromArguments);
   }
 
   const TemporaryFolder folder;
@@ -50,12 +50,12 @@ class ProcessBundleTest : public ::testing::Test {
   const fs::path program = app / "Contents/MacOS/X";
 };
 
-TEST_F(ProcessBundleTest, LiesAroundTheExecutable) {
+TEST_F(ProcessBundleTest, IsTheOneAroundTheExecutable) {
   copyProgram(kCat, program);
   expectBundle(RunningProgram(program), app, false);
 }
 
-TEST_F(ProcessBundleTest, LiesAroundAProgramOfItsOwnThatIsNotItsMainOne) {
+TEST_F(ProcessBundleTest, IsTheOneAroundAHelperProgram) {
   copyProgram(kCat, app / "Contents/Helpers/deep/helper");
   expectBundle(RunningProgram(app / "Contents/Helpers/deep/helper"), app, false);
 }
@@ -73,51 +73,51 @@ TEST_F(ProcessBundleTest, IsFoundThroughALink) {
   expectBundle(RunningProgram(folder / "link"), app, false);
 }
 
-TEST_F(ProcessBundleTest, OfADeletedExecutableIsStillTheOneAtItsPlace) {
+TEST_F(ProcessBundleTest, IsStillTheOneAroundADeletedExecutable) {
   copyProgram(kCat, program);
   const RunningProgram process(program);
   fs::remove(program);
   expectBundle(process, app, false);
 }
 
-TEST_F(ProcessBundleTest, OfAnExecutableOutsideAnyIsNone) {
+TEST_F(ProcessBundleTest, IsAbsentForAnExecutableOutsideAnyBundle) {
   copyProgram(kCat, folder / "program");
   expectNoBundle(RunningProgram(folder / "program"));
 }
 
-TEST_F(ProcessBundleTest, OfAScriptIsTheOneWhoseMainExecutableItIs) {
+TEST_F(ProcessBundleTest, IsTheOneWhoseMainExecutableAScriptIs) {
   writeScript(program, kScript);
   expectBundle(RunningProgram(program), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptIsFoundBehindTheInterpretersOption) {
+TEST_F(ProcessBundleTest, IsFoundForAScriptAfterTheInterpretersOption) {
   writeScript(program, kScriptWithOption);
   expectBundle(RunningProgram(program), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptIsFoundBehindOptionsThatHaveValues) {
+TEST_F(ProcessBundleTest, IsFoundForAScriptAfterOptionsWithValues) {
   writeScript(program, kScript);
   expectBundle(RunningProgram(kShell, {"-u", "-o", "noglob", program, "argument"}), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptWithARelativePathIsFoundFromTheCurrentFolder) {
+TEST_F(ProcessBundleTest, IsFoundForAScriptWithAPathRelativeToTheCurrentFolder) {
   writeScript(program, kScript);
   expectBundle(RunningProgram(kShell, {"MacOS/X"}, app / "Contents"), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptIsFoundThroughALink) {
+TEST_F(ProcessBundleTest, IsFoundForAScriptThroughALink) {
   writeScript(program, kScript);
   fs::create_symlink(program, folder / "link");
   expectBundle(RunningProgram(folder / "link"), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptIsTheOneThatNamesIt) {
+TEST_F(ProcessBundleTest, IsFoundForAScriptThatTheInfoNames) {
   writeInfo(app / "Contents/Info.plist", "<key>CFBundleExecutable</key><string>other</string>");
   writeScript(app / "Contents/MacOS/other", kScript);
   expectBundle(RunningProgram(app / "Contents/MacOS/other"), app, true);
 }
 
-TEST_F(ProcessBundleTest, OfAScriptThatIsNotAMainExecutableIsNone) {
+TEST_F(ProcessBundleTest, IsAbsentForAScriptThatIsNotAMainExecutable) {
   writeScript(program, kScript);
   writeScript(app / "Contents/MacOS/other", kScript);
   expectNoBundle(RunningProgram(app / "Contents/MacOS/other"));
@@ -125,13 +125,13 @@ TEST_F(ProcessBundleTest, OfAScriptThatIsNotAMainExecutableIsNone) {
   expectNoBundle(RunningProgram(app / "Contents/Resources/X"));
 }
 
-TEST_F(ProcessBundleTest, OfAScriptOutsideAnyIsNoneThoughItWorksOnABundlesProgram) {
+TEST_F(ProcessBundleTest, IsAbsentForAScriptThatOnlyWorksOnABundlesProgram) {
   copyProgram(kCat, program);
   writeScript(folder / "script", kScript);
   expectNoBundle(RunningProgram(folder / "script", {program}));
 }
 
-TEST_F(ProcessBundleTest, OfAnInterpreterWithoutAScriptIsNone) {
+TEST_F(ProcessBundleTest, IsAbsentForAnInterpreterWithoutAScript) {
   copyProgram(kCat, program);
   expectNoBundle(RunningProgram(kShell, {"-s"}));
 }
@@ -143,7 +143,7 @@ TEST_F(ProcessBundleTest, IsNotLookedForAmongCountlessArguments) {
   expectNoBundle(RunningProgram(kShell, arguments));
 }
 
-TEST_F(ProcessBundleTest, OfAnInterpreterInsideABundleIsTheInterpretersOwn) {
+TEST_F(ProcessBundleTest, IsTheInterpretersOwnIfThatIsInsideABundle) {
   const fs::path runtime = folder / "Runtime.app";
   writeInfo(runtime / "Contents/Info.plist");
   copyProgram(kShell, runtime / "Contents/MacOS/sh");
@@ -151,7 +151,7 @@ TEST_F(ProcessBundleTest, OfAnInterpreterInsideABundleIsTheInterpretersOwn) {
   expectBundle(RunningProgram(program), runtime, false);
 }
 
-TEST_F(ProcessBundleTest, OfTheLoaderIsThatOfTheProgramItRuns) {
+TEST_F(ProcessBundleTest, IsTheOneOfTheProgramThatALoaderRuns) {
   constexpr char kLoader[] = "/lib64/ld-linux-x86-64.so.2";
   if (!fs::exists(kLoader)) GTEST_SKIP() << "There is no loader at this place.";
   copyProgram(kCat, program);

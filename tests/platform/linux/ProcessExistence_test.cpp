@@ -32,7 +32,7 @@ namespace zk::test {
 
 namespace {
 
-/// A way in which the answer is come by.
+/// A way to get the answer.
 struct Way {
   const char* name;
   Existence (*ask)(std::int32_t pid);
@@ -52,7 +52,7 @@ constexpr Way kWays[] = {
 #endif
 };
 
-/// Every answer has to be the same in every way.
+/// Every answer must be the same in each of these ways.
 class ProcessExistence : public ::testing::TestWithParam<Way> {
  protected:
   static Existence ask(std::int32_t pid) { return GetParam().ask(pid); }
@@ -76,18 +76,18 @@ void becomeNobody() {
   ASSERT_EQ(::setresuid(kNobody, kNobody, kNobody), 0);
 }
 
-TEST_P(ProcessExistence, OfTheCallingProcess) {
+TEST_P(ProcessExistence, TheCallingProcessExists) {
   inThisWay([] { EXPECT_EQ(ask(::getpid()), Existence::exists); });
 }
 
-TEST_P(ProcessExistence, OfARunningProcess) {
+TEST_P(ProcessExistence, ARunningProcessExists) {
   inThisWay([] {
     const auto process = makeWaitingProcess();
     EXPECT_EQ(ask(process->pid()), Existence::exists);
   });
 }
 
-TEST_P(ProcessExistence, OfAStoppedProcess) {
+TEST_P(ProcessExistence, AStoppedProcessExists) {
   inThisWay([] {
     const auto process = makeWaitingProcess();
     process->signal(SIGSTOP);
@@ -95,18 +95,18 @@ TEST_P(ProcessExistence, OfAStoppedProcess) {
   });
 }
 
-TEST_P(ProcessExistence, OfAProcessThatHasBeenReaped) {
+TEST_P(ProcessExistence, AReapedProcessIsGone) {
   inThisWay([] { EXPECT_EQ(ask(idOfEndedProcess()), Existence::gone); });
 }
 
-TEST_P(ProcessExistence, OfAZombieIsOver) {
+TEST_P(ProcessExistence, AZombieIsGone) {
   inThisWay([] {
     const auto process = makeZombie();
     EXPECT_EQ(ask(process->pid()), Existence::gone);
   });
 }
 
-TEST_P(ProcessExistence, GoesOnWhenTheFirstThreadAloneHasEnded) {
+TEST_P(ProcessExistence, AProcessExistsUntilItsLastThreadHasEnded) {
   inThisWay([] {
     const auto process = makeProcessWithoutFirstThread();
     EXPECT_EQ(ask(process->pid()), Existence::exists);
@@ -116,7 +116,7 @@ TEST_P(ProcessExistence, GoesOnWhenTheFirstThreadAloneHasEnded) {
   });
 }
 
-TEST_P(ProcessExistence, IsNotAThreads) {
+TEST_P(ProcessExistence, AThreadIsNotAProcess) {
   inThisWay([] {
     const auto process = makeProcessWithoutFirstThread();
     const int thread = idOfOtherThread(process->pid());
@@ -125,7 +125,7 @@ TEST_P(ProcessExistence, IsNotAThreads) {
   });
 }
 
-TEST_P(ProcessExistence, OfAnotherUsersProcess) {
+TEST_P(ProcessExistence, AnotherUsersProcessExists) {
   inThisWay([] {
     EXPECT_EQ(statusInChild([] {
                 becomeNobody();
@@ -135,12 +135,12 @@ TEST_P(ProcessExistence, OfAnotherUsersProcess) {
   });
 }
 
-TEST_P(ProcessExistence, OfAKernelThread) {
+TEST_P(ProcessExistence, AKernelThreadExists) {
   if (readProcFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "No kernel thread can be seen here.";
   inThisWay([] { EXPECT_EQ(ask(2), Existence::exists); });
 }
 
-TEST_P(ProcessExistence, IsNeverThatOfAGroupOrOfTheCallerItself) {
+TEST_P(ProcessExistence, ZeroAndNegativeIdsNameNoProcess) {
   inThisWay([] {
     for (const std::int32_t pid : {0, -1, -::getpid(), -::getpgrp(), std::numeric_limits<std::int32_t>::min()}) {
       EXPECT_EQ(ask(pid), Existence::gone) << pid;
@@ -148,11 +148,11 @@ TEST_P(ProcessExistence, IsNeverThatOfAGroupOrOfTheCallerItself) {
   });
 }
 
-TEST_P(ProcessExistence, OfAnIdThatNoProcessCanHave) {
+TEST_P(ProcessExistence, AnImpossibleIdNamesNoProcess) {
   inThisWay([] { EXPECT_EQ(ask(std::numeric_limits<std::int32_t>::max()), Existence::gone); });
 }
 
-TEST_P(ProcessExistence, IsAskedAfreshEachTime) {
+TEST_P(ProcessExistence, IsLookedUpAfreshEachTime) {
   inThisWay([] {
     ChildProcess process([](const ChildProcess::TellReady& tellReady) {
       tellReady();
@@ -165,7 +165,7 @@ TEST_P(ProcessExistence, IsAskedAfreshEachTime) {
   });
 }
 
-TEST_P(ProcessExistence, IsNotKnownWithoutADescriptorToAskWith) {
+TEST_P(ProcessExistence, IsUnknownWithoutADescriptor) {
   EXPECT_EQ(statusInChild([] {
               const pid_t parent = ::getppid();
               const rlimit none{0, 0};
@@ -175,8 +175,8 @@ TEST_P(ProcessExistence, IsNotKnownWithoutADescriptorToAskWith) {
             0);
 }
 
-/// A kernel may say it in either way that an id is a thread's.
-TEST(ProcessExistenceOfAThread, IsKnownWithoutADescriptorToAskWith) {
+/// Kernels differ in how they report that an id is a thread's.
+TEST(ProcessExistenceOfAThread, IsRuledOutWithoutADescriptor) {
   const auto process = makeProcessWithoutFirstThread();
   const int thread = idOfOtherThread(process->pid());
   for (const int error : {ENOENT, EINVAL}) {
@@ -191,9 +191,9 @@ TEST(ProcessExistenceOfAThread, IsKnownWithoutADescriptorToAskWith) {
   }
 }
 
-TEST_P(ProcessExistence, IsKnownAtAnyMomentOfItsEnd) {
+TEST_P(ProcessExistence, IsKnownAtAnyMomentWhileAProcessEnds) {
   inThisWay([] {
-    ::signal(SIGCHLD, SIG_IGN);  // nobody waits for them, so that they vanish at once
+    ::signal(SIGCHLD, SIG_IGN);  // children vanish at once, without a wait
     for (int count = 0; count < 200; ++count) {
       const pid_t pid = ::fork();
       if (pid == 0) ::_exit(0);
@@ -219,7 +219,7 @@ TEST_P(ProcessExistence, LeavesNoDescriptorOpen) {
   });
 }
 
-TEST_P(ProcessExistence, OfAHiddenProcess) {
+TEST_P(ProcessExistence, AHiddenProcessExists) {
   const auto hidden = makeProcessWithoutFirstThread();
   const int hiddenThread = idOfOtherThread(hidden->pid());
   const int ended = idOfEndedProcess();
@@ -238,7 +238,7 @@ TEST_P(ProcessExistence, OfAHiddenProcess) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_P(ProcessExistence, WithoutAnyProcFileSystem) {
+TEST_P(ProcessExistence, NeedsNoProcFileSystem) {
   const auto process = makeWaitingProcess();
   const int ended = idOfEndedProcess();
   const int status = statusInChild([&] {
@@ -252,7 +252,7 @@ TEST_P(ProcessExistence, WithoutAnyProcFileSystem) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_P(ProcessExistence, IsToldWhileSignalsComeIn) {
+TEST_P(ProcessExistence, IsNotDisturbedBySignals) {
   inThisWay([] {
     const FrequentAlarm alarm(20);
     for (int count = 0; count < 1'000; ++count) ASSERT_EQ(ask(::getpid()), Existence::exists);

@@ -6,17 +6,15 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <set>
-#include <thread>
 
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
-#include "system/Port.h"
 #include "support/OwnMounts.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/Port.h"
 
 namespace zk::test {
 
@@ -34,7 +32,7 @@ void expectExecutable(pid_t pid, const fs::path& path, bool isReplaced) {
   EXPECT_EQ(executable->isReplaced, isReplaced);
 }
 
-/// A standard input for `cat`, which waits for it for as long as the object lives.
+/// A standard input on which `cat` waits as long as the object lives.
 class WaitingInput {
  public:
   WaitingInput() { EXPECT_EQ(::pipe2(ends_, O_CLOEXEC), 0); }
@@ -62,7 +60,7 @@ TEST(ExecutableOfAProcess, IsTheFileThatItWasStartedFrom) {
   expectExecutable(process.pid(), folder / "program", false);
 }
 
-TEST(ExecutableOfAProcess, IsWhatALinkLedTo) {
+TEST(ExecutableOfAProcess, IsTheTargetOfALinkThatWasStarted) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   fs::create_symlink("program", folder / "link");
@@ -70,7 +68,7 @@ TEST(ExecutableOfAProcess, IsWhatALinkLedTo) {
   expectExecutable(process.pid(), folder / "program", false);
 }
 
-TEST(ExecutableOfAProcess, IsNamedByItsPresentPlaceWhenItWasMoved) {
+TEST(ExecutableOfAProcess, HasItsNewPathAfterItWasMoved) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const RunningProgram process(folder / "program");
@@ -78,7 +76,7 @@ TEST(ExecutableOfAProcess, IsNamedByItsPresentPlaceWhenItWasMoved) {
   expectExecutable(process.pid(), folder / "elsewhere", false);
 }
 
-TEST(ExecutableOfAProcess, IsNamedByItsOldPlaceWhenItWasDeleted) {
+TEST(ExecutableOfAProcess, KeepsItsOldPathAfterItWasDeleted) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const RunningProgram process(folder / "program");
@@ -86,7 +84,7 @@ TEST(ExecutableOfAProcess, IsNamedByItsOldPlaceWhenItWasDeleted) {
   expectExecutable(process.pid(), folder / "program", true);
 }
 
-TEST(ExecutableOfAProcess, IsNamedByItsOldPlaceWhenAnotherFileLiesThere) {
+TEST(ExecutableOfAProcess, KeepsItsOldPathIfAnotherFileIsThere) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const RunningProgram process(folder / "program");
@@ -95,7 +93,7 @@ TEST(ExecutableOfAProcess, IsNamedByItsOldPlaceWhenAnotherFileLiesThere) {
   expectExecutable(process.pid(), folder / "program", true);
 }
 
-TEST(ExecutableOfAProcess, KeepsANameThatLooksLikeTheNoteOfADeletedFile) {
+TEST(ExecutableOfAProcess, KeepsANameThatEndsLikeTheNoteOnADeletedFile) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program (deleted)");
   const RunningProgram process(folder / "program (deleted)");
@@ -104,7 +102,7 @@ TEST(ExecutableOfAProcess, KeepsANameThatLooksLikeTheNoteOfADeletedFile) {
   expectExecutable(process.pid(), folder / "program (deleted)", true);
 }
 
-TEST(ExecutableOfAProcess, IsNotTakenForAFileOfTheNameWithTheNote) {
+TEST(ExecutableOfAProcess, IsNotConfusedWithAFileWhoseNameHasTheNote) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const RunningProgram process(folder / "program");
@@ -113,7 +111,7 @@ TEST(ExecutableOfAProcess, IsNotTakenForAFileOfTheNameWithTheNote) {
   expectExecutable(process.pid(), folder / "program", true);
 }
 
-TEST(ExecutableOfAProcess, IsReplacedWhereSomethingIsMountedOverIt) {
+TEST(ExecutableOfAProcess, IsReplacedIfSomethingIsMountedOverIt) {
   const TemporaryFolder folder;
   copyProgram(kCat, folder / "program");
   const int status = statusInChild([&folder] {
@@ -138,14 +136,14 @@ TEST(ExecutableOfAProcess, IsKnownThoughTheFirstThreadHasEnded) {
   expectExecutable(process->pid(), port::programPath(), false);
 }
 
-TEST(ExecutableOfAProcess, IsNotKnownOfAZombieOrOfNoProcess) {
+TEST(ExecutableOfAProcess, IsUnknownForAZombieAndForNoProcess) {
   EXPECT_FALSE(executableOf(makeZombie()->pid()));
   EXPECT_FALSE(executableOf(idOfEndedProcess()));
   EXPECT_FALSE(executableOf(0));
   EXPECT_FALSE(executableOf(-1));
 }
 
-TEST(ExecutableOfAProcess, IsNotKnownOfAKernelThread) {
+TEST(ExecutableOfAProcess, IsUnknownForAKernelThread) {
   if (readProcFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "No kernel thread can be seen here.";
   EXPECT_FALSE(executableOf(2));
 }
@@ -160,7 +158,7 @@ TEST(ExecutableOfAProcess, DoesNotComeFromWhatTheProcessShows) {
   expectExecutable(process.pid(), folder / "program", false);
 }
 
-TEST(ProgramPath, IsThatOfTheTestItself) {
+TEST(ProgramPath, IsTheTestsOwn) {
   const std::string path = port::programPath();
   EXPECT_TRUE(fs::equivalent(path, "/proc/self/exe")) << path;
 }
@@ -176,7 +174,7 @@ TEST(ShownArguments, AreKnownThoughTheFirstThreadHasEnded) {
   EXPECT_FALSE(shownArgumentsOf(process->pid()).empty());
 }
 
-TEST(ShownArguments, AreNoneOfAZombieOrOfNoProcess) {
+TEST(ShownArguments, AreNoneForAZombieAndForNoProcess) {
   EXPECT_THAT(shownArgumentsOf(makeZombie()->pid()), ElementsAre());
   EXPECT_THAT(shownArgumentsOf(idOfEndedProcess()), ElementsAre());
 }
@@ -191,13 +189,24 @@ TEST(CurrentFolderOfAProcess, IsKnownThoughTheFirstThreadHasEnded) {
   EXPECT_EQ(currentFolderOf(makeProcessWithoutFirstThread()->pid()), fs::current_path());
 }
 
-TEST(CurrentFolderOfAProcess, IsNotKnownOfNoProcess) { EXPECT_FALSE(currentFolderOf(idOfEndedProcess())); }
+TEST(CurrentFolderOfAProcess, IsUnknownForNoProcess) { EXPECT_FALSE(currentFolderOf(idOfEndedProcess())); }
+
+std::string startTimeOf(pid_t pid) {
+  return statField(readProcFile(procFolder(pid) + "/stat").value(), kStatStartTime).value();
+}
+
+/// A process that started later than the process `pid` by the system's clock.
+std::unique_ptr<ChildProcess> makeLaterProcess(pid_t pid) {
+  auto later = makeWaitingProcess();
+  while (startTimeOf(later->pid()) == startTimeOf(pid)) later = makeWaitingProcess();
+  return later;
+}
 
 TEST(LaunchStamp, StaysTheSame) {
   const auto process = makeWaitingProcess();
   const std::optional<std::uint32_t> stamp = launchStampOf(process->pid());
   ASSERT_TRUE(stamp);
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  makeLaterProcess(process->pid());
   EXPECT_EQ(launchStampOf(process->pid()), stamp);
 }
 
@@ -206,7 +215,7 @@ TEST(LaunchStamp, StaysTheSameWhenTheProcessBecomesAnotherProgram) {
   const WaitingInput input;
   const ChildProcess process([&](const ChildProcess::TellReady&) {
     writeFile(folder / "stamp", std::to_string(launchStampOf(::getpid()).value()));
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    makeLaterProcess(::getpid());
     input.becomeProgram(kCat, kCat);
   });
   EXPECT_EQ(shownArgumentsOf(process.pid()), std::vector<std::string>{kCat});
@@ -222,8 +231,7 @@ TEST(LaunchStamp, StaysTheSameWhenTheFirstThreadHasEnded) {
 
 TEST(LaunchStamp, DiffersForProcessesStartedAtDifferentTimes) {
   const auto first = makeWaitingProcess();
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
-  const auto second = makeWaitingProcess();
+  const auto second = makeLaterProcess(first->pid());
   EXPECT_NE(launchStampOf(first->pid()), launchStampOf(second->pid()));
 }
 
@@ -232,7 +240,7 @@ TEST(LaunchStamp, DiffersForAnyTwoTimesOfOneBoot) {
   std::set<std::uint32_t> stamps;
   for (std::uint64_t ticks = 0; ticks < 10'000; ++ticks) stamps.insert(launchStamp(kBoot, ticks));
   EXPECT_EQ(stamps.size(), 10'000U);
-  // What is added is the time itself, so that no two of less than 2^32 can fall together.
+  // The time itself is added, so that no two times below 2^32 give the same stamp.
   EXPECT_EQ(launchStamp(kBoot, 0xFFFFFFFF) - launchStamp(kBoot, 0), 0xFFFFFFFFU);
   EXPECT_EQ(launchStamp(kBoot, 0x100000001), launchStamp(kBoot, 1));
 }
@@ -246,7 +254,7 @@ TEST(LaunchStamp, IsMadeOfTheBootIdAndTheStartTime) {
   EXPECT_EQ(launchStampOf(process->pid()), launchStamp(boot, std::stoull(ticks)));
 }
 
-TEST(LaunchStamp, IsNotKnownOfNoProcess) {
+TEST(LaunchStamp, IsUnknownForNoProcess) {
   EXPECT_FALSE(launchStampOf(idOfEndedProcess()));
   EXPECT_FALSE(launchStampOf(0));
   EXPECT_FALSE(launchStampOf(-1));

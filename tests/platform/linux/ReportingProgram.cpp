@@ -2,6 +2,8 @@
 // "key=value" a line, and ends.
 
 #include <fcntl.h>
+#include <linux/keyctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,13 +11,17 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// The open descriptors, those that looking for them takes left out.
+constexpr std::string_view kStatusFields[] = {"SigPnd", "ShdPnd", "SigBlk", "SigIgn", "SigCgt",
+                                              "Uid",    "Gid",    "Groups", "CapPrm", "NoNewPrivs"};
+
+/// The open descriptors, except those needed to look for them.
 std::vector<int> openDescriptors() {
   std::vector<int> descriptors;
   for (int number = 0; number < 70'000; ++number) {
@@ -43,10 +49,12 @@ int main(int argumentCount, char** arguments) {
   }
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
-    if (!line.starts_with("Sig") && !line.starts_with("ShdPnd")) continue;
-    line.replace(line.find(":\t"), 2, "=");
+    const std::string_view name = std::string_view(line).substr(0, line.find(':'));
+    if (std::ranges::count(kStatusFields, name) == 0) continue;
+    line.replace(name.size(), 2, "=");
     report << line << "\n";
   }
+  report << "keyring=" << ::syscall(SYS_keyctl, KEYCTL_GET_KEYRING_ID, KEY_SPEC_SESSION_KEYRING, 0) << "\n";
   report.close();
   std::rename((path + ".part").c_str(), path.c_str());
   return 0;

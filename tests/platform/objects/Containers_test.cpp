@@ -39,14 +39,14 @@ TEST(NSArray, IsEqualByItsObjects) {
   EXPECT_FALSE(array->isEqual("a"_ns));
 }
 
-TEST(NSArray, IsToldFromOtherObjects) {
+TEST(NSArray, IsDistinguishedFromOtherObjects) {
   const Ref<NSArray> array = NSArray::arrayWithObjects({});
   EXPECT_EQ(asArray(array), array);
   EXPECT_FALSE(asArray("a"_ns));
   EXPECT_FALSE(asArray(nullptr));
 }
 
-TEST(NSDictionary, FindsWhatStandsUnderAKey) {
+TEST(NSDictionary, FindsTheObjectUnderAKey) {
   const Ref<NSDictionary> dictionary =
       NSDictionary::dictionaryWithEntries({{"b"_ns, number(2)}, {"a"_ns, number(1)}, {""_ns, number(0)}});
   EXPECT_EQ(dictionary->count(), 3U);
@@ -64,13 +64,13 @@ TEST(NSDictionary, FindsNothingWhenEmpty) {
   EXPECT_EQ(NSDictionary::dictionaryWithEntries({})->count(), 0U);
 }
 
-TEST(NSDictionary, EntriesStandInTheOrderOfTheirKeysBytes) {
+TEST(NSDictionary, SortsEntriesByTheBytesOfTheirKeys) {
   const Ref<NSDictionary> dictionary = NSDictionary::dictionaryWithEntries(
       {{"b"_ns, number(1)}, {"\u00E9"_ns, number(2)}, {"B"_ns, number(3)}, {"ba"_ns, number(4)}});
   EXPECT_THAT(keysOf(*dictionary), testing::ElementsAre("B", "b", "ba", "\u00E9"));
 }
 
-TEST(NSDictionary, OfAKeyGivenTwiceTheLastWins) {
+TEST(NSDictionary, TakesTheLastOfEqualKeys) {
   const Ref<NSDictionary> dictionary = NSDictionary::dictionaryWithEntries(
       {{"a"_ns, number(1)}, {"b"_ns, number(2)}, {"a"_ns, number(3)}, {"c"_ns, number(4)}, {"a"_ns, number(5)}});
   EXPECT_THAT(keysOf(*dictionary), testing::ElementsAre("a", "b", "c"));
@@ -89,7 +89,7 @@ TEST(NSDictionary, IsEqualByKeysAndObjects) {
   EXPECT_FALSE(dictionary->isEqual("a"_ns));
 }
 
-TEST(NSDictionary, IsToldFromOtherObjects) {
+TEST(NSDictionary, IsDistinguishedFromOtherObjects) {
   const Ref<NSMutableDictionary> dictionary = NSMutableDictionary::dictionaryWithCapacity(0);
   EXPECT_EQ(asDictionary(dictionary), dictionary);
   EXPECT_FALSE(asDictionary("a"_ns));
@@ -104,7 +104,7 @@ TEST(NSMutableDictionary, TakesEntriesInAnyOrder) {
   EXPECT_TRUE(areEqual(dictionary->objectForKey("k"_ns), number('k')));
 }
 
-TEST(NSMutableDictionary, PutsAnObjectInPlaceOfTheOneUnderItsKey) {
+TEST(NSMutableDictionary, ReplacesTheObjectUnderAKey) {
   const Ref<NSMutableDictionary> dictionary = NSMutableDictionary::dictionaryWithCapacity(0);
   dictionary->setObject(number(1), "a"_ns);
   dictionary->setObject(number(2), "a"_ns);
@@ -112,13 +112,13 @@ TEST(NSMutableDictionary, PutsAnObjectInPlaceOfTheOneUnderItsKey) {
   EXPECT_TRUE(areEqual(dictionary->objectForKey("a"_ns), number(2)));
 }
 
-TEST(NSMutableDictionary, IsEqualToAnImmutableOneOfTheSameEntries) {
+TEST(NSMutableDictionary, IsEqualToAnImmutableOneWithTheSameEntries) {
   const Ref<NSMutableDictionary> dictionary = NSMutableDictionary::dictionaryWithCapacity(1);
   dictionary->setObject(number(1), "a"_ns);
   EXPECT_TRUE(NSDictionary::dictionaryWithEntries({{"a"_ns, number(1)}})->isEqual(dictionary));
 }
 
-TEST(NSMutableDictionary, WithoutMemoryForItsRoomIsAbsent) {
+TEST(NSMutableDictionary, IsAbsentWithoutMemoryForItsRoom) {
   EXPECT_FALSE(NSMutableDictionary::dictionaryWithCapacity(std::numeric_limits<std::size_t>::max()));
 }
 

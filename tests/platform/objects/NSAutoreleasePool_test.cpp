@@ -18,7 +18,7 @@ using testing::IsEmpty;
 /// What has ended, in order.
 using Ended = std::vector<std::string>;
 
-/// An object whose end is seen, and which may do something then.
+/// An object that records its end, and may do something then.
 class Witness final : public NSObject {
  public:
   Witness(
@@ -57,7 +57,7 @@ TEST(NSAutoreleasePool, AnObjectThatIsHeldElsewhereOutlivesTheScope) {
   EXPECT_THAT(ended, ElementsAre("a"));
 }
 
-TEST(NSAutoreleasePool, GivesItsObjectsUpInTheOrderInWhichTheyCameIn) {
+TEST(NSAutoreleasePool, ReleasesItsObjectsInTheOrderTheyWereAdded) {
   Ended ended;
   {
     const NSAutoreleasePool pool;
@@ -82,7 +82,7 @@ TEST(NSAutoreleasePool, TheInnermostOpenScopeTakesAnObject) {
   EXPECT_THAT(ended, ElementsAre("inner", "outer", "outer again"));
 }
 
-TEST(NSAutoreleasePool, AnObjectHandedOutWhileOthersEndIsGivenUpToo) {
+TEST(NSAutoreleasePool, AnObjectHandedOutWhileOthersEndIsReleasedToo) {
   Ended ended;
   {
     const NSAutoreleasePool pool;
@@ -114,7 +114,7 @@ TEST(NSAutoreleasePool, AnAbsentObjectStaysAbsent) {
   EXPECT_FALSE(autorelease(Ref<Witness>()));
 }
 
-TEST(NSAutoreleasePool, ScopesAreOfOneThread) {
+TEST(NSAutoreleasePool, AScopeBelongsToOneThread) {
   Ended ended;
   const NSAutoreleasePool pool;
   std::thread([&ended] { autorelease(std::make_shared<Witness>(ended, "other thread")); }).join();

@@ -21,7 +21,7 @@ TEST(NSData, IsEqualByItsBytes) {
   EXPECT_FALSE(NSData::dataWithBytes("a")->isEqual("a"_ns));
 }
 
-TEST(NSData, IsToldFromOtherObjects) {
+TEST(NSData, IsDistinguishedFromOtherObjects) {
   const Ref<NSData> data = NSData::dataWithBytes("a");
   EXPECT_EQ(asData(data), data);
   EXPECT_FALSE(asData("a"_ns));

@@ -24,7 +24,7 @@ TEST(NSDate, IsEqualByItsExactTime) {
   EXPECT_FALSE(at(1.5)->isEqual(NSNumber::numberWithDouble(1.5)));
 }
 
-TEST(NSDate, IsToldFromOtherObjects) {
+TEST(NSDate, IsDistinguishedFromOtherObjects) {
   const Ref<NSDate> date = NSDate::dateWithTimeIntervalSinceReferenceDate(0);
   EXPECT_EQ(asDate(date), date);
   EXPECT_FALSE(asDate(NSNumber::numberWithInt(0)));

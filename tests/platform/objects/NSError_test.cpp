@@ -17,7 +17,7 @@ TEST(NSError, HasADomainACodeAndUserInformation) {
   EXPECT_EQ(error->userInfo(), userInfo);
 }
 
-TEST(NSError, CodesHaveTheWidthOfAWord) {
+TEST(NSError, CodesMayUseTheWholeRangeOfALong) {
   for (const long code : {std::numeric_limits<long>::min(), std::numeric_limits<long>::max()}) {
     EXPECT_EQ(NSError::errorWithDomain("domain"_ns, code, nullptr)->code(), code);
   }
@@ -27,6 +27,17 @@ TEST(NSError, UserInformationIsNeverAbsent) {
   const Ref<NSError> error = NSError::errorWithDomain("domain"_ns, 1, nullptr);
   ASSERT_TRUE(error->userInfo());
   EXPECT_EQ(error->userInfo()->count(), 0U);
+  EXPECT_TRUE(NSError("domain"_ns, 1, nullptr).userInfo());
+}
+
+TEST(NSError, MayHaveNoDomain) {
+  const Ref<NSError> error = NSError::errorWithDomain(nullptr, 5, nullptr);
+  EXPECT_FALSE(error->domain());
+  EXPECT_TRUE(error->description());
+  EXPECT_TRUE(error->isEqual(NSError::errorWithDomain(nullptr, 5, nullptr)));
+  EXPECT_EQ(error->hash(), NSError::errorWithDomain(nullptr, 5, nullptr)->hash());
+  EXPECT_FALSE(error->isEqual(NSError::errorWithDomain("domain"_ns, 5, nullptr)));
+  EXPECT_FALSE(NSError::errorWithDomain("domain"_ns, 5, nullptr)->isEqual(error));
 }
 
 TEST(NSError, IsEqualByAllThree) {

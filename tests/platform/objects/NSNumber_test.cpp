@@ -47,7 +47,7 @@ TEST(NSNumber, IntegersReadByTheirTwosComplement) {
   EXPECT_EQ(NSNumber::numberWithBool(true)->unsignedLongLongValue(), 1U);
 }
 
-TEST(NSNumber, ReadsAsThirtyTwoBitsByItsLowBits) {
+TEST(NSNumber, ReadsAs32BitsFromItsLowBits) {
   EXPECT_EQ(NSNumber::numberWithInt(-5)->intValue(), -5);
   EXPECT_EQ(NSNumber::numberWithLongLong((1LL << 32) + 7)->intValue(), 7);
   EXPECT_EQ(NSNumber::numberWithUnsignedLongLong(0xFFFFFFFF)->intValue(), -1);
@@ -106,7 +106,7 @@ TEST(NSNumber, IsEqualByValueWhateverItIsHeldAs) {
   }
 }
 
-TEST(NSNumber, TheSameBitsOfEitherSignAreDifferentNumbers) {
+TEST(NSNumber, TheSameBitsWithAndWithoutASignAreDifferentNumbers) {
   const Ref<NSNumber> negative = NSNumber::numberWithLongLong(-1);
   const Ref<NSNumber> positive = NSNumber::numberWithUnsignedLongLong(kUnsignedMax);
   EXPECT_FALSE(negative->isEqual(positive));
@@ -126,13 +126,13 @@ TEST(NSNumber, DescribesItself) {
   EXPECT_EQ(NSNumber::numberWithDouble(1.5)->description()->bytes(), "1.5");
 }
 
-TEST(NSNumber, DescribesItselfWithADecimalPointWhereTheHostHasADecimalComma) {
+TEST(NSNumber, DescribesItselfWithADecimalPointEvenIfTheHostHasADecimalComma) {
   const test::DecimalComma scope;
   if (!test::DecimalComma::isThere()) GTEST_SKIP() << "no locale with a decimal comma is installed";
   EXPECT_EQ(NSNumber::numberWithDouble(1.5)->description()->bytes(), "1.5");
 }
 
-TEST(NSNumber, IsToldFromOtherObjects) {
+TEST(NSNumber, IsDistinguishedFromOtherObjects) {
   const Ref<NSNumber> number = NSNumber::numberWithInt(1);
   EXPECT_EQ(asNumber(number), number);
   EXPECT_FALSE(asNumber("1"_ns));

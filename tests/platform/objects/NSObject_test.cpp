@@ -13,7 +13,7 @@ class Thing final : public NSObject {
   Thing() = default;
 };
 
-TEST(NSObject, IsEqualToItselfAlone) {
+TEST(NSObject, IsEqualOnlyToItself) {
   const Ref<NSObject> thing = std::make_shared<Thing>();
   EXPECT_TRUE(thing->isEqual(thing));
   EXPECT_FALSE(thing->isEqual(std::make_shared<Thing>()));
@@ -25,7 +25,7 @@ TEST(NSObject, HasADescription) { EXPECT_GT(std::make_shared<Thing>()->descripti
 
 TEST(NSObject, DoesNotReadAsANumber) { EXPECT_FALSE(std::make_shared<Thing>()->unsignedLongLongValue().has_value()); }
 
-TEST(NSObject, AbsentObjectsAreEqualToEachOtherAlone) {
+TEST(NSObject, AnAbsentObjectIsEqualOnlyToAnotherAbsentOne) {
   const Ref<NSObject> thing = std::make_shared<Thing>();
   EXPECT_TRUE(areEqual(nullptr, nullptr));
   EXPECT_FALSE(areEqual(thing, nullptr));
@@ -34,12 +34,12 @@ TEST(NSObject, AbsentObjectsAreEqualToEachOtherAlone) {
   EXPECT_TRUE(areEqual("a"_ns, "a"_ns));
 }
 
-TEST(NSObject, AClassIsNamed) {
+TEST(NSObject, AClassHasAName) {
   const ClassInfo info = {"ZKThing"};
   EXPECT_EQ(NSStringFromClass(&info)->bytes(), "ZKThing");
 }
 
-TEST(NSNull, EveryOneIsEqualToEveryOther) {
+TEST(NSNull, AllNullObjectsAreEqual) {
   EXPECT_TRUE(NSNull::null()->isEqual(NSNull::null()));
   EXPECT_EQ(NSNull::null()->hash(), NSNull::null()->hash());
   EXPECT_FALSE(NSNull::null()->isEqual(nullptr));

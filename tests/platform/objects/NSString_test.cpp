@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "objects/NSNumber.h"
 
 namespace zk {
@@ -15,7 +17,7 @@ TEST(NSString, IsMadeOfTheBytesBeforeAZero) {
   EXPECT_EQ(NSString::stringWithUTF8String("")->length(), 0U);
 }
 
-TEST(NSString, OfANullPointerIsAbsent) { EXPECT_FALSE(NSString::stringWithUTF8String(nullptr)); }
+TEST(NSString, IsAbsentForANullPointer) { EXPECT_FALSE(NSString::stringWithUTF8String(nullptr)); }
 
 TEST(NSString, KeepsAnyBytes) {
   const Ref<NSString> text = NSString::stringWithBytes("\xFF\0\u20AC"sv);
@@ -30,7 +32,7 @@ TEST(NSString, GivesItsBytesEndedByAZero) {
 
 TEST(NSString, ALiteralKeepsAZeroInside) { EXPECT_EQ("a\0b"_ns->length(), 3U); }
 
-TEST(NSString, LengthIsInBytesAndThatOfAnAbsentTextIsZero) {
+TEST(NSString, LengthIsInBytesAndZeroForAnAbsentText) {
   EXPECT_EQ("\u20AC"_ns->length(), 3U);
   EXPECT_EQ(length("\u20AC"_ns), 3U);
   EXPECT_EQ(length(nullptr), 0U);
@@ -50,7 +52,7 @@ TEST(NSString, IsCutFromAnIndex) {
   EXPECT_EQ(text->substringFromIndex(4)->bytes(), "");
 }
 
-TEST(NSString, IsCutToARangeAndToWhatItHolds) {
+TEST(NSString, IsCutToARangeWithinItsLength) {
   const Ref<NSString> text = "abcdef"_ns;
   EXPECT_EQ(text->substringWithRange({1, 3})->bytes(), "bcd");
   EXPECT_EQ(text->substringWithRange({0, 0})->bytes(), "");
@@ -72,11 +74,39 @@ TEST(NSString, IsEqualByItsBytes) {
 
 TEST(NSString, DescribesItself) { EXPECT_EQ("a b"_ns->description()->bytes(), "a b"); }
 
-TEST(NSString, IsToldFromOtherObjects) {
+TEST(NSString, IsDistinguishedFromOtherObjects) {
   const Ref<NSString> text = "a"_ns;
   EXPECT_EQ(asString(text), text);
   EXPECT_FALSE(asString(nullptr));
   EXPECT_FALSE(asString(NSNumber::numberWithInt(1)));
+}
+
+constinit const NSStringConstant kConstant = "constant"_constant;
+constexpr NSStringConstant kAnother = "another"_constant;
+
+TEST(NSStringConstant, IsAlwaysTheSameText) {
+  const Ref<NSString>& text = kConstant;
+  const Ref<NSObject> object = kConstant;
+  EXPECT_EQ(text->bytes(), "constant");
+  EXPECT_EQ(object, text);
+  EXPECT_EQ(kConstant->bytes(), "constant");
+  EXPECT_EQ((*kConstant).length(), 8U);
+}
+
+TEST(NSStringConstant, CanBeUsedAsATextOrAnObject) {
+  EXPECT_EQ(length(kConstant), 8U);
+  EXPECT_EQ(asString(kConstant), kConstant);
+  EXPECT_TRUE(areEqual(kConstant, "constant"_ns));
+  EXPECT_TRUE("constant"_ns->isEqual(kConstant));
+  const std::vector<Ref<NSString>> list = {kConstant, kAnother, true ? kConstant : kAnother};
+  EXPECT_EQ(list.back(), kConstant);
+}
+
+TEST(NSStringConstant, IsComparedByIdentity) {
+  EXPECT_TRUE(kConstant == kConstant);
+  EXPECT_FALSE(kConstant == kAnother);
+  EXPECT_FALSE(kConstant == nullptr);
+  EXPECT_FALSE(kConstant == "constant"_ns);
 }
 
 TEST(NSString, DoesNotReadAsANumber) { EXPECT_FALSE("5"_ns->unsignedLongLongValue().has_value()); }

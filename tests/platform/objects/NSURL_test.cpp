@@ -15,7 +15,7 @@ std::string pathOf(std::string_view path) {
   return url ? url->path()->bytes() : "absent";
 }
 
-/// Goes to a folder for the length of a scope.
+/// Changes the current folder for the length of a scope.
 class CurrentFolder {
  public:
   explicit CurrentFolder(const fs::path& folder) : before_(fs::current_path()) { fs::current_path(folder); }
@@ -45,14 +45,14 @@ TEST(NSURL, KeepsAnAbsolutePathWithoutItsTrailingSlashes) {
   EXPECT_EQ(pathOf("/a/\xFF"), "/a/\xFF");
 }
 
-TEST(NSURL, TakesARelativePathAgainstTheCurrentFolder) {
+TEST(NSURL, ARelativePathStartsFromTheCurrentFolder) {
   const test::TemporaryFolder folder;
   const CurrentFolder current(folder.path());
   EXPECT_EQ(pathOf("a/b/"), folder.path().string() + "/a/b");
   EXPECT_EQ(pathOf("."), folder.path().string() + "/.");
 }
 
-TEST(NSURL, OfARelativePathIsAbsentWhenTheCurrentFolderIsGone) {
+TEST(NSURL, IsAbsentForARelativePathIfTheCurrentFolderIsGone) {
   const test::TemporaryFolder folder;
   const CurrentFolder current([&folder] {
     fs::create_directory(folder / "gone");
@@ -63,13 +63,13 @@ TEST(NSURL, OfARelativePathIsAbsentWhenTheCurrentFolderIsGone) {
   EXPECT_EQ(pathOf("/a"), "/a");
 }
 
-TEST(NSURL, OfAPathThatIsEmptyOrAbsentOrHoldsAZeroByteIsAbsent) {
+TEST(NSURL, IsAbsentForAnEmptyOrAbsentPathOrOneWithAZeroByte) {
   EXPECT_FALSE(NSURL::fileURLWithPath(nullptr));
   EXPECT_EQ(pathOf(""), "absent");
   EXPECT_EQ(pathOf(std::string_view("/a\0b", 4)), "absent");
 }
 
-TEST(NSURL, OfAPathThatIsTooLongIsAbsent) {
+TEST(NSURL, IsAbsentForAPathThatIsTooLong) {
   EXPECT_EQ(pathOf("/" + std::string(4094, 'a')), "/" + std::string(4094, 'a'));
   EXPECT_EQ(pathOf("/" + std::string(4095, 'a')), "absent");
   EXPECT_EQ(pathOf("/" + std::string(4094, 'a') + "//"), "/" + std::string(4094, 'a'));
@@ -80,13 +80,13 @@ TEST(NSURL, AnUncheckedPathMayBeLonger) {
   EXPECT_EQ(NSURL(path).path()->bytes(), path);
 }
 
-TEST(NSURL, LastComponentStandsBehindTheLastSlash) {
+TEST(NSURL, TheLastComponentFollowsTheLastSlash) {
   EXPECT_EQ(NSURL("/a/b.app").lastPathComponent()->bytes(), "b.app");
   EXPECT_EQ(NSURL("/a").lastPathComponent()->bytes(), "a");
   EXPECT_EQ(NSURL("/").lastPathComponent()->bytes(), "");
 }
 
-TEST(NSURL, AppendsAComponentAsItStands) {
+TEST(NSURL, AppendsAComponentAsItIs) {
   const NSURL url("/a");
   EXPECT_EQ(url.URLByAppendingPathComponent("b"_ns)->path()->bytes(), "/a/b");
   EXPECT_EQ(url.URLByAppendingPathComponent("b"_ns, true)->path()->bytes(), "/a/b");
@@ -95,9 +95,10 @@ TEST(NSURL, AppendsAComponentAsItStands) {
   EXPECT_EQ(NSURL("/").URLByAppendingPathComponent("b"_ns)->path()->bytes(), "/b");
 }
 
-TEST(NSURL, AppendingGivesAbsentWhereThePathIsRefused) {
+TEST(NSURL, AppendingGivesNothingIfThePathIsRefused) {
   EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent(NSString::stringWithBytes(std::string(4095, 'b'))));
   EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent("b\0c"_ns));
+  EXPECT_FALSE(NSURL("/a").URLByAppendingPathComponent(nullptr));
 }
 
 TEST(NSURL, IsEqualByItsPath) {

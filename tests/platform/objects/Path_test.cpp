@@ -5,7 +5,7 @@
 namespace zk {
 namespace {
 
-TEST(Path, LosesTheSlashesAtItsEnd) {
+TEST(Path, LosesItsTrailingSlashes) {
   EXPECT_EQ(withoutTrailingSlashes("/a//"), "/a");
   EXPECT_EQ(withoutTrailingSlashes("///"), "/");
   EXPECT_EQ(withoutTrailingSlashes(""), "");

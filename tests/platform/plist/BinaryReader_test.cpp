@@ -16,7 +16,7 @@ using namespace std::string_literals;
 
 std::string read(const std::string& document) { return jsonFromPropertyList(readBinaryPropertyList(document)); }
 
-/// What a document of this one object reads as.
+/// What a document with this one object reads as.
 std::string readObject(const std::string& bytes) { return read(binaryDocument({bytes})); }
 
 TEST(BinaryReader, ReadsNullAndBooleans) {
@@ -25,7 +25,7 @@ TEST(BinaryReader, ReadsNullAndBooleans) {
   EXPECT_EQ(readObject("\x09"), "true");
 }
 
-TEST(BinaryReader, RefusesMarkersThatStandForNothing) {
+TEST(BinaryReader, RefusesMarkersWithoutAMeaning) {
   for (const auto& bytes :
        {"\x01"s, "\x07"s, "\x0A"s, "\x0F"s, "\x20\x00"s, "\x21\x00\x00"s, "\x24"s + std::string(16, '\0'), "\x30\x00"s,
         "\x32\x00\x00\x00\x00"s, "\x34"s + std::string(16, '\0'), "\x90"s, "\xE0"s, "\xF0"s}) {
@@ -33,19 +33,19 @@ TEST(BinaryReader, RefusesMarkersThatStandForNothing) {
   }
 }
 
-TEST(BinaryReader, ReadsIntegersOfOneTwoAndFourBytesWithoutSign) {
+TEST(BinaryReader, ReadsIntegersOfOneTwoAndFourBytesAsUnsigned) {
   EXPECT_EQ(readObject("\x10\xFF"), "255");
   EXPECT_EQ(readObject("\x11\xFF\xFE"), "65534");
   EXPECT_EQ(readObject("\x12\xFF\xFF\xFF\xFD"), "4294967293");
 }
 
-TEST(BinaryReader, ReadsIntegersOfEightBytesWithSign) {
+TEST(BinaryReader, ReadsIntegersOfEightBytesAsSigned) {
   EXPECT_EQ(readObject("\x13" + bigEndian(~0ULL, 8)), "-1");
   EXPECT_EQ(readObject("\x13" + bigEndian(1ULL << 63, 8)), "-9223372036854775808");
   EXPECT_EQ(readObject("\x13" + bigEndian((1ULL << 63) - 1, 8)), "9223372036854775807");
 }
 
-TEST(BinaryReader, ReadsIntegersOfSixteenBytesThatFitSixtyFourBits) {
+TEST(BinaryReader, ReadsIntegersOfSixteenBytesThatFitInto64Bits) {
   EXPECT_EQ(readObject("\x14" + bigEndian(0, 8) + bigEndian(5, 8)), "5");
   EXPECT_EQ(readObject("\x14" + bigEndian(0, 8) + bigEndian(1ULL << 63, 8)), "9223372036854775808");
   EXPECT_EQ(readObject("\x14" + bigEndian(0, 8) + bigEndian(~0ULL, 8)), "18446744073709551615");
@@ -53,7 +53,7 @@ TEST(BinaryReader, ReadsIntegersOfSixteenBytesThatFitSixtyFourBits) {
   EXPECT_EQ(readObject("\x14" + bigEndian(~0ULL, 8) + bigEndian(1ULL << 63, 8)), "-9223372036854775808");
 }
 
-TEST(BinaryReader, RefusesIntegersBeyondSixtyFourBits) {
+TEST(BinaryReader, RefusesIntegersBeyond64Bits) {
   EXPECT_EQ(readObject("\x14" + bigEndian(1, 8) + bigEndian(0, 8)), "absent");
   EXPECT_EQ(readObject("\x14" + bigEndian(~0ULL, 8) + bigEndian((1ULL << 63) - 1, 8)), "absent");
   EXPECT_EQ(readObject("\x14" + bigEndian(1ULL << 63, 8) + bigEndian(~0ULL, 8)), "absent");
@@ -103,7 +103,7 @@ TEST(BinaryReader, ReadsCountsOfEveryWidth) {
   }
 }
 
-TEST(BinaryReader, RefusesCountsThatAreNoIntegers) {
+TEST(BinaryReader, RefusesCountsThatAreNotIntegers) {
   EXPECT_EQ(readObject("\x5F\x23" + bigEndian(0, 8)), "absent");
   EXPECT_EQ(readObject("\x5F\x51\x61"), "absent");
   EXPECT_EQ(readObject("\x5F\x00\x03"
@@ -113,7 +113,7 @@ TEST(BinaryReader, RefusesCountsThatAreNoIntegers) {
   EXPECT_EQ(readObject("\x5F\x11\x00"s), "absent");
 }
 
-TEST(BinaryReader, RefusesWhatReachesBeyondTheObjects) {
+TEST(BinaryReader, RefusesAnObjectThatReachesBeyondTheLast) {
   for (const auto& bytes :
        {"\x11\x01"s, "\x13\x01"s, "\x14\x01"s, "\x22\x01"s, "\x23\x01"s, "\x33\x01"s, "\x42\x61"s, "\x52\x61"s,
         "\x61\x61"s, "\x72\x61"s, "\x81\x01"s, "\xA1"s, "\xD1\x00"s, "\x4F\x13"s + bigEndian(~0ULL, 8),
@@ -167,7 +167,7 @@ TEST(BinaryReader, ReadsKeysInEveryEncoding) {
   }
 }
 
-TEST(BinaryReader, RefusesKeysThatAreNoText) {
+TEST(BinaryReader, RefusesKeysThatAreNotText) {
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x41\x61"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x80\x01"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x01\x01", "\x10\x01"})), "absent");
@@ -204,7 +204,7 @@ TEST(BinaryReader, ReadsATopObjectThatNoReferenceReaches) {
   EXPECT_EQ(read(binaryDocument(objects, {.offsetSize = 2, .top = 300})), "[false]");
 }
 
-TEST(BinaryReader, ReadsWhatItCanOfOtherVersions) {
+TEST(BinaryReader, ReadsOtherVersionsAsFarAsItCan) {
   EXPECT_EQ(read(binaryDocument({"\x09"}, {.header = "bplist01"})), "true");
 }
 
@@ -212,7 +212,7 @@ TEST(BinaryReader, DoesNotLookAtObjectsThatNothingRefersTo) {
   EXPECT_EQ(read(binaryDocument({"\x09", "\xFF"})), "true");
 }
 
-TEST(BinaryReader, RefusesATrailerThatPointsElsewhere) {
+TEST(BinaryReader, RefusesATrailerThatPointsOutside) {
   const std::string objects = "bplist00\x09";
   EXPECT_EQ(read(objects + "\x08" + binaryTrailer({}, 1, 9)), "true");
   EXPECT_EQ(read(objects + "\x08" + binaryTrailer({}, 0, 9)), "absent") << "no objects";
@@ -244,7 +244,7 @@ TEST(BinaryReader, BuildsAnObjectOnceHoweverOftenItIsReferredTo) {
   EXPECT_EQ(array->objects()[0], array->objects()[1]);
 }
 
-TEST(BinaryReader, RefusesContainersThatHoldThemselves) {
+TEST(BinaryReader, RefusesContainersThatContainThemselves) {
   EXPECT_EQ(read(binaryDocument({"\xA1\x00"s})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xA1\x01", "\xD1\x02\x00"s, "\x51\x61"})), "absent");
   EXPECT_EQ(read(binaryDocument({"\xD1\x00\x00"s})), "absent") << "its own key";
@@ -289,7 +289,7 @@ TEST(BinaryReader, CountsTheNestingOfSharedObjectsOnTheirDeepestPath) {
   EXPECT_FALSE(readBinaryPropertyList(document(12)));
 }
 
-/// An array of so many arrays, of which each has 250 references that are also those of the one before.
+/// An array of `count` arrays. Each has 250 references, nearly all of them shared with the array before.
 std::string overlappingArrays(std::size_t count) {
   std::string document = "bplist00";
   std::string offsets = bigEndian(document.size(), 2);
@@ -300,7 +300,7 @@ std::string overlappingArrays(std::size_t count) {
     document += "\xAF\x10\xFA";
   }
   document += std::string(250, '\xFF');
-  // What the markers are as references to.
+  // The markers count as references, too, and need objects.
   while (offsets.size() < std::size_t{2} * 256) offsets += bigEndian(document.size(), 2);
   document += "\x09";
   return document + offsets + binaryTrailer({.offsetSize = 2}, 256, document.size());
@@ -313,7 +313,7 @@ TEST(BinaryReader, RefusesMoreObjectsThanItsOffsetsCanTellApart) {
   EXPECT_EQ(read(objects + std::string(257, '\x08') + binaryTrailer({}, 257, 9)), "absent");
 }
 
-/// An array of so many dictionaries, each with the same two long keys.
+/// An array of `count` dictionaries, each with the same two long keys.
 std::string dictionariesOfLongKeys(std::size_t count) {
   std::string references;
   for (std::size_t index = 1; index <= count; ++index) references += bigEndian(index, 2);

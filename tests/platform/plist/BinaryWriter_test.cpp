@@ -58,13 +58,13 @@ TEST(BinaryWriter, WritesNegativeIntegersInEightBytes) {
   EXPECT_EQ(writtenObject(number(std::numeric_limits<std::int64_t>::min())), "138000000000000000");
 }
 
-TEST(BinaryWriter, WritesIntegersBeyondSixtyThreeBitsInSixteenBytes) {
+TEST(BinaryWriter, WritesIntegersBeyond63BitsInSixteenBytes) {
   EXPECT_EQ(writtenObject(NSNumber::numberWithUnsignedLongLong(1ULL << 63)), "1400000000000000008000000000000000");
   EXPECT_EQ(writtenObject(NSNumber::numberWithUnsignedLongLong(~0ULL)), "140000000000000000ffffffffffffffff");
   EXPECT_EQ(writtenObject(NSNumber::numberWithUnsignedLongLong(7)), "1007");
 }
 
-TEST(BinaryWriter, WritesRealsInFourBytesWhereThatLosesNothing) {
+TEST(BinaryWriter, WritesRealsInFourBytesIfThatLosesNothing) {
   EXPECT_EQ(writtenObject(real(1.5)), "223fc00000");
   EXPECT_EQ(writtenObject(real(-0.0)), "2280000000");
   EXPECT_EQ(writtenObject(real(0.1)), "233fb999999999999a");
@@ -74,7 +74,7 @@ TEST(BinaryWriter, WritesRealsInFourBytesWhereThatLosesNothing) {
   EXPECT_EQ(writtenObject(real(std::numeric_limits<double>::quiet_NaN())), "227fc00000");
 }
 
-TEST(BinaryWriter, GivesBackEveryBitOfReals) {
+TEST(BinaryWriter, KeepsEveryBitOfReals) {
   for (const std::uint64_t bits : {0x7FF8000000000001ULL, 0x7FF0000000000001ULL, 0xFFF8000020000000ULL,
                                    0x36A0000000000000ULL, 0x47EFFFFFE0000000ULL, 0x47EFFFFFF0000000ULL}) {
     const double value = std::bit_cast<double>(bits);
@@ -90,7 +90,7 @@ TEST(BinaryWriter, WritesBooleansNullDatesAndData) {
   EXPECT_EQ(writtenObject(NSData::dataWithBytes("\x01\xFF")), "4201ff");
 }
 
-TEST(BinaryWriter, WritesTextAsASCIIElseAsUTF16) {
+TEST(BinaryWriter, WritesTextAsASCIIOrElseAsUTF16) {
   EXPECT_EQ(writtenObject(text("pid")), "53706964");
   EXPECT_EQ(writtenObject(text("")), "50");
   EXPECT_EQ(writtenObject(text("a\u00E9")), "62006100e9");
@@ -109,7 +109,7 @@ TEST(BinaryWriter, WritesBytesThatAreNotUTF8AsNoncharacters) {
   EXPECT_EQ(writtenObject(text("\x80")), "62fdd8fde0");
 }
 
-TEST(BinaryWriter, GivesBackTextsOfAnyBytes) {
+TEST(BinaryWriter, KeepsTextsOfAnyBytes) {
   std::string every;
   for (unsigned byte = 0; byte < 256; ++byte) every += static_cast<char>(byte);
   for (const std::string& bytes :
@@ -175,7 +175,7 @@ TEST(BinaryWriter, WritesReferencesAndOffsetsInTheNarrowestWidths) {
     unsigned offsetWidth;
     unsigned referenceWidth;
   };
-  // So many different numbers and one array of them; 1 to 3 bytes each.
+  // One array of so many different numbers, which take 2 or 3 bytes each.
   for (const Case& one : {Case{20, 1, 1}, Case{100, 2, 1}, Case{254, 2, 1}, Case{255, 2, 2}, Case{20000, 3, 2},
                           Case{65534, 3, 2}, Case{65535, 3, 3}}) {
     std::vector<Ref<NSObject>> numbers;
@@ -236,7 +236,7 @@ TEST(BinaryWriter, CountsTheNestingOfSharedObjectsOnTheirDeepestPath) {
   EXPECT_FALSE(writeBinaryPropertyList(array({uid, nested(uid, 511)})));
 }
 
-TEST(BinaryWriter, RefusesADictionaryThatHoldsItself) {
+TEST(BinaryWriter, RefusesADictionaryThatContainsItself) {
   const auto dictionary = NSMutableDictionary::dictionaryWithCapacity(2);
   dictionary->setObject(dictionary, "a"_ns);
   dictionary->setObject(dictionary, "b"_ns);

@@ -11,7 +11,7 @@ namespace zk::test {
 namespace {
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
-/// Translations may be so large, in any form; other files are read up to a quarter of it.
+/// How large translations may be, in any form; other files are read up to a quarter of it.
 constexpr std::size_t kLargestFile = 4 * kMebibyte;
 constexpr std::size_t kMostBytes = 256 * kMebibyte;
 constexpr std::size_t kMostAllocationsForAByte = 2;
@@ -28,14 +28,14 @@ std::string filled(const std::string& start, const std::string& item, const std:
   return document + end;
 }
 
-/// Arrays inside one another, then a dictionary with one key more than it had room for.
+/// Nested arrays, then a dictionary with one key more than it had room for.
 std::string keysAlone() {
   std::string keys;
   for (std::size_t index = 0; index <= kMebibyte; ++index) keys += "ab;";
   return filled("(", std::string(511, '(') + std::string(511, ')') + ",", "{" + keys + "})");
 }
 
-/// Dictionaries inside one another, none of them finished when the last one outgrows its room.
+/// Nested dictionaries, none of them finished when the last one outgrows its room.
 std::string keysAloneInDictionaries() {
   std::string document;
   std::string end = "b";
@@ -48,7 +48,7 @@ std::string keysAloneInDictionaries() {
   return document + end;
 }
 
-/// An array of UIDs, each of which becomes a dictionary, that are all in one place; unused bytes make up for that.
+/// An array of UIDs, each of which becomes a dictionary. They are all in one place; unused bytes make up for that.
 std::string overlappingUIDs() {
   constexpr std::size_t kWidth = 3;
   const std::size_t count = (kLargestFile - 64) / (2 + 2 * kWidth);
@@ -63,7 +63,7 @@ std::string overlappingUIDs() {
          binaryTrailer({.offsetSize = kWidth, .referenceSize = kWidth}, count + 1, document.size());
 }
 
-/// Arrays of which each holds the next one twice, around one empty array.
+/// Nested arrays, each of which holds the next one twice; the last one is empty.
 std::string doublingArrays() {
   std::vector<std::string> objects;
   for (std::size_t level = 1; level <= 500; ++level) {
@@ -73,7 +73,7 @@ std::string doublingArrays() {
   return binaryDocument(objects, {.offsetSize = 2, .referenceSize = 2});
 }
 
-/// The documents that ask for most memory, or most often for some, in each form.
+/// The documents of each form that need the most memory or the most allocations.
 std::vector<HostileDocument> hostileDocuments() {
   const std::string count = "\x12" + bigEndian(kLargestFile / 2 - 64, 4);
   const std::string references(kLargestFile - 128, '\x01');
@@ -89,7 +89,7 @@ std::vector<HostileDocument> hostileDocuments() {
   };
 }
 
-TEST(PropertyListLimits, ReadingTheLargestFileTakesLessThan256MiBAndTwoAllocationsForAByte) {
+TEST(PropertyListLimits, ReadingTheLargestFileTakesLessThan256MiBAndTwoAllocationsPerByte) {
   for (const HostileDocument& document : hostileDocuments()) {
     ASSERT_LE(document.bytes.size(), kLargestFile) << document.name;
     const auto data = NSData::dataWithBytes(document.bytes);

@@ -18,7 +18,7 @@ std::string read(std::string_view bytes) {
   return jsonFromPropertyList(NSPropertyListSerialization::propertyListWithData(NSData::dataWithBytes(bytes)));
 }
 
-/// A text of ASCII in UTF-16 with its mark.
+/// ASCII text as UTF-16 with its byte-order mark.
 std::string inUTF16(std::string_view text, bool isBigEndian) {
   std::string bytes = isBigEndian ? "\xFE\xFF" : "\xFF\xFE";
   for (const char character : text) {
@@ -27,7 +27,7 @@ std::string inUTF16(std::string_view text, bool isBigEndian) {
   return bytes;
 }
 
-TEST(NSPropertyListSerialization, TellsTheFormFromTheContent) {
+TEST(NSPropertyListSerialization, RecognisesTheFormByTheContent) {
   EXPECT_EQ(read(binaryDocument({"\x09"})), "true");
   EXPECT_EQ(read("<?xml version=\"1.0\"?><true/>"), "true");
   EXPECT_EQ(read("<!DOCTYPE plist><true/>"), "true");
@@ -38,7 +38,7 @@ TEST(NSPropertyListSerialization, TellsTheFormFromTheContent) {
   EXPECT_EQ(read("hello"), R"("hello")");
 }
 
-TEST(NSPropertyListSerialization, TellsXMLFromTheDataOfTheTextForm) {
+TEST(NSPropertyListSerialization, DistinguishesXMLFromDataOfTheTextForm) {
   EXPECT_EQ(read("<fade>"), R"({"data":"fade"})");
   EXPECT_EQ(read("\n< 00 ff >\n"), R"({"data":"00ff"})");
   EXPECT_EQ(read("<data>AAAA</data>"), R"({"data":"000000"})");
@@ -88,7 +88,7 @@ TEST(NSPropertyListSerialization, RefusesTextThatIsNotUTF8) {
   EXPECT_EQ(read("\"\xC0\x80\""), "absent");
 }
 
-TEST(NSPropertyListSerialization, PutsBackBytesThatWereWrittenAsNoncharactersInEveryForm) {
+TEST(NSPropertyListSerialization, RestoresBytesWrittenAsNoncharactersInEveryForm) {
   const std::string byte = R"("\udcff")";
   EXPECT_EQ(read(binaryDocument({"\x62\xFD\xDF\xFD\xEF"})), byte);
   EXPECT_EQ(read("<string>\uFDDF\uFDEF</string>"), byte);
@@ -104,7 +104,7 @@ TEST(NSPropertyListSerialization, WritesTheBinaryFormOnly) {
   EXPECT_FALSE(NSPropertyListSerialization::dataFromPropertyList(nullptr, NSPropertyListBinaryFormat_v1_0));
 }
 
-TEST(NSPropertyListSerialization, GivesBackAProcessInfoRecord) {
+TEST(NSPropertyListSerialization, KeepsAProcessInfoRecord) {
   const auto record = NSMutableDictionary::dictionaryWithCapacity(4);
   record->setObject(NSNumber::numberWithInt(4321), "pid"_ns);
   record->setObject(NSString::stringWithBytes("/opt/caf\xE9/bin"), "executablePath"_ns);

@@ -51,7 +51,7 @@ TEST(TextReader, ReadsDictionaries) {
   EXPECT_EQ(read("{a=1;a=2;}"), R"({"dict":{"a":"2"}})") << "the last of equal keys";
 }
 
-TEST(TextReader, ReadsAKeyAloneAsItsOwnObject) {
+TEST(TextReader, ReadsAKeyWithoutAnObjectAsItsOwnObject) {
   EXPECT_EQ(read("{a; b=1; c; d;}"), R"({"dict":{"a":"a","b":"1","c":"c","d":"d"}})");
 }
 

@@ -17,7 +17,7 @@ std::string read(std::string_view document) { return jsonFromPropertyList(readXM
 /// What a document with this one value reads as.
 std::string readValue(const std::string& value) { return read("<plist version=\"1.0\">" + value + "</plist>"); }
 
-TEST(XMLReader, ReadsTheDocumentThatEverybodyWrites) {
+TEST(XMLReader, ReadsATypicalDocument) {
   EXPECT_EQ(read("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                  "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
                  "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
@@ -56,7 +56,7 @@ TEST(XMLReader, ReadsIntegers) {
   EXPECT_EQ(readValue("<integer>18446744073709551615</integer>"), "18446744073709551615");
 }
 
-TEST(XMLReader, RefusesIntegersThatAreNoneOrBeyondSixtyFourBits) {
+TEST(XMLReader, RefusesMalformedIntegersAndThoseBeyond64Bits) {
   for (const char* text : {"", "-", "0x", "1.0", "1a", "--1", "1 2", "-9223372036854775809", "18446744073709551616",
                            "0x10000000000000000"}) {
     EXPECT_EQ(readValue("<integer>"s + text + "</integer>"), "absent") << text;
@@ -76,7 +76,7 @@ TEST(XMLReader, ReadsReals) {
   EXPECT_EQ(readValue("<real>0.1</real>"), real(0.1));
 }
 
-TEST(XMLReader, RefusesRealsThatAreNoneOrOutOfRange) {
+TEST(XMLReader, RefusesMalformedRealsAndThoseOutOfRange) {
   for (const char* text : {"", "-", "+-1", "--1", "1.5x", "1,5", "0x1p3", "1e999", "1e-999"}) {
     EXPECT_EQ(readValue("<real>"s + text + "</real>"), "absent") << text;
   }
@@ -91,7 +91,7 @@ TEST(XMLReader, ReadsDates) {
   EXPECT_EQ(readValue("<date>0001-01-01T00:00:00Z</date>"), date(-63113904000));
 }
 
-TEST(XMLReader, RefusesDatesThatAreNone) {
+TEST(XMLReader, RefusesMalformedDates) {
   for (const char* text :
        {"", "2001-01-01", "2001-01-01T00:00:00", "2001-13-01T00:00:00Z", "2001-00-01T00:00:00Z", "2001-02-29T00:00:00Z",
         "2001-01-01T24:00:00Z", "2001-01-01T00:60:00Z", "2001-01-01T00:00:60Z", "2001-01-01T00:00:00+00:00",
@@ -127,7 +127,7 @@ TEST(XMLReader, RefusesReferencesToAnythingElse) {
   }
 }
 
-TEST(XMLReader, TakesInCDATASections) {
+TEST(XMLReader, IncludesCDATASections) {
   EXPECT_EQ(readValue("<string>a<![CDATA[<b>&amp;]]]>c<![CDATA[]]></string>"), R"("a<b>&amp;]c")");
   EXPECT_EQ(readValue("<string><![CDATA[a</string>"), "absent");
   EXPECT_EQ(readValue("<string>a]]></string>"), "absent") << "the end of a section without its start";

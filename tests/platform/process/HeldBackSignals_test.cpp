@@ -1,23 +1,26 @@
 #include "process/HeldBackSignals.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <initializer_list>
-#include <random>
-#include <thread>
+#include <vector>
 
-#include "system/System.h"
 #include "support/ChildProcess.h"
 #include "support/FrequentAlarm.h"
 #include "support/SemaphoreName.h"
+#include "system/System.h"
 
 namespace zk::test {
 
 namespace {
+
+using ::testing::AnyOf;
+using ::testing::Contains;
+using ::testing::Each;
 
 constexpr std::initializer_list<int> kSignals = {SIGINT, SIGTERM, SIGQUIT};
 
@@ -29,8 +32,6 @@ bool isBlocked(int number) {
 
 bool areAllBlocked() { return isBlocked(SIGINT) && isBlocked(SIGTERM) && isBlocked(SIGQUIT); }
 bool isNoneBlocked() { return !isBlocked(SIGINT) && !isBlocked(SIGTERM) && !isBlocked(SIGQUIT); }
-
-void pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
 /// A semaphore that the child processes of a test share.
 class HeldBackSignalsTest : public ::testing::Test {
@@ -44,7 +45,7 @@ class HeldBackSignalsTest : public ::testing::Test {
   const SemaphoreHandle handle;
 };
 
-TEST_F(HeldBackSignalsTest, AreLetThroughAtFirst) {
+TEST_F(HeldBackSignalsTest, EndTheProcessAtFirst) {
   for (const int number : kSignals) {
     EXPECT_EQ(statusInChild([number] {
                 HeldBackSignals::begin();
@@ -56,7 +57,7 @@ TEST_F(HeldBackSignalsTest, AreLetThroughAtFirst) {
   }
 }
 
-TEST_F(HeldBackSignalsTest, AreLetThroughThoughTheyWereBlockedBefore) {
+TEST_F(HeldBackSignalsTest, EndTheProcessEvenIfTheyWereBlockedBefore) {
   EXPECT_EQ(statusInChild([] {
               sigset_t all;
               ::sigfillset(&all);
@@ -79,7 +80,7 @@ TEST_F(HeldBackSignalsTest, AreHeldBackToTheEnd) {
             0);
 }
 
-TEST_F(HeldBackSignalsTest, AreTheOnlyOnesHeldBack) {
+TEST_F(HeldBackSignalsTest, AreTheOnlySignalsHeldBack) {
   EXPECT_EQ(statusInChild([] {
               HeldBackSignals::begin();
               HeldBackSignals::holdBack();
@@ -110,7 +111,7 @@ TEST_F(HeldBackSignalsTest, WaitForTheEndOfAnAttempt) {
             kEndedBySignal + SIGINT);
 }
 
-TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
+TEST_F(HeldBackSignalsTest, DoNotKeepOtherSignalsFromInterruptingAWait) {
   take();
   EXPECT_EQ(statusInChild([this] {
               HeldBackSignals::begin();
@@ -122,7 +123,7 @@ TEST_F(HeldBackSignalsTest, LeaveAWaitToBeInterruptedByOtherSignals) {
   EXPECT_EQ(name.count(), 0);
 }
 
-TEST_F(HeldBackSignalsTest, AreHeldBackBeyondAnAttemptThatSucceeded) {
+TEST_F(HeldBackSignalsTest, AreStillHeldBackAfterASuccessfulAttempt) {
   EXPECT_EQ(statusInChild([] {
               HeldBackSignals::begin();
               {
@@ -134,7 +135,7 @@ TEST_F(HeldBackSignalsTest, AreHeldBackBeyondAnAttemptThatSucceeded) {
             0);
 }
 
-TEST_F(HeldBackSignalsTest, AreLeftAloneInAHost) {
+TEST_F(HeldBackSignalsTest, AreNotHeldBackInAHost) {
   EXPECT_EQ(statusInChild([] {
               EXPECT_FALSE(HeldBackSignals::mayEndProcess());
               {
@@ -160,7 +161,7 @@ TEST_F(HeldBackSignalsTest, EndAProcessThatWaitsForItsFirstSemaphore) {
       tellReady();
       System::current().sem_wait(handle);
     });
-    pause(30);
+    process.waitUntilAsleep();
     process.signal(number);
     EXPECT_EQ(process.wait(), kEndedBySignal + number);
   }
@@ -173,6 +174,7 @@ TEST_F(HeldBackSignalsTest, EndAProcessThatSleepsAndHoldsNothing) {
     tellReady();
     System::current().sleepForTimeInterval(60);
   });
+  process.waitUntilAsleep();
   process.signal(SIGTERM);
   EXPECT_EQ(process.wait(), kEndedBySignal + SIGTERM);
 }
@@ -188,21 +190,17 @@ TEST_F(HeldBackSignalsTest, EndAProcessWhoseTryFailed) {
 }
 
 TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHasTakenASemaphore) {
-  const auto sleepingHolder = [this](int (System::*takeIt)(SemaphoreHandle)) {
-    ChildProcess process([this, takeIt](const ChildProcess::TellReady& tellReady) {
-      HeldBackSignals::begin();
-      EXPECT_EQ((System::current().*takeIt)(handle), 0);
-      tellReady();
-      System::current().sleepForTimeInterval(0.1);
-      EXPECT_EQ(System::current().sem_post(handle), 0);
-      // Nor when it has given it back: it is on its way to its end.
-      System::current().sleepForTimeInterval(0.05);
-    });
-    for (const int number : kSignals) process.signal(number);
-    return process.wait();
-  };
-  EXPECT_EQ(sleepingHolder(&System::sem_wait), 0);
-  EXPECT_EQ(sleepingHolder(&System::sem_trywait), 0);
+  for (const auto takeIt : {&System::sem_wait, &System::sem_trywait}) {
+    EXPECT_EQ(statusInChild([this, takeIt] {
+                HeldBackSignals::begin();
+                EXPECT_EQ((System::current().*takeIt)(handle), 0);
+                for (const int number : kSignals) ::raise(number);
+                EXPECT_EQ(System::current().sem_post(handle), 0);
+                // Nor do they end it once it has posted the semaphore: it is about to end anyway.
+                for (const int number : kSignals) ::raise(number);
+              }),
+              0);
+  }
   EXPECT_EQ(name.count(), 1);
 }
 
@@ -211,14 +209,19 @@ TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHoldsOneSemaphoreAndWaitsForAnot
   const SemaphoreHandle second = System::current().sem_open(secondName.bytes().c_str(), ZKO_CREAT, 0666, 0);
   ChildProcess process([&](const ChildProcess::TellReady& tellReady) {
     HeldBackSignals::begin();
+    struct sigaction interrupting {};
+    interrupting.sa_handler = [](int) {};
+    ::sigaction(SIGUSR1, &interrupting, nullptr);
     EXPECT_EQ(System::current().sem_wait(handle), 0);
     tellReady();
-    EXPECT_EQ(System::current().sem_wait(second), 0);
+    EXPECT_EQ(System::current().sem_wait(second), -1);
+    EXPECT_EQ(errno, EINTR);
     EXPECT_EQ(System::current().sem_post(handle), 0);
   });
+  process.waitUntilAsleep();
   process.signal(SIGTERM);
-  pause(300);
-  EXPECT_EQ(System::current().sem_post(second), 0);
+  // Another signal ends the wait.
+  process.signal(SIGUSR1);
   EXPECT_EQ(process.wait(), 0);
   EXPECT_EQ(name.count(), 1);
   System::current().sem_close(second);
@@ -234,40 +237,38 @@ TEST_F(HeldBackSignalsTest, DoNotEndAProcessThatHasMadeAFileManager) {
             0);
 }
 
-/// How many processes are sent a signal at a time of its own, about when they take the semaphore.
-constexpr int kRuns = 400;
+/// The number of moments before and after the system calls of a process that takes a semaphore, from its begin to the
+/// second slice of its wait.
+constexpr int kMoments = 16;
 
 TEST_F(HeldBackSignalsTest, NeverComeBetweenTakingAndHolding) {
-  std::mt19937 random(20010101);
-  std::uniform_int_distribution<int> microseconds(0, 1500);
-  int ended = 0;
-  int finished = 0;
-  for (int run = 0; run < kRuns; ++run) {
-    const bool isTaken = run % 2 == 0;
-    if (isTaken) take();
-    ChildProcess process([&](const ChildProcess::TellReady& tellReady) {
-      HeldBackSignals::begin();
-      tellReady();
-      if (run % 4 < 2) {
-        EXPECT_EQ(System::current().sem_wait(handle), 0);
-      } else {
-        while (System::current().sem_trywait(handle) != 0) System::current().sleepForTimeInterval(0.0001);
+  const auto statusWhenSignalled = [this](int (System::*takeIt)(SemaphoreHandle), bool isFree, int moment) {
+    if (!isFree) take();
+    return statusInTracedChild(
+        [this, takeIt] {
+          HeldBackSignals::begin();
+          while ((System::current().*takeIt)(handle) != 0) System::current().sleepForTimeInterval(0.001);
+          EXPECT_EQ(System::current().sem_post(handle), 0);
+        },
+        [this, isFree, moment](pid_t pid, int stop) {
+          if (stop != moment) return;
+          if (!isFree) System::current().sem_post(handle);
+          ::kill(pid, SIGTERM);
+        });
+  };
+  for (const auto takeIt : {&System::sem_wait, &System::sem_trywait}) {
+    for (const bool isFree : {true, false}) {
+      std::vector<int> statuses;
+      for (int moment = 0; moment < kMoments; ++moment) {
+        statuses.push_back(statusWhenSignalled(takeIt, isFree, moment));
+        // It has either never held the semaphore or posted it.
+        ASSERT_EQ(name.count(), 1) << "moment " << moment << ", status " << statuses.back();
       }
-      EXPECT_EQ(System::current().sem_post(handle), 0);
-    });
-    std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
-    if (isTaken) {
-      ASSERT_EQ(System::current().sem_post(handle), 0);
+      EXPECT_THAT(statuses, Each(AnyOf(0, kEndedBySignal + SIGTERM)));
+      EXPECT_THAT(statuses, Contains(0));
+      EXPECT_THAT(statuses, Contains(kEndedBySignal + SIGTERM));
     }
-    process.signal(SIGTERM);
-    const int status = process.wait();
-    ASSERT_TRUE(status == 0 || status == kEndedBySignal + SIGTERM) << status;
-    ++(status == 0 ? finished : ended);
-    // It has either never held the semaphore or given it back.
-    ASSERT_EQ(name.count(), 1) << "run " << run << ", status " << status;
   }
-  EXPECT_GT(ended, 0);
-  EXPECT_GT(finished, 0);
 }
 
 }  // namespace

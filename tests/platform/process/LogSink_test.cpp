@@ -18,19 +18,18 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <thread>
 
-#include "system/FileDescriptor.h"
 #include "support/ChildProcess.h"
 #include "support/OwnMounts.h"
 #include "support/RefuseSystemCall.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 
@@ -66,7 +65,7 @@ Ends makeSockets(int type) {
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-/// Writes until there is no room for another byte, then makes the description a blocking one.
+/// Writes until there is no room for another byte, then restores the descriptor's flags.
 void fill(int descriptor) {
   const int flags = ::fcntl(descriptor, F_GETFL);
   ASSERT_EQ(::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK), 0);
@@ -78,8 +77,8 @@ void fill(int descriptor) {
   ASSERT_EQ(::fcntl(descriptor, F_SETFL, flags), 0);
 }
 
-/// Logs in a child process that has `descriptor` as its standard error, and ends it when it takes too long.
-/// @return its exit status, as of ChildProcess::wait
+/// Logs in a child process that has `descriptor` as its standard error, and ends that process if it takes too long.
+/// @return its exit status, as ChildProcess::wait gives it
 int statusOfLogging(
     int descriptor, const std::string& message, const std::function<void()>& prepare = [] {}) {
   return statusInChild([&] {
@@ -109,7 +108,7 @@ TEST(LogLine, HasTheTimeTheProgramTheProcessTheThreadAndTheMessage) {
               MatchesRegex(std::string(kTime) + " " + ownName() + "\\[" + process + ":" + process + "\\] a message\n"));
 }
 
-TEST(LogLine, HasTheThreadThatLogs) {
+TEST(LogLine, HasTheIdOfTheThreadThatLogs) {
   const TemporaryFolder folder;
   const FileDescriptor file(::open((folder / "log").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
   EXPECT_EQ(statusInChild([&] {
@@ -193,16 +192,16 @@ TEST(LogLine, KeepsTheErrorNumber) {
             0);
 }
 
-TEST(LogLine, StaysOneLineThatShowsWhatItHolds) {
+TEST(LogLine, StaysOneLineAndShowsEveryByte) {
   EXPECT_THAT(loggedLine(std::string("a\nb\r\x1B[31m\xFF\0z", 12)), HasSubstr("] a\\x0ab\\x0d\\x1b[31m\\xff\\x00z\n"));
 }
 
-TEST(LogLine, OfAnyLengthReachesAFileWhole) {
+TEST(LogLine, ReachesAFileWholeWhateverItsLength) {
   const std::string message(1'000'000, 'x');
   EXPECT_THAT(loggedLine(message), ::testing::EndsWith("] " + message + "\n"));
 }
 
-TEST(LogLine, GoesOnWhereTheParentsOutputEnded) {
+TEST(LogLine, ContinuesAfterTheParentsOutput) {
   const TemporaryFolder folder;
   const FileDescriptor file(::open((folder / "log").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
   EXPECT_EQ(::write(file.get(), "before\n", 7), 7);
@@ -219,7 +218,7 @@ TEST(LogLine, IsLostWithoutAStandardError) {
             0);
 }
 
-TEST(LogLine, IsLostWhereStandardErrorCannotBeWritten) {
+TEST(LogLine, IsLostIfStandardErrorCannotBeWritten) {
   const FileDescriptor readOnly(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   EXPECT_EQ(statusOfLogging(readOnly.get(), "message"), 0);
   const FileDescriptor folder(::open("/", O_RDONLY | O_CLOEXEC));
@@ -228,7 +227,7 @@ TEST(LogLine, IsLostWhereStandardErrorCannotBeWritten) {
   EXPECT_EQ(statusOfLogging(full.get(), "message"), 0);
 }
 
-TEST(LogLine, IsLostWhereTheFileMayNotGrow) {
+TEST(LogLine, IsLostIfTheFileMayNotGrow) {
   const TemporaryFolder folder;
   const FileDescriptor file(::open((folder / "log").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
   EXPECT_EQ(statusOfLogging(file.get(), "message",
@@ -245,19 +244,19 @@ TEST(LogLine, GoesThroughAPipe) {
   EXPECT_THAT(readAvailable(pipe.reading.get()), MatchesRegex(std::string(kTime) + " .*\\] message\n"));
 }
 
-TEST(LogLine, IsLostWhereTheReaderOfAPipeHasGoneAway) {
+TEST(LogLine, IsLostIfTheReaderOfAPipeHasGoneAway) {
   Ends pipe = makePipe();
   pipe.reading.reset();
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message"), 0);
 }
 
-TEST(LogLine, IsLostWhereAPipeIsFull) {
+TEST(LogLine, IsLostIfAPipeIsFull) {
   const Ends pipe = makePipe();
   fill(pipe.writing.get());
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message"), 0);
 }
 
-TEST(LogLine, LongerThanAPipeIsCut) {
+TEST(LogLine, IsCutIfItIsLongerThanAPipe) {
   const Ends pipe = makePipe();
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), std::string(1'000'000, 'x')), 0);
   EXPECT_THAT(readAvailable(pipe.reading.get()), HasSubstr("] xxx"));
@@ -268,19 +267,21 @@ TEST(LogLine, LeavesTheFlagsOfTheSharedDescriptorAlone) {
     const Ends pipe = makePipe();
     ASSERT_EQ(::fcntl(pipe.writing.get(), F_SETFL, flags), 0);
     const int before = ::fcntl(pipe.writing.get(), F_GETFL);
-    // Seen while the line is written, too: another process looks all the time.
-    ChildProcess watching([&](const ChildProcess::TellReady& tellReady) {
-      tellReady();
-      const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
-      while (std::chrono::steady_clock::now() < end) ASSERT_EQ(::fcntl(pipe.writing.get(), F_GETFL), before);
-    });
-    for (int count = 0; count < 20; ++count) EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message"), 0);
-    EXPECT_EQ(watching.wait(), 0);
-    EXPECT_EQ(::fcntl(pipe.writing.get(), F_GETFL), before);
+    const auto expectFlags = [&](pid_t /*pid*/, int stop) {
+      EXPECT_EQ(::fcntl(pipe.writing.get(), F_GETFL), before) << "stop " << stop;
+    };
+    EXPECT_EQ(statusInTracedChild(
+                  [&] {
+                    ::dup2(pipe.writing.get(), STDERR_FILENO);
+                    writeLogLine("message");
+                  },
+                  expectFlags),
+              0);
+    EXPECT_THAT(readAvailable(pipe.reading.get()), HasSubstr("message"));
   }
 }
 
-/// As it is for the pipe of another user: no description of its own can be opened.
+/// Makes it like another user's pipe, which cannot be opened again.
 void refuseToOpen() { ASSERT_TRUE(refuseSystemCall(SYS_openat, EACCES)); }
 
 TEST(LogLine, GoesThroughAPipeThatCannotBeOpenedAgain) {
@@ -289,13 +290,13 @@ TEST(LogLine, GoesThroughAPipeThatCannotBeOpenedAgain) {
   EXPECT_THAT(readAvailable(pipe.reading.get()), MatchesRegex(std::string(kTime) + " .*\\] message\n"));
 }
 
-TEST(LogLine, IsLostWhereAFullPipeCannotBeOpenedAgain) {
+TEST(LogLine, IsLostIfAFullPipeCannotBeOpenedAgain) {
   const Ends pipe = makePipe();
   fill(pipe.writing.get());
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message", refuseToOpen), 0);
 }
 
-TEST(LogLine, IsLostWhereTheReaderOfAPipeThatCannotBeOpenedAgainHasGoneAway) {
+TEST(LogLine, IsLostIfAPipeWithoutAReaderCannotBeOpenedAgain) {
   Ends pipe = makePipe();
   pipe.reading.reset();
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message", refuseToOpen), 0);
@@ -319,7 +320,7 @@ TEST(LogLine, GoesThroughASocket) {
   EXPECT_THAT(readAvailable(sockets.reading.get()), MatchesRegex(std::string(kTime) + " .*\\] message\n"));
 }
 
-TEST(LogLine, IsLostWhereNobodyReadsFromASocket) {
+TEST(LogLine, IsLostIfNobodyReadsFromASocket) {
   for (const int type : {SOCK_STREAM, SOCK_DGRAM, SOCK_SEQPACKET}) {
     Ends sockets = makeSockets(type);
     fill(sockets.writing.get());
@@ -329,7 +330,7 @@ TEST(LogLine, IsLostWhereNobodyReadsFromASocket) {
   }
 }
 
-TEST(LogLine, OfSeveralProcessesDoNotMixInAPipe) {
+TEST(LogLine, DoesNotMixWithOtherProcessesLinesInAPipe) {
   const Ends pipe = makePipe();
   std::vector<std::unique_ptr<ChildProcess>> processes;
   for (const char letter : {'a', 'b', 'c', 'd'}) {
@@ -349,7 +350,7 @@ TEST(LogLine, OfSeveralProcessesDoNotMixInAPipe) {
   EXPECT_EQ(count, 80);
 }
 
-/// A terminal: its own side and the one of those who use it.
+/// A terminal: its controlling side, and the side of the processes that use it.
 Ends makeTerminal() {
   const int own = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   EXPECT_GE(own, 0);
@@ -368,20 +369,20 @@ TEST(LogLine, GoesToATerminal) {
   EXPECT_THAT(readAvailable(terminal.reading.get()), MatchesRegex(std::string(kTime) + " .*\\] message\r\n"));
 }
 
-TEST(LogLine, IsLostWhereATerminalIsHalted) {
+TEST(LogLine, IsLostIfATerminalIsHalted) {
   const Ends terminal = makeTerminal();
   ASSERT_EQ(::tcflow(terminal.writing.get(), TCOOFF), 0);
   EXPECT_EQ(statusOfLogging(terminal.writing.get(), "message"), 0);
   EXPECT_EQ(statusOfLogging(terminal.writing.get(), "message", refuseToOpen), 0);
 }
 
-TEST(LogLine, IsLostWhereATerminalIsFull) {
+TEST(LogLine, IsLostIfATerminalIsFull) {
   const Ends terminal = makeTerminal();
   fill(terminal.writing.get());
   EXPECT_EQ(statusOfLogging(terminal.writing.get(), "message"), 0);
 }
 
-TEST(LogLine, IsLostWhereATerminalHasGoneAway) {
+TEST(LogLine, IsLostIfATerminalHasGoneAway) {
   Ends terminal = makeTerminal();
   terminal.reading.reset();
   EXPECT_EQ(statusOfLogging(terminal.writing.get(), "message"), 0);
@@ -412,7 +413,7 @@ TEST(LogLine, DoesNotStopABackgroundProcess) {
   }
 }
 
-TEST(LogLine, LeavesTheSignalMaskAndWaitingSignalsAsTheyWere) {
+TEST(LogLine, LeavesTheSignalMaskAndPendingSignalsAsTheyWere) {
   Ends pipe = makePipe();
   pipe.reading.reset();
   EXPECT_EQ(statusInChild([&] {
@@ -460,7 +461,7 @@ TEST(Printable, EscapesBytesThatAreNotUTF8) {
   EXPECT_EQ(printable("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80") << "beyond the last character";
 }
 
-/// A child process that has a system log of its own.
+/// A child process with its own system log.
 class SystemLogTest : public ::testing::Test {
  protected:
   /// Runs `body` with a socket of this type bound in the system log's place.
@@ -479,7 +480,7 @@ class SystemLogTest : public ::testing::Test {
   }
 };
 
-TEST_F(SystemLogTest, GetsTheMessageAsADatagramOfUserFacilityAndNotice) {
+TEST_F(SystemLogTest, GetsTheMessageAsADatagramForUserAndNotice) {
   withSystemLog(SOCK_DGRAM, [](int socket) {
     writeLogLine("a\nmessage");
     EXPECT_THAT(readAvailable(socket),
@@ -494,7 +495,7 @@ TEST_F(SystemLogTest, IsNotWaitedForWhenItIsFull) {
   });
 }
 
-TEST_F(SystemLogTest, CostsNothingWhenItDoesNotTakeTheMessage) {
+TEST_F(SystemLogTest, DoesNoHarmIfItRefusesTheMessage) {
   withSystemLog(SOCK_DGRAM, [](int socket) {
     ::shutdown(socket, SHUT_RDWR);
     writeLogLine("message");

@@ -28,7 +28,7 @@ TEST(Sleep, LastsAsLongAsAsked) {
   EXPECT_GE(timeOfSleep(1.05), Milliseconds(1050));
 }
 
-TEST(Sleep, DoesNotHappenForNoTimeAtAll) {
+TEST(Sleep, EndsAtOnceWithoutAPositiveTime) {
   for (const double seconds : {0.0, -0.0, -1.0, -std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::denorm_min()}) {
     EXPECT_LT(timeOfSleep(seconds), Milliseconds(500)) << seconds;
@@ -41,7 +41,7 @@ TEST(Sleep, LastsForEverWhenAskedTo) {
       tellReady();
       NSThread::sleepForTimeInterval(seconds);
     });
-    NSThread::sleepForTimeInterval(0.05);
+    process.waitUntilAsleep();
     process.signal(SIGKILL);
     EXPECT_EQ(process.wait(), kEndedBySignal + SIGKILL) << seconds << ": it has not slept";
   }
@@ -55,7 +55,7 @@ TEST(Sleep, IsNotCutShortBySignals) {
             0);
 }
 
-TEST(Sleep, GoesThroughTheSystemInPlace) {
+TEST(Sleep, GoesThroughTheCurrentSystem) {
   class SleepingSystem final : public ForwardingSystem {
    public:
     void sleepForTimeInterval(double seconds) override { slept += seconds; }

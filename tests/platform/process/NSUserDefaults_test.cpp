@@ -22,7 +22,7 @@ class SystemWithArguments final : public ForwardingSystem {
   std::vector<std::string> arguments_;
 };
 
-/// The text under `key` when the program is started with `arguments`; "(absent)" when there is none.
+/// The text under `key` when the program is started with `arguments`; "(absent)" if there is none.
 std::string text(std::vector<std::string> arguments, const char* key = "key") {
   arguments.insert(arguments.begin(), "program");
   SystemWithArguments system(std::move(arguments));
@@ -64,13 +64,13 @@ TEST(ArgumentDomain, DoesNotTakeTheProgramsOwnNameForAKey) {
   EXPECT_FALSE(NSUserDefaults::standardUserDefaults().stringForKey("key"_ns));
 }
 
-TEST(ArgumentDomain, TakesAValueAsItStands) {
+TEST(ArgumentDomain, TakesAValueAsItIs) {
   for (const char* value : {" a b ", "", "{a = 1;}", "\"quoted\"", "<plist/>", "a=b", "\xFF\xFE", "key", "1", "é"}) {
     EXPECT_EQ(text({"-key", value}), value);
   }
 }
 
-TEST(ArgumentDomain, ComparesKeysAsTheyStand) {
+TEST(ArgumentDomain, ComparesKeysByteByByte) {
   EXPECT_EQ(text({"-Key", "value"}), "(absent)");
   EXPECT_EQ(text({"-keys", "value"}), "(absent)");
   EXPECT_EQ(text({"-ke", "value"}), "(absent)");
@@ -107,21 +107,21 @@ TEST(ArgumentDomain, TakesTheLastOfAKeyGivenTwice) {
   EXPECT_EQ(text({"-key", "one", "-key", "-other"}), "");
 }
 
-TEST(ArgumentDomain, PassesOverStrayWords) {
+TEST(ArgumentDomain, IgnoresStrayWords) {
   EXPECT_EQ(text({"stray", "-key", "value"}), "value");
   EXPECT_EQ(text({"-other", "x", "stray", "words", "-key", "value"}), "value");
   EXPECT_EQ(text({"-key", "value", "stray"}), "value");
   EXPECT_EQ(text({"key", "value"}), "(absent)");
 }
 
-TEST(ArgumentDomain, PassesOverLoneHyphens) {
+TEST(ArgumentDomain, IgnoresLoneHyphens) {
   EXPECT_EQ(text({"-", "-key", "value"}), "value");
   EXPECT_EQ(text({"--", "-key", "value"}), "value");
   EXPECT_EQ(text({"-", "value"}, ""), "(absent)");
   EXPECT_EQ(text({"--", "value"}, "-"), "(absent)");
 }
 
-TEST(ArgumentDomain, TakesLoneHyphensForAValueBehindAKey) {
+TEST(ArgumentDomain, TakesLoneHyphensAfterAKeyForItsValue) {
   EXPECT_EQ(text({"-key", "-"}), "-");
   EXPECT_EQ(text({"-key", "--"}), "--");
   EXPECT_EQ(text({"-key", "--", "value"}), "--");
@@ -161,7 +161,7 @@ TEST(TextToInteger, SkipsWhiteSpaceBeforeIt) {
   EXPECT_EQ(integer("  -42"), -42);
 }
 
-TEST(TextToInteger, StopsAtTheFirstThatIsNoDigit) {
+TEST(TextToInteger, StopsAtTheFirstNonDigit) {
   EXPECT_EQ(integer("42 "), 42);
   EXPECT_EQ(integer("42abc"), 42);
   EXPECT_EQ(integer("42.9"), 42);

@@ -5,9 +5,9 @@
 
 #include "objects/NSArray.h"
 #include "objects/NSNumber.h"
-#include "system/ErrorNumbers.h"
 #include "support/ForwardingSystem.h"
 #include "support/TemporaryFolder.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk::test {
 
@@ -15,7 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// Remembers what it should have launched.
+/// Records launches instead of making them.
 class LaunchingSystem final : public ForwardingSystem {
  public:
   bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
@@ -63,7 +63,7 @@ TEST_F(NSWorkspaceTest, LaunchesTheProgramOfABundleWithTheArguments) {
   EXPECT_EQ(system.launches, 1);
 }
 
-TEST_F(NSWorkspaceTest, LaunchesWithoutArgumentsWhereTheConfigurationNamesNone) {
+TEST_F(NSWorkspaceTest, LaunchesWithoutArgumentsIfTheConfigurationNamesNone) {
   for (const Ref<NSDictionary>& configuration :
        {Ref<NSDictionary>(), NSDictionary::dictionaryWithEntries({}), withArguments("no list"_ns),
         withArguments(NSArray::arrayWithObjects({}))}) {
@@ -87,7 +87,7 @@ TEST_F(NSWorkspaceTest, ReportsALaunchThatTheSystemRefuses) {
   EXPECT_FALSE(launch(folder.url(), nullptr));
 }
 
-TEST_F(NSWorkspaceTest, LaunchesNothingWhereNoBundleIs) {
+TEST_F(NSWorkspaceTest, LaunchesNothingWithoutABundle) {
   writeFile(folder / "file", "");
   for (const Ref<NSURL>& url : {folder.url("missing"), folder.url("file"), Ref<NSURL>()}) {
     Ref<NSError> error;
@@ -97,7 +97,7 @@ TEST_F(NSWorkspaceTest, LaunchesNothingWhereNoBundleIs) {
   EXPECT_EQ(system.launches, 0);
 }
 
-TEST_F(NSWorkspaceTest, LaunchesNothingThatLiesOutsideTheBundle) {
+TEST_F(NSWorkspaceTest, LaunchesNothingOutsideTheBundle) {
   writeFile(folder / "X.app/Contents/Info.plist",
             "<plist><dict><key>CFBundleExecutable</key><string>../../../sh</string></dict></plist>");
   EXPECT_FALSE(launch(folder.url("X.app"), nullptr));

@@ -10,10 +10,10 @@
 #include <climits>
 #include <filesystem>
 
-#include "system/ErrorNumbers.h"
 #include "support/ChildProcess.h"
 #include "support/FrequentAlarm.h"
 #include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
 
 namespace zk::test {
 
@@ -21,7 +21,7 @@ namespace {
 
 System& systemCalls() { return System::current(); }
 
-/// A semaphore made for the test, with a count of its own.
+/// A semaphore made for the test.
 class POSIXSystemTest : public ::testing::Test {
  protected:
   ~POSIXSystemTest() override { close(); }
@@ -43,7 +43,7 @@ void expectRefused(int result, int error) {
   EXPECT_EQ(errorNumber(), error);
 }
 
-TEST_F(POSIXSystemTest, AnswersForAClosedSemaphoreThatItsHandleIsInvalid) {
+TEST_F(POSIXSystemTest, ReportsEINVALForAClosedSemaphore) {
   errno = 0;
   expectRefused(systemCalls().sem_wait(ZKSEM_FAILED), ZKEINVAL);
   errno = 0;
@@ -93,7 +93,7 @@ TEST_F(POSIXSystemTest, OpensOnlyAnExistingSemaphoreWithoutTheFlagToCreate) {
 }
 
 TEST_F(POSIXSystemTest, DoesNotTakeOtherFlagsForTheFlagToCreate) {
-  // The numbers of the same flags elsewhere: 0100 and 0200.
+  // The same two flags in Linux's own numbering.
   EXPECT_EQ(systemCalls().sem_open(name.bytes().c_str(), 0100 | 0200, 0666, 1), ZKSEM_FAILED);
   EXPECT_FALSE(name.exists());
 }
@@ -125,7 +125,7 @@ TEST_F(POSIXSystemTest, TakesAFreeSemaphoreAndGivesItBack) {
   EXPECT_EQ(name.count(), 0);
 }
 
-TEST_F(POSIXSystemTest, AnswersBusyForATakenSemaphore) {
+TEST_F(POSIXSystemTest, ReportsEAGAINForATakenSemaphore) {
   create(0);
   errno = 0;
   expectRefused(systemCalls().sem_trywait(handle), ZKEAGAIN);
@@ -134,11 +134,12 @@ TEST_F(POSIXSystemTest, AnswersBusyForATakenSemaphore) {
 
 TEST_F(POSIXSystemTest, WaitsUntilAnotherProcessGivesTheSemaphoreBack) {
   create(0);
-  ChildProcess other([this] {
-    ::usleep(100'000);
-    EXPECT_EQ(systemCalls().sem_post(handle), 0);
+  ChildProcess other([this](const ChildProcess::TellReady& tellReady) {
+    tellReady();
+    EXPECT_EQ(systemCalls().sem_wait(handle), 0);
   });
-  EXPECT_EQ(systemCalls().sem_wait(handle), 0);
+  other.waitUntilAsleep();
+  EXPECT_EQ(systemCalls().sem_post(handle), 0);
   EXPECT_EQ(other.wait(), 0);
   EXPECT_EQ(name.count(), 0);
 }
@@ -172,7 +173,7 @@ TEST_F(POSIXSystemTest, RemovesANameWhileHandlesStayUsable) {
   expectRefused(systemCalls().sem_unlink(name.bytes().c_str()), ZKENOENT);
 }
 
-TEST_F(POSIXSystemTest, ReportsNamesThatCannotBe) {
+TEST_F(POSIXSystemTest, ReportsImpossibleNames) {
   errno = 0;
   EXPECT_EQ(systemCalls().sem_open("zk/test", ZKO_CREAT, 0666, 1), ZKSEM_FAILED);
   EXPECT_EQ(errorNumber(), ZKEINVAL);
@@ -181,7 +182,7 @@ TEST_F(POSIXSystemTest, ReportsNamesThatCannotBe) {
   EXPECT_TRUE(errorNumber() == ZKENAMETOOLONG || errorNumber() == ZKEINVAL) << errorNumber();
 }
 
-TEST_F(POSIXSystemTest, TellsTheArgumentsItWasGiven) {
+TEST_F(POSIXSystemTest, ReturnsTheArgumentsItWasGiven) {
   EXPECT_EQ(statusInChild([] {
               EXPECT_TRUE(systemCalls().arguments().empty());
               setProcessArguments({"program", "-key", ""});

@@ -108,13 +108,13 @@ TEST(ErrorNumbers, EveryNumberThatMacOSHasIsTranslatedByName) {
   for (const Row& row : kRows) EXPECT_EQ(macOSErrorNumber(row.system), row.macOS) << "system's " << row.system;
 }
 
-TEST(ErrorNumbers, NumbersOfOneNameAreOneNumber) {
+TEST(ErrorNumbers, TwoNamesOfOneNumberAreTranslatedAlike) {
   EXPECT_EQ(macOSErrorNumber(EWOULDBLOCK), macOSErrorNumber(EAGAIN));
   EXPECT_EQ(macOSErrorNumber(EDEADLOCK), macOSErrorNumber(EDEADLK));
   EXPECT_EQ(macOSErrorNumber(EOPNOTSUPP), macOSErrorNumber(ENOTSUP));
 }
 
-TEST(ErrorNumbers, AnyOtherNumberIsOfNoRow) {
+TEST(ErrorNumbers, AnyOtherNumberHasNoRow) {
   std::set<int> known;
   for (const Row& row : kRows) known.insert(row.system);
   std::set<int> translated;
@@ -128,7 +128,7 @@ TEST(ErrorNumbers, AnyOtherNumberIsOfNoRow) {
   EXPECT_EQ(static_cast<std::size_t>(count), known.size());
 }
 
-TEST(ErrorNumbers, WhatIsNoErrorStaysAsItIs) {
+TEST(ErrorNumbers, NumbersThatAreNotErrorsStayAsTheyAre) {
   EXPECT_EQ(macOSErrorNumber(0), 0);
   EXPECT_EQ(macOSErrorNumber(-1), -1);
   EXPECT_EQ(macOSErrorNumber(std::numeric_limits<int>::min()), std::numeric_limits<int>::min());
@@ -149,7 +149,7 @@ TEST(ErrorNumbers, ConstantsAreTheTranslatedNumbers) {
   EXPECT_EQ(macOSErrorNumber(ECANCELED), ZKECANCELED);
 }
 
-TEST(ErrorNumbers, ErrorNumberIsThatOfTheThreadTranslated) {
+TEST(ErrorNumbers, ErrorNumberIsTheTranslatedErrno) {
   errno = EAGAIN;
   EXPECT_EQ(errorNumber(), 35);
   errno = ENAMETOOLONG;
@@ -163,7 +163,7 @@ TEST(ErrorNumberKeeper, PutsTheNumberBackAtTheEndOfItsScope) {
   {
     const ErrorNumberKeeper keeper;
     errno = ENOENT;
-    EXPECT_EQ(errorNumber(), ZKENOENT) << "inside the scope it changes as ever";
+    EXPECT_EQ(errorNumber(), ZKENOENT) << "inside the scope it changes as usual";
   }
   EXPECT_EQ(errno, EAGAIN);
 }

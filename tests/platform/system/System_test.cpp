@@ -24,7 +24,7 @@ TEST(System, IsTheOneInTheInnermostScope) {
   EXPECT_EQ(&System::current(), &real);
 }
 
-TEST(System, IsAskedThroughAWrapperLikeItself) {
+TEST(System, IsReachedThroughAForwardingSystem) {
   ForwardingSystem wrapper;
   const System::Scope scope(wrapper);
   ProcessSerialNumber process;
@@ -35,9 +35,10 @@ TEST(System, IsAskedThroughAWrapperLikeItself) {
   EXPECT_EQ(System::current().sem_close(ZKSEM_FAILED), -1);
 }
 
-TEST(System, KnowsATextsFileNameByItsBytesAsTheyAre) {
+TEST(System, TakesTheBytesOfATextForItsFileName) {
   const Ref<NSString> text = NSString::stringWithBytes("\xFF\u20AC");
   EXPECT_EQ(fileSystemRepresentation(text), text->bytes());
+  EXPECT_EQ(fileSystemRepresentation(nullptr), "");
 }
 
 }  // namespace

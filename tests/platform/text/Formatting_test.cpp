@@ -20,7 +20,7 @@ std::string formatted(std::string_view format, const Arguments&... arguments) {
   return stringWithFormat(NSString::stringWithBytes(format), arguments...)->bytes();
 }
 
-/// The same by the C library.
+/// What the C library prints.
 template <class... Arguments>
 std::string printed(const char* format, Arguments... arguments) {
   std::string text(4096, '\0');
@@ -30,7 +30,7 @@ std::string printed(const char* format, Arguments... arguments) {
   return text;
 }
 
-TEST(Formatting, CopiesWhatIsNoConversion) {
+TEST(Formatting, CopiesTextOutsideConversions) {
   EXPECT_EQ(formatted(""), "");
   EXPECT_EQ(formatted("plain text, \u2003, \xFF"), "plain text, \u2003, \xFF");
   EXPECT_EQ(formatted(std::string_view("a\0b", 3)), std::string_view("a\0b", 3));
@@ -41,6 +41,13 @@ TEST(Formatting, FillsConversionsInTheOrderOfTheArguments) {
   EXPECT_EQ(formatted("%@: %s, %d%%", "a"_ns, "b", -3), "a: b, -3%");
   EXPECT_EQ(formatted("%d%d", 1, 2), "12");
 }
+
+TEST(Formatting, TakesConstantsAsFormatAndAsArgument) {
+  constexpr NSStringConstant kText = "a text: %@"_constant;
+  EXPECT_EQ(stringWithFormat(kText, kText)->bytes(), "a text: a text: %@");
+}
+
+TEST(Formatting, GivesAnEmptyTextForAnAbsentFormat) { EXPECT_EQ(stringWithFormat(nullptr, 1)->bytes(), ""); }
 
 TEST(Formatting, PrintsIntegersOfEverySize) {
   EXPECT_EQ(formatted("%d %i %u", -5, 7, 9U), "-5 7 9");
@@ -92,7 +99,7 @@ TEST(Formatting, PrintsReals) {
   EXPECT_EQ(formatted("%f", -std::numeric_limits<double>::infinity()), "-inf");
 }
 
-TEST(Formatting, PrintsADecimalPointWhereTheHostHasADecimalComma) {
+TEST(Formatting, PrintsADecimalPointEvenIfTheHostHasADecimalComma) {
   const test::DecimalComma scope;
   if (!test::DecimalComma::isThere()) GTEST_SKIP() << "no locale with a decimal comma is installed";
   EXPECT_EQ(formatted("%.1f", 0.5), "0.5");
@@ -123,7 +130,7 @@ TEST(Formatting, PrintsObjectsByTheirDescriptions) {
   EXPECT_EQ(formatted("%@", NSString::stringWithBytes(std::string_view("a\0%d", 4))), std::string_view("a\0%d", 4));
 }
 
-TEST(Formatting, DoesNotReadConversionsOutOfArguments) {
+TEST(Formatting, LeavesConversionsInArgumentsAlone) {
   EXPECT_EQ(formatted("%@ %s %d", "%d%@"_ns, "%s%n", 1), "%d%@ %s%n 1");
 }
 
@@ -133,19 +140,19 @@ TEST(Formatting, PercentSignsNeedNoArgument) {
   EXPECT_EQ(formatted("%5%|"), "%|");
 }
 
-TEST(Formatting, LeavesAConversionWithoutAnArgumentAsItStands) {
+TEST(Formatting, LeavesAConversionWithoutAnArgumentAsItIs) {
   EXPECT_EQ(formatted("%d"), "%d");
   EXPECT_EQ(formatted("%d and %-5.2lld, %@.", 1), "1 and %-5.2lld, %@.");
 }
 
-TEST(Formatting, LeavesAConversionOfAnotherKindAsItStandsAndUsesItsArgumentUp) {
+TEST(Formatting, LeavesAConversionOfAnotherKindAsItIsAndUsesUpItsArgument) {
   EXPECT_EQ(formatted("%s %@ %p %f|%d", 1, 2, 3, 4, 5), "%s %@ %p %f|5");
   EXPECT_EQ(formatted("%d %s|%u", "text", 1.5, 3), "%d %s|3");
   EXPECT_EQ(formatted("%d %f %s %p %@", "a"_ns, "a"_ns, "a"_ns, "a"_ns, 1.0), "%d %f %s %p %@");
   EXPECT_EQ(formatted("%g %c %x", 3, 1.0, 1.0), "%g %c %x");
 }
 
-TEST(Formatting, LeavesWhatItDoesNotKnowAsItStands) {
+TEST(Formatting, LeavesWhatItDoesNotKnowAsItIs) {
   EXPECT_EQ(formatted("%y|%d", 1, 2), "%y|2");
   EXPECT_EQ(formatted("%*d", 5), "%*d");
   EXPECT_EQ(formatted("%1$d", 5), "%1$d");
@@ -155,7 +162,7 @@ TEST(Formatting, LeavesWhatItDoesNotKnowAsItStands) {
   EXPECT_EQ(formatted("%5-d", 5), "%5-d");
 }
 
-TEST(Formatting, LeavesAnUnfinishedConversionAsItStands) {
+TEST(Formatting, LeavesAnUnfinishedConversionAsItIs) {
   EXPECT_EQ(formatted("50%", 1), "50%");
   EXPECT_EQ(formatted("%5", 1), "%5");
   EXPECT_EQ(formatted("%5.", 1), "%5.");
@@ -164,7 +171,7 @@ TEST(Formatting, LeavesAnUnfinishedConversionAsItStands) {
   EXPECT_EQ(formatted("%d%", 1), "1%");
 }
 
-TEST(Formatting, LeavesAWidthBeyondAllBoundsAsItStands) {
+TEST(Formatting, LeavesAConversionWithAHugeWidthAsItIs) {
   const void* const address = nullptr;
   const std::string format =
       "%99999999999d %99999999999u %99999999999c %99999999999f %99999999999s %99999999999p %.99999999999x";
@@ -182,7 +189,7 @@ TEST(Formatting, GrowsWithWhatIsPrinted) {
   EXPECT_EQ(formatted("%s|%d", longText.c_str(), 1), longText + "|1");
   EXPECT_EQ(formatted("%@|%d", NSString::stringWithBytes(longText), 1), longText + "|1");
   EXPECT_EQ(formatted("%1000d|", 1), std::string(999, ' ') + "1|");
-  // About the length that is printed without asking for memory.
+  // Around the length up to which printing allocates no memory.
   for (int width = 60; width <= 68; ++width) {
     const auto length = static_cast<std::size_t>(width);
     EXPECT_EQ(formatted("<%" + std::to_string(width) + "d>", 7), "<" + std::string(length - 1, ' ') + "7>");

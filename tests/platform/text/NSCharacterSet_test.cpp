@@ -20,7 +20,7 @@ TEST(NSCharacterSet, WhiteSpaceAndLineEndsAreThoseOfUnicode) {
   }
 }
 
-TEST(NSCharacterSet, NumbersBeyondUnicodeAreNoMembers) {
+TEST(NSCharacterSet, NumbersBeyondUnicodeAreNotMembers) {
   EXPECT_FALSE(whiteSpace().characterIsMember(0x110000));
   EXPECT_FALSE(whiteSpace().characterIsMember(0xFFFFFFFF));
 }
@@ -40,7 +40,7 @@ TEST(NSMutableCharacterSet, HoldsTheCharactersOfAText) {
   }
 }
 
-TEST(NSMutableCharacterSet, PassesOverBytesThatAreNotUTF8) {
+TEST(NSMutableCharacterSet, SkipsBytesThatAreNotUTF8) {
   NSMutableCharacterSet set;
   set.addCharactersInString(NSString::stringWithBytes("\xFF.\xE2\x80"));
   EXPECT_TRUE(set.characterIsMember('.'));
@@ -104,8 +104,8 @@ TEST(NSCharacterSet, MeasuresMembersAtTheEndOfATextInBytes) {
   EXPECT_EQ(whiteSpace().suffixLength("\u2003 "), 4U);
 }
 
-TEST(NSCharacterSet, TakesCharactersWhole) {
-  // U+2003 and U+200B share two bytes; U+00A0 ends in a byte that is white space as a number.
+TEST(NSCharacterSet, CountsOnlyWholeCharacters) {
+  // U+2003 and U+200B share two bytes; U+00A0 ends in a byte whose value would be white space.
   EXPECT_EQ(whiteSpace().prefixLength("\u200B "), 0U);
   EXPECT_EQ(whiteSpace().prefixLength("\xA0 "), 0U);
   EXPECT_EQ(whiteSpace().prefixLength("\xE2\x80 "), 0U);
@@ -114,7 +114,7 @@ TEST(NSCharacterSet, TakesCharactersWhole) {
   EXPECT_EQ(whiteSpace().suffixLength(" \x85"), 0U);
 }
 
-TEST(NSStringTrimming, TakesTheMembersOffBothEndsAndNoneInside) {
+TEST(NSStringTrimming, RemovesMembersAtBothEndsAndNoneInside) {
   const auto trimmed = [](std::string_view text) {
     return stringByTrimmingCharactersInSet(NSString::stringWithBytes(text), whiteSpace())->bytes();
   };
@@ -133,10 +133,12 @@ TEST(NSStringTrimming, LeavesTheTextItselfAsItWas) {
   EXPECT_EQ(text->bytes(), " a ");
 }
 
-TEST(NSStringTrimming, GoesByTheGivenSet) {
+TEST(NSStringTrimming, UsesTheGivenSet) {
   NSMutableCharacterSet dots;
   dots.addCharactersInString("."_ns);
+  dots.addCharactersInString(nullptr);
   EXPECT_EQ(stringByTrimmingCharactersInSet("..a. "_ns, dots)->bytes(), "a. ");
+  EXPECT_FALSE(stringByTrimmingCharactersInSet(nullptr, dots));
 }
 
 }  // namespace

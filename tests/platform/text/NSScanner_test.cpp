@@ -13,7 +13,7 @@ Ref<NSScanner> scannerOf(std::string_view text) {
 
 TEST(NSScanner, AnAbsentTextHasNoScanner) { EXPECT_FALSE(NSScanner::scannerWithString(nullptr)); }
 
-TEST(NSScanner, BeginsAtTheStartAndDisregardsCase) {
+TEST(NSScanner, BeginsAtTheStartAndIgnoresCase) {
   const Ref<NSScanner> scanner = scannerOf("1");
   EXPECT_EQ(scanner->scanLocation(), 0U);
   EXPECT_FALSE(scanner->caseSensitive());
@@ -37,7 +37,7 @@ TEST(NSScanner, ReadsOneNumberAfterTheOther) {
   EXPECT_FALSE(scanner->scanInt(value));
 }
 
-TEST(NSScanner, StopsBehindTheDigits) {
+TEST(NSScanner, StopsAfterTheDigits) {
   const Ref<NSScanner> scanner = scannerOf("12abc");
   std::int32_t value = 0;
   EXPECT_TRUE(scanner->scanInt(value));
@@ -46,7 +46,7 @@ TEST(NSScanner, StopsBehindTheDigits) {
   EXPECT_FALSE(scanner->isAtEnd());
 }
 
-TEST(NSScanner, DecimalDigitsAloneCount) {
+TEST(NSScanner, OnlyDecimalDigitsCount) {
   std::int32_t value = 0;
   const Ref<NSScanner> scanner = scannerOf("0x1F");
   EXPECT_TRUE(scanner->scanInt(value));
@@ -121,7 +121,7 @@ TEST(NSScanner, ANumberOutOfRangeIsReadToItsLastDigit) {
   EXPECT_EQ(value, 7);
 }
 
-TEST(NSScanner, SkipsWhiteSpaceOfUnicodeWhole) {
+TEST(NSScanner, SkipsUnicodeWhiteSpaceByWholeCharacters) {
   const Ref<NSScanner> scanner = scannerOf("\u2003\u00A01\u3000");
   std::int32_t value = 0;
   EXPECT_FALSE(scanner->isAtEnd());

@@ -58,7 +58,7 @@ TEST(RealNumbers, LeavesTheErrorNumberAsItWas) {
   }
 }
 
-TEST(RealNumbers, ReadsADecimalPointWhereTheHostHasADecimalComma) {
+TEST(RealNumbers, ReadsADecimalPointEvenIfTheHostHasADecimalComma) {
   const test::DecimalComma scope;
   if (!test::DecimalComma::isThere()) GTEST_SKIP() << "no locale with a decimal comma is installed";
   EXPECT_EQ(realFromText("1.5"), 1.5);

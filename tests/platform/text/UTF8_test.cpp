@@ -32,7 +32,7 @@ TEST(UTF8, ReadsEveryCodePointForwardsAndBackwards) {
   }
 }
 
-TEST(UTF8, ThereIsNothingBeyondTheEndsOfAText) {
+TEST(UTF8, FindsNothingBeyondTheEndsOfAText) {
   EXPECT_FALSE(codePointAt("", 0));
   EXPECT_FALSE(codePointAt("a", 1));
   EXPECT_FALSE(codePointAt("a", 2));
@@ -76,7 +76,7 @@ TEST(UTF8, RefusesWhatIsNotUTF8BeforeAnEnd) {
   EXPECT_FALSE(codePointBefore("\x80\x80\x80\x80\x80", 5));
 }
 
-TEST(UTF8, LooksNoFurtherThanTheTextWhateverStandsBehindIt) {
+TEST(UTF8, DoesNotReadBeyondTheGivenText) {
   constexpr std::string_view bytes = "\U0001F600";
   for (std::size_t length = 0; length < bytes.size(); ++length) {
     EXPECT_FALSE(codePointAt(bytes.substr(0, length), 0)) << length;
@@ -84,7 +84,7 @@ TEST(UTF8, LooksNoFurtherThanTheTextWhateverStandsBehindIt) {
   }
 }
 
-TEST(UTF8, BeforeAnEndLooksNoFurtherThanThatEnd) {
+TEST(UTF8, DoesNotReadBeyondTheGivenEnd) {
   const auto found = codePointBefore("a\u2003", 1);
   ASSERT_TRUE(found);
   EXPECT_EQ(found->value, U'a');

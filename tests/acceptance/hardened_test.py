@@ -1,0 +1,47 @@
+"""What makes errors that nobody has found yet harder to exploit."""
+
+import re
+import subprocess
+
+import pytest
+
+
+@pytest.fixture
+def read(installer, build, sanitizers):
+    """What readelf tells about the installer."""
+    if sanitizers or "CMAKE_BUILD_TYPE:STRING=RelWithDebInfo" not in (build / "CMakeCache.txt").read_text():
+        pytest.skip("only a release build is hardened")
+
+    def read(what):
+        command = ["readelf", "--wide", what, installer]
+        return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+    return read
+
+
+def imported(read):
+    return set(re.findall(r" UND (\w+)", read("--dyn-syms")))
+
+
+def test_it_is_loaded_to_an_address_that_nobody_can_guess(read):
+    assert re.search(r"Type: +DYN ", read("--file-header"))
+    assert re.search(r"\(FLAGS_1\) .*\bPIE\b", read("--dynamic"))
+
+
+def test_its_table_of_functions_cannot_be_written_once_it_runs(read):
+    assert "GNU_RELRO" in read("--program-headers")
+    assert re.search(r"\(FLAGS_1\) .*\bNOW\b", read("--dynamic"))
+
+
+def test_its_stack_cannot_be_executed_nor_anything_that_can_be_written(read):
+    segments = re.findall(r"^ +(\w+) +(?:0x\w+ +){5}([R ][W ][E ])", read("--program-headers"), re.MULTILINE)
+    assert dict(segments)["GNU_STACK"] == "RW "
+    assert [kind for kind, access in segments if access == "RWE"] == []
+
+
+def test_a_smashed_stack_ends_it(read):
+    assert "__stack_chk_fail" in imported(read)
+
+
+def test_the_c_librarys_calls_check_the_size_of_what_they_write_to(read):
+    assert {name for name in imported(read) if re.fullmatch(r"__\w+_chk", name)}

@@ -1,0 +1,66 @@
+"""What tests of the built installer are given. It is looked for in the folder that ZK_BUILD names, by default `build` in
+this checkout."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+from pathlib import Path
+
+import pytest
+
+from support.processes import adopt_orphans
+from support.scene import Scene
+
+CHECKOUT = Path(__file__).resolve().parents[3]
+
+
+@pytest.fixture(scope="session")
+def checkout():
+    return CHECKOUT
+
+
+@pytest.fixture(scope="session")
+def build():
+    return Path(os.environ.get("ZK_BUILD", CHECKOUT / "build")).resolve()
+
+
+@pytest.fixture(scope="session")
+def sanitizers(build):
+    """The sanitizers that everything was built with, none as a rule."""
+    found = re.search(r"^ZK_SANITIZE:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.MULTILINE)
+    return found[1].split(",") if found and found[1] else []
+
+
+@pytest.fixture(scope="session")
+def installer(build):
+    program = build / "zkupdater"
+    assert program.is_file(), f"{program} has not been built"
+    return program
+
+
+@pytest.fixture(scope="session")
+def application(build):
+    """The program of all the bundles that are installed here."""
+    cache = (build / "CMakeCache.txt").read_text()
+    compiler = re.search(r"^CMAKE_CXX_COMPILER:\w+=(.*)$", cache, re.MULTILINE)[1]
+    folder = Path(tempfile.mkdtemp(prefix="zk-acceptance-"))
+    try:
+        folder.chmod(0o755)
+        program = folder / "application"
+        source = Path(__file__).with_name("application.c")
+        subprocess.run([compiler, "-x", "c", "-O1", "-pthread", "-o", program, source], check=True)
+        yield program
+    finally:
+        shutil.rmtree(folder)
+
+
+@pytest.fixture
+def scene(installer, application):
+    adopt_orphans()
+    scene = Scene(installer, application)
+    try:
+        yield scene
+    finally:
+        scene.close()

@@ -1,0 +1,72 @@
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).resolve().parents[1] / "acceptance")]
+
+pytest.register_assert_rewrite("injection.verdict")
+
+from injection.world import NEW, Kit  # noqa: E402
+from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: E402, F401
+from support.installer import INSTALLED  # noqa: E402
+from support.processes import adopt_orphans  # noqa: E402
+
+
+@pytest.fixture(scope="session")
+def kit(installer):  # noqa: F811
+    adopt_orphans()
+    kit = Kit(installer)
+    try:
+        yield kit
+    finally:
+        kit.close()
+
+
+@pytest.fixture(scope="session")
+def calls(kit):
+    """The system calls of a run that nothing disturbs."""
+    with kit.world() as world:
+        result = world.run()
+        assert result.outcome == INSTALLED
+        assert result.launched == [NEW]
+        return result.calls
+
+
+@pytest.fixture
+def try_all(record_property):
+    """Tries each of some points of a matrix, notes how many, and fails with the list of those that failed."""
+
+    def run(points, attempt):
+        failures = []
+        for point in points:
+            try:
+                attempt(point)
+            except Exception as failure:  # whatever is wrong with one point, the others are tried as well
+                failures.append(f"{point}: {type(failure).__name__}: {failure}")
+        record_property("tried", len(points))
+        record_property("failed", len(failures))
+        assert points, "there is no point to try"
+        if failures:
+            pytest.fail("\n".join([f"{len(failures)} of {len(points)} points failed:", *failures]), pytrace=False)
+
+    return run
+
+
+def pytest_terminal_summary(terminalreporter):
+    """One table: points tried and points failed, a line for each matrix."""
+    totals = {}
+    for reports in terminalreporter.stats.values():
+        for report in reports:
+            properties = dict(getattr(report, "user_properties", ()))
+            if getattr(report, "when", None) == "call" and "tried" in properties:
+                name = report.nodeid.rpartition("/")[2].partition("[")[0]
+                tried, failed = totals.get(name, (0, 0))
+                totals[name] = (tried + properties["tried"], failed + properties["failed"])
+    if not totals:
+        return
+    terminalreporter.section("points")
+    width = max(map(len, totals))
+    terminalreporter.write_line(f"{'matrix':{width}}  {'tried':>6}  {'failed':>6}")
+    for name, (tried, failed) in sorted(totals.items()):
+        terminalreporter.write_line(f"{name:{width}}  {tried:6}  {failed:6}")

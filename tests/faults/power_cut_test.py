@@ -1,0 +1,129 @@
+"""The power is cut at hundreds of moments of a run. Whatever had reached the drive by then, the old version is whole, in
+its place or in the backup, or the new one is in its place; and after status 0 both are."""
+
+import collections
+import contextlib
+import itertools
+import os
+import tempfile
+
+import pytest
+
+from power.disk import MAKE, Disk, keep_mounts_private, missing, shelf
+from support.bundles import tree
+from support.installer import INSTALLED
+from support.processes import adopt_orphans
+from support.scene import Scene
+
+DRIVES = {"a drive that keeps what it has completed": False, "a drive that loses what was not flushed": True}
+
+# A run takes a hundredth of a second. This way each of its system calls takes so many microseconds more.
+SLOWLY = ["strace", "-D", "-f", "-qq", "-o", "/dev/null", "-e", "inject=all:delay_exit=300"]
+
+
+@pytest.fixture(scope="module")
+def disks():
+    if reason := missing():
+        pytest.skip(reason)
+    keep_mounts_private()
+    with shelf() as folder:
+        yield folder
+
+
+@pytest.fixture
+def disk(disks, kind, is_forgetful):
+    with tempfile.TemporaryDirectory(dir=disks) as folder:
+        yield Disk(folder, kind, is_forgetful)
+
+
+def furnish(scene):
+    for bundle in (scene.target, scene.update):
+        for number in range(60):
+            (bundle.resources / f"{number}").write_bytes(os.urandom(3000))
+        for number in range(3):
+            (bundle.resources / f"large {number}").write_bytes(os.urandom(300_000))
+
+
+def keep_moments(run, scene, disk, mount):
+    """Keeps moments from the beginning of the backup to the end of the run, before every second of which the disk
+    commits what it has."""
+    while not scene.backups() and not run.has_ended():
+        pass
+    for number in itertools.count():
+        if run.has_ended():
+            break
+        if number % 2:
+            disk.commit(mount)
+        disk.keep_moment()
+    assert run.outcome() == INSTALLED
+    disk.keep_moment()
+
+
+def faults(folder, old, new, is_last):
+    """What is wrong with the bundles in a folder after the power came back."""
+    target = folder / "Editor.app"
+    standing = tree(target) if target.exists() else None
+    backups = [tree(path) for path in folder.iterdir() if path.name.startswith(".Editor.app-")]
+    if is_last:
+        if standing != new:
+            yield "status 0, and the new version is not whole"
+        if backups != [old]:
+            yield "status 0, and the backup is not whole"
+    elif standing not in (old, new) and old not in backups:
+        yield "no version is whole"
+    for backup in backups:
+        if backup["."][1] == old["."][1] and backup != old:
+            yield "the backup has the date of a finished one, and is not whole"
+
+
+def cut(installer, application, disk, monkeypatch):
+    """A run of the installer, of which the disk keeps many moments. Hands back what finds the faults of one."""
+    with disk.at() as mount:
+        monkeypatch.setattr(tempfile, "tempdir", str(mount))
+        with contextlib.closing(Scene(installer, application)) as scene:
+            furnish(scene)
+            os.sync()
+            old, new = scene.target.tree(), scene.update.tree()
+            run = scene.begin(wrapper=SLOWLY)
+            scene.end_target()
+            keep_moments(run, scene, disk, mount)
+            folder = scene.applications.relative_to(mount)
+        monkeypatch.undo()
+    last = disk.moments[-1]
+
+    def faults_at(moment):
+        with disk.at(moment) as mount:
+            return list(faults(mount / folder, old, new, moment == last))
+
+    return faults_at
+
+
+@pytest.fixture
+def check(installer, application, disk, monkeypatch, record_property):
+    def check(count, step):
+        """Looks at so many moments at least, and at each `step`th of a run."""
+        adopt_orphans()
+        found = []
+        while len(found) < count:
+            faults_at = cut(installer, application, disk, monkeypatch)
+            found += [faults_at(moment) for moment in disk.moments[::-step]]
+            disk.forget_moments()
+        failed = [fault for fault in found if fault]
+        record_property("tried", len(found))
+        record_property("failed", len(failed))
+        kinds = collections.Counter(itertools.chain(*failed))
+        assert not failed, f"{len(failed)} of {len(found)} moments failed: {dict(kinds)}"
+
+    return check
+
+
+@pytest.mark.parametrize("kind, is_forgetful", [("ext4", True)])
+def test_a_version_is_whole_at_a_few_moments(check):
+    check(1, step=10)
+
+
+@pytest.mark.full
+@pytest.mark.parametrize("is_forgetful", DRIVES.values(), ids=DRIVES)
+@pytest.mark.parametrize("kind", MAKE)
+def test_a_version_is_whole_at_hundreds_of_moments(check):
+    check(150, step=1)
