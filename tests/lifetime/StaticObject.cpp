@@ -10,6 +10,7 @@
 #include "files/ResourceValues.h"
 #include "objects/NSNumber.h"
 #include "system/ErrorNumbers.h"
+#include "system/System.h"
 
 namespace zk::test {
 
