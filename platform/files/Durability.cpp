@@ -52,13 +52,19 @@ bool Durability::beginWithFolder(int folder) {
   return folder_.isOpen();
 }
 
-SystemError Durability::waitForCopy(int outermost, const ItemPath& top) const {
+SystemError Durability::waitForContents(const ItemPath& top) {
+  if (!folder_.isOpen()) return {};
+  const auto error = port::syncFileSystem(folder_.get());
+  isWholeFileSystemSynced_ = !error;
+  // The error may be another file's. Waiting for each item shows whether it was one of ours.
+  return error ? syncTree(joinedPath(top.folder, top.name)) : error;
+}
+
+SystemError Durability::waitForTop(int outermost) const {
   if (folder_.isOpen()) {
-    if (!port::syncFileSystem(folder_.get())) return {};
-    // The error may be another file's. Waiting for each item shows whether it was one of ours.
-    if (const auto error = syncTree(joinedPath(top.folder, top.name))) return error;
+    if (const auto error = port::waitUntilOnDrive(folder_.get())) return error;
   }
-  return syncOutermost(outermost);
+  return isWholeFileSystemSynced_ ? SystemError() : syncOutermost(outermost);
 }
 
 }  // namespace zk

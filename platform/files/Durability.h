@@ -16,11 +16,16 @@ class Durability {
   /// @return true if items need not be waited for one by one
   bool beginWithFolder(int folder);
 
-  /// Waits until the copy `top`, which lies in the open folder `outermost`, is on the disk.
-  SystemError waitForCopy(int outermost, const ItemPath& top) const;
+  /// Waits until everything that was put into the top folder, at the path `top`, is on the disk. The folder itself gets
+  /// its date and mode only then: they show that the copy is complete, also after a power cut.
+  SystemError waitForContents(const ItemPath& top);
+
+  /// Waits until the top item, which lies in the open folder `outermost`, is on the disk, too.
+  SystemError waitForTop(int outermost) const;
 
  private:
-  FileDescriptor folder_;  ///< the top folder; closed if each item is waited for
+  FileDescriptor folder_;                 ///< the top folder; closed if each item is waited for
+  bool isWholeFileSystemSynced_ = false;  ///< and so is what lies around the copy
 };
 
 }  // namespace zk

@@ -34,7 +34,7 @@ bool TreeCopy::run() {
   }
   if (!goesOn) return false;
 
-  const auto error = durability_.waitForCopy(destinationChain_.outermost(), destinationPath_);
+  const auto error = durability_.waitForTop(destinationChain_.outermost());
   return !error || goesOnAfter(error, source_, destination_);
 }
 
@@ -170,7 +170,8 @@ bool TreeCopy::leaveFolder() {
   const bool isUp = !error;
   const Level level = std::move(levels_.back());
   levels_.pop_back();
-  if (isUp) error = finishFolder(level, source.get(), destination.get());
+  if (isUp && isAtTop()) error = durability_.waitForContents(destinationPath_);
+  if (!error) error = finishFolder(level, source.get(), destination.get());
   if (!error) return true;
   const bool goesOn = goesOnAfter(error, urlBelow(source_, level.name), urlBelow(destination_, level.name));
   // Without the parent folder there is nowhere to go on.

@@ -25,10 +25,12 @@ def is_sync_of(call, item):
 
 
 def assert_waited_for_at_once(calls, top):
-    """One syncfs() comes behind the last change to the tree at `top`, and nothing waits for a single file."""
-    assert last(calls, lambda call: call.name == "syncfs" and call.has_succeeded() and call.is_on(top)) > last(
-        calls, lambda call: is_change(call) and call.is_on(top)
-    )
+    """One syncfs() comes behind the last change to what the folder `top` holds. Only then does the folder get its own date,
+    which shows that the copy is complete, and is waited for once more. Nothing waits for a single file."""
+    waited = last(calls, lambda call: call.name == "syncfs" and call.has_succeeded() and call.is_on(top))
+    assert waited > last(calls, lambda call: is_change(call) and call.is_on(top) and call.path != str(top))
+    dated = last(calls, lambda call: call.name == "utimensat" and call.path == str(top))
+    assert waited < dated < last(calls, lambda call: is_sync_of(call, top))
     assert {call.path for call in calls if call.name in SYNCS and call.is_on(top)} == {str(top)}
 
 
@@ -102,8 +104,11 @@ def test_the_rollback_is_also_waited_for(scene, traced, options, is_on_disk):
     calls = trace.calls()
     started = first(calls, lambda call: call.name.startswith(("clone", "vfork")))
     waits = [call for call in calls[first_removal(calls, scene.target.path) : started] if call.name in SYNCS]
-    # The second waits for the top folder: to flush the drive, or after the error to find out whose it was.
-    assert [(call.name, call.path, call.has_succeeded()) for call in waits] == [
+    # The second waits for the top folder: to flush the drive, or after the error to find out whose it was. The third
+    # waits for the date of that folder.
+    expected = [
         ("syncfs", str(scene.target.path), is_on_disk),
         ("fsync", str(scene.target.path), is_on_disk),
+        ("fsync", str(scene.target.path), is_on_disk),
     ]
+    assert [(call.name, call.path, call.has_succeeded()) for call in waits] == expected[: 3 if is_on_disk else 2]
