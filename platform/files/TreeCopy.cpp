@@ -170,8 +170,11 @@ bool TreeCopy::leaveFolder() {
   const bool isUp = !error;
   const Level level = std::move(levels_.back());
   levels_.pop_back();
-  if (isUp && isAtTop()) error = durability_.waitForContents(destinationPath_);
-  if (!error) error = finishFolder(level, source.get(), destination.get());
+  if (isUp) {
+    const auto waitError = isAtTop() ? durability_.waitForContents(destinationPath_) : SystemError();
+    error = finishFolder(level, source.get(), destination.get());
+    if (waitError) error = waitError;
+  }
   if (!error) return true;
   const bool goesOn = goesOnAfter(error, urlBelow(source_, level.name), urlBelow(destination_, level.name));
   // Without the parent folder there is nowhere to go on.

@@ -48,6 +48,9 @@ def assert_each_item_waited_for(calls, top):
     )
 
 
+# The backup takes one call of the first kind and two of the second.
+REFUSING_AFTER_THE_BACKUP = [*refusing("syncfs", "EIO", when="2+"), *refusing("fsync", "EIO", when="3+")]
+
 DISKS = {
     "that can wait for all of it": ([], assert_waited_for_at_once),
     "of which nothing is known": (refusing("fstatfs", "ENOSYS"), assert_each_item_waited_for),
@@ -83,7 +86,7 @@ def test_a_backup_that_does_not_reach_the_disk_leaves_the_target_unchanged(scene
 
 def test_a_new_version_that_does_not_reach_the_disk_is_not_installed(scene, traced):
     old = scene.target.tree()
-    trace = traced(*refusing("syncfs,fsync", "EIO", when="2+"))
+    trace = traced(*REFUSING_AFTER_THE_BACKUP)
     assert scene.install(wrapper=trace.command) == failed_with(
         "Copy update to target failed. Performing rollback.", "Unable to relaunch target application."
     )
@@ -91,7 +94,7 @@ def test_a_new_version_that_does_not_reach_the_disk_is_not_installed(scene, trac
     assert Bundle(scene.backup()).tree() == old
 
 
-ON_THE_WAY_BACK = [([], True), (refusing("syncfs,fsync", "EIO", when="2+"), False)]
+ON_THE_WAY_BACK = [([], True), (REFUSING_AFTER_THE_BACKUP, False)]
 
 
 @pytest.mark.parametrize("options, is_on_disk", ON_THE_WAY_BACK, ids=["well", "in vain"])

@@ -37,9 +37,10 @@ MOMENTS = [
     Moment(CONTENTS, lambda has: 2, False, "old"),
     Moment("utimensat", lambda has: has.items // 2, False, "old"),
     Moment("symlinkat", lambda has: 1, False, "old"),
-    Moment("utimensat", lambda has: has.items, False, "old"),  # the backup's own date, the last thing to be copied
-    Moment("syncfs", lambda has: 1, True, "old"),
-    Moment("fsync", lambda has: 1, True, "old"),
+    Moment("syncfs", lambda has: 1, False, "old"),
+    Moment("fsync", lambda has: 1, False, "old"),
+    Moment("utimensat", lambda has: has.items, False, "old"),  # the backup's own date, set once all else is on the disk
+    Moment("fsync", lambda has: 2, True, "old"),
     # Each item's place is cleared before it is copied: so far only those of the backup.
     Moment("unlinkat", lambda has: has.items + 2, True, "old"),
     Moment("unlinkat", lambda has: 2 * has.items + 1, True, "part"),
@@ -47,9 +48,10 @@ MOMENTS = [
     Moment(CONTENTS, lambda has: has.files + 4, True, "part"),
     Moment("symlinkat", lambda has: 2, True, "part"),
     Moment("utimensat", lambda has: has.items + has.items // 2, True, "part"),
+    Moment("syncfs", lambda has: 2, True, "part"),
+    Moment("fsync", lambda has: 3, True, "part"),
     Moment("utimensat", lambda has: 2 * has.items, True, "part"),
-    Moment("syncfs", lambda has: 2, True, "update"),
-    Moment("fsync", lambda has: 2, True, "update"),
+    Moment("fsync", lambda has: 4, True, "update"),
 ]
 
 
