@@ -38,6 +38,9 @@ def is_in_a_window(calls):
 def check_what_a_killed_installer_leaves(kit, checkout, call):
     with kit.world() as world:
         result = world.run(call.kill())
+        # How many of these it takes to make a semaphore is left to chance.
+        if call.name == "getrandom" and result.outcome == INSTALLED:
+            return
         if call.process == 0:
             assert result.outcome.status == 128 + 9
         else:
