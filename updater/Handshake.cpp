@@ -12,8 +12,8 @@ constexpr std::size_t kFree = 1;  ///< the count of a semaphore that nobody hold
 
 constexpr std::size_t kMaxLockAttempts = 1000;
 constexpr int kMaxExitChecks = 1000;
-/// Seconds between two tries for the lock, and between two checks whether the target has exited. A thousand of them are
-/// the "about 100 seconds" that the documents promise.
+/// Seconds between two tries for the lock, and between two checks whether the target has exited. A thousand of them
+/// (the two counts above) are the "about 100 seconds" that the documents promise.
 constexpr double kTestInterval = 0.1;
 
 /// A semaphore shared with the target. It is created if the target has not created it yet.

@@ -13,7 +13,8 @@ inline constexpr mode_t kAllModeBits = 07777;
 /// Gives `copy` everything that `original` has besides its contents: owner and group, extended attributes and ACLs,
 /// mode, times. In this order no step undoes an earlier one. An owner, group, attribute or ACL that the process may not
 /// set, or that the file system does not support, is left out.
-/// copyFile() skips this for a new file that already has everything. Whatever is added here, test for it there too.
+/// copyFile() (files/ItemCopy.h) calls only copyTimes() for a new file that already has everything else. A further time
+/// belongs in copyTimes(). For any other attribute, extend that test.
 /// @param status the status of `original`
 SystemError copyMetadata(Item original, const struct stat& status, Item copy);
 

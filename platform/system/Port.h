@@ -21,7 +21,7 @@ class System;
 
 /// What the folder of an operating system must define: this list and nothing else. All other sources use only what
 /// POSIX has had since 2008. A new system gets a folder beside linux/, named after CMake's name for it in lower case,
-/// and starts as a copy of tests/port/StandIn.cpp, which defines this list with stand-ins.
+/// and starts as a copy of tests/port/StandIn.cpp, which defines this list with stand-ins, and a CMakeLists.txt.
 ///
 /// Unless a function says otherwise, nothing here throws anything but std::bad_alloc, blocks, or changes the process's
 /// state. All of it may be called from any thread.
