@@ -101,7 +101,12 @@ def test_the_folders_that_the_readme_shows_exist(checkout):
 def fresh_clone(checkout, tmp_path_factory):
     """A copy of the checkout as it is now, without what was built in it."""
     folder = tmp_path_factory.mktemp("clone") / "zkupdater"
-    shutil.copytree(checkout, folder, ignore=shutil.ignore_patterns("build*", ".git", "__pycache__"))
+    built = {path.name for path in checkout.glob("build*")}
+
+    def ignored(parent, names):
+        return {name for name in names if name in (".git", "__pycache__") or (name in built and Path(parent) == checkout)}
+
+    shutil.copytree(checkout, folder, ignore=ignored)
     return folder
 
 
