@@ -55,7 +55,7 @@ SystemError openFile(Item item, FileDescriptor& file, struct stat& status) {
 SystemError copyFile(int file, const struct stat& status, Item copy, Surroundings surroundings, CopyState& state) {
   // Most files of a copy need no call for their owner, group and mode. In a folder that only we can enter, they can be
   // made with their final mode at once. The first file there shows what the umask takes away.
-  const bool isOwn = surroundings == Surroundings::own && state.keepsModes;
+  const bool isOwn = surroundings == Surroundings::own && state.isTrusted;
   const bool isFirst = isOwn && !state.newFile;
   const bool isBare = isOwn && !isFirst && needsNoChange(status, *state.newFile) && !port::hasExtendedAttributes(file);
   const mode_t mode = isFirst ? kPermissions : isBare ? status.st_mode & kPermissions : kPrivateFile;
@@ -72,7 +72,7 @@ SystemError copyFile(int file, const struct stat& status, Item copy, Surrounding
   if (const auto error = isBare ? copyTimes(status, {made.get()}) : copyMetadata({file}, status, {made.get()})) {
     return error;
   }
-  return state.syncsEachItem ? port::waitUntilOnDrive(made.get()) : SystemError();
+  return state.isTrusted ? SystemError() : port::waitUntilOnDrive(made.get());
 }
 
 SystemError copySpecial(Item original, const struct stat& status, Item copy) {

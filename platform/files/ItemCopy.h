@@ -24,10 +24,9 @@ struct NewFile {
 
 /// What the items of one copy have in common.
 struct CopyState {
-  /// Whether each item is waited for separately, because nothing waits for the whole copy at the end.
-  bool syncsEachItem = true;
-  /// Whether the file system keeps the modes and owners of new items as they are set; see port::isTrusted().
-  bool keepsModes = false;
+  /// Whether the file system keeps the modes and owners of new items as they are set, and is waited for once at the
+  /// end; see port::isTrusted(). Otherwise each item is waited for separately.
+  bool isTrusted = false;
   /// What a file made in one of the copy's own folders has; known after the first one.
   std::optional<NewFile> newFile;
   /// How contents can get from one file system to the other.

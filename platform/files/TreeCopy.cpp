@@ -152,8 +152,7 @@ SystemError TreeCopy::enterFolder(const Entry& entry) {
   struct stat made;
   if (const auto error = errorOf(::fstat(destination.get(), &made))) return error;
   if (isAtTop()) {
-    state_.keepsModes = port::isTrusted(destination.get());
-    state_.syncsEachItem = !durability_.beginWithFolder(destination.get());
+    state_.isTrusted = durability_.beginWithFolder(destination.get());
   }
 
   sourceChain_.enter(std::move(source), identityOf(level.status));
@@ -191,7 +190,7 @@ SystemError TreeCopy::finishFolder(const Level& level, int source, int destinati
   if (identityOf(made) != identityOf(there)) return SystemError(ESTALE);
 
   if (const auto error = copyMetadata({source}, level.status, {destination})) return error;
-  return state_.syncsEachItem ? port::waitUntilOnDrive(destination) : SystemError();
+  return state_.isTrusted ? SystemError() : port::waitUntilOnDrive(destination);
 }
 
 }  // namespace zk
