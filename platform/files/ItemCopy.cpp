@@ -72,7 +72,7 @@ SystemError copyFile(int file, const struct stat& status, Item copy, Surrounding
   if (const auto error = isBare ? copyTimes(status, {made.get()}) : copyMetadata({file}, status, {made.get()})) {
     return error;
   }
-  return state.isTrusted ? SystemError() : port::waitUntilOnDrive(made.get());
+  return state.isTrusted ? SystemError() : port::waitUntilAtDrive(made.get());
 }
 
 SystemError copySpecial(Item original, const struct stat& status, Item copy) {
