@@ -16,10 +16,10 @@ namespace zk {
 
 namespace {
 
-/// The most that the kernel is asked to copy in one call, so that the disk begins to write while we go on copying.
+/// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is
+/// copied. Smaller files are left to the wait at the end, which can put them in order: to begin with each file of 1 MiB
+/// made the copy of 250 of them half as slow again.
 constexpr off_t kLargestRequest = off_t{8} << 20;
-/// The least for which it is worth a call to make the disk begin.
-constexpr off_t kWorthBeginning = off_t{64} << 10;
 constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;
 
@@ -46,7 +46,7 @@ void copyInsideKernel(int source, int destination, off_t& offset, off_t end, por
       return;
     }
     // A hint only: the wait at the end is for everything, whether or not the disk has begun.
-    if (count >= kWorthBeginning) ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
+    if (count == kLargestRequest) ::sync_file_range(destination, offset, count, SYNC_FILE_RANGE_WRITE);
     offset = to;
   }
 }
