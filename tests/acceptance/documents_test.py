@@ -38,6 +38,14 @@ def test_the_files_that_a_document_names_exist(checkout):
         assert [name for name in names if not (checkout / name).is_file()] == [], path
 
 
+def test_the_semaphore_names_in_the_documents_work_on_every_system(checkout):
+    text = "".join(path.read_text() for path in documents(checkout))
+    names = re.findall(r'openWithName\("([^"]*)"|[Ss]emaphore `([^`]*)`', text)
+    assert names
+    for one, other in names:
+        assert re.fullmatch(r"[^/]{1,30}", one or other)
+
+
 def run_in(folder, command, **options):
     return subprocess.run(["bash", "-ec", command], cwd=folder, check=True, capture_output=True, text=True, **options)
 

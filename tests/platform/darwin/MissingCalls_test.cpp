@@ -1,7 +1,9 @@
 #include "darwin/MissingCalls.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,6 +13,7 @@
 
 #include "process/SignalSet.h"
 #include "support/ChildProcess.h"
+#include "support/SemaphoreName.h"
 
 namespace zk::test {
 
@@ -26,22 +29,16 @@ constexpr long kShortTime = 12'000'000;
 
 class WaitBriefly : public ::testing::Test {
  protected:
-  WaitBriefly() { ::sem_init(&semaphore, 0, 0); }
-  ~WaitBriefly() override { ::sem_destroy(&semaphore); }
+  ~WaitBriefly() override { ::sem_close(semaphore); }
 
-  int count() {
-    int value = 0;
-    ::sem_getvalue(&semaphore, &value);
-    return value;
-  }
-
-  sem_t semaphore;
+  SemaphoreName name;
+  sem_t* semaphore = ::sem_open(name.bytes().c_str(), O_CREAT | O_EXCL, 0600, 0);
 };
 
 TEST_F(WaitBriefly, TakesAFreeSemaphoreAtOnce) {
-  ::sem_post(&semaphore);
-  EXPECT_EQ(waitBriefly(&semaphore, 0), 0);
-  EXPECT_EQ(count(), 0);
+  ::sem_post(semaphore);
+  EXPECT_EQ(waitBriefly(semaphore, 0), 0);
+  EXPECT_EQ(name.count(), 0);
 }
 
 TEST_F(WaitBriefly, FailsWhenTheTimeIsUp) {
@@ -49,7 +46,7 @@ TEST_F(WaitBriefly, FailsWhenTheTimeIsUp) {
   timespec after;
   ::clock_gettime(CLOCK_MONOTONIC, &before);
   errno = 0;
-  EXPECT_EQ(waitBriefly(&semaphore, kShortTime), -1);
+  EXPECT_EQ(waitBriefly(semaphore, kShortTime), -1);
   EXPECT_EQ(errno, ETIMEDOUT);
   ::clock_gettime(CLOCK_MONOTONIC, &after);
   EXPECT_GE((after.tv_sec - before.tv_sec) * 1'000'000'000 + after.tv_nsec - before.tv_nsec, kShortTime);
@@ -58,13 +55,13 @@ TEST_F(WaitBriefly, FailsWhenTheTimeIsUp) {
 TEST_F(WaitBriefly, TakesASemaphoreThatIsReleasedMeanwhile) {
   EXPECT_EQ(statusInChild([&] {
               ::alarm(kLongestTime);
-              std::thread releaser([&] {
+              std::thread releaser([this] {
                 ::usleep(20'000);
-                ::sem_post(&semaphore);
+                ::sem_post(semaphore);
               });
-              EXPECT_EQ(waitBriefly(&semaphore, kLongTime), 0);
+              EXPECT_EQ(waitBriefly(semaphore, kLongTime), 0);
               releaser.join();
-              EXPECT_EQ(count(), 0);
+              EXPECT_EQ(name.count(), 0);
             }),
             0);
 }
@@ -84,7 +81,7 @@ TEST_F(WaitBriefly, EndsWhenASignalIsHandled) {
                   ::usleep(1000);
                 }
               });
-              EXPECT_EQ(waitBriefly(&semaphore, kLongTime), -1);
+              EXPECT_EQ(waitBriefly(semaphore, kLongTime), -1);
               EXPECT_EQ(errno, EINTR);
               hasEnded = true;
               sender.join();
