@@ -13,7 +13,7 @@ function(zk_export_c_interface target)
   endif()
 endfunction()
 
-# In a release build, collects the symbols of an executable or a shared library in a bundle beside it, <file>.dSYM, where
+# In a release build, copies the symbols of an executable or a shared library to a bundle beside it, <file>.dSYM, where
 # debuggers find them.
 function(zk_separate_symbols target)
   if(NOT CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo" OR CMAKE_CROSSCOMPILING OR ZK_SANITIZE)
