@@ -13,12 +13,13 @@ function(zk_export_c_interface target)
   endif()
 endfunction()
 
-# The symbols of an executable in the build folder go to a bundle of their own, which debuggers find beside it.
+# In a release build, copies the symbols of an executable or a shared library to a bundle beside it, <file>.dSYM, where
+# debuggers find them.
 function(zk_separate_symbols target)
-  if(NOT CMAKE_CROSSCOMPILING)
-    add_custom_command(TARGET ${target} POST_BUILD
-      COMMAND dsymutil ${target}
-      WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
-      VERBATIM)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo" OR CMAKE_CROSSCOMPILING OR ZK_SANITIZE)
+    return()
   endif()
+  set(file $<TARGET_FILE:${target}>)
+  add_custom_command(TARGET ${target} POST_BUILD COMMAND dsymutil ${file} VERBATIM)
+  set_target_properties(${target} PROPERTIES ADDITIONAL_CLEAN_FILES ${file}.dSYM)
 endfunction()

@@ -10,6 +10,7 @@
 #include "Application.h"
 #include "host/ScriptedHost.h"
 #include "support/ChildProcess.h"
+#include "support/System.h"
 
 namespace zk::test {
 
@@ -199,7 +200,7 @@ TEST_F(UpdateStart, UsesSemaphoreNamesThatEverySystemTakes) {
   constexpr std::size_t kLongest = 30;
   begin();
   ASSERT_EQ(host.launched.size(), 1U);
-  for (const std::size_t setting : {6, 8}) {
+  for (const std::size_t setting : {6U, 8U}) {
     const std::string& name = host.launched[0].at(setting);
     EXPECT_THAT(name, ::testing::MatchesRegex("[^/]+"));
     EXPECT_LE(name.size(), kLongest) << name;
