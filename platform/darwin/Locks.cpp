@@ -67,7 +67,7 @@ void port::removeInheritedACLs(Item item) {
   const darwin::OpenItem opened(item);
   if (!opened.isOpen() || !aclOf(opened.get())) return;
   const std::unique_ptr<std::remove_pointer_t<filesec_t>, void (*)(filesec_t)> change(::filesec_init(),
-                                                                                     &::filesec_free);
+                                                                                      &::filesec_free);
   if (change && ::filesec_set_property(change.get(), FILESEC_ACL, _FILESEC_REMOVE_ACL) == 0) {
     ::fchmodx_np(opened.get(), change.get());
   }

@@ -20,6 +20,7 @@ LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
     "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
+    "macos.md": ["sh"],
     "recovery.md": ["sh"],
     "security.md": [],
     "zkupdater.1": [],

@@ -12,8 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Plays a file system that takes "a" for "A": "A" is called "a" whenever it is looked up by that name, but not when its
-/// folder is read.
+/// Plays a file system that takes "a" for "A": "A" is called "a" whenever it is looked up by that name, but not when
+/// its folder is read.
 TEST(CopyNameClash, AnEarlierItemDoesNotGiveWayToALaterOneWhoseNameCountsAsTheSame) {
   const TemporaryFolder folder;
   writeFile(folder / "from/inner/A", "first");
