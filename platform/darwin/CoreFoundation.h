@@ -39,8 +39,8 @@ OwnedObject makeText(const CoreFoundationFunctions& foundation, std::string_view
 /// The UTF-8 bytes of a CFString; nothing for null and for an object of another type.
 std::optional<std::string> textOf(const CoreFoundationFunctions& foundation, Object object);
 
-/// The decomposed form of a text that file calls expect. The bytes as they are if the system knows no such form of them,
-/// or `foundation` is null.
+/// The decomposed form of a text that file calls expect. The bytes as they are if the system knows no such form of
+/// them, or `foundation` is null.
 std::string fileSystemForm(const CoreFoundationFunctions* foundation, std::string_view text);
 
 /// The languages in the user's preferences, the most wanted first; none if `foundation` is null.

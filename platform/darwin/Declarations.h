@@ -90,8 +90,8 @@ struct ProcessManagerFunctions {
 /// GetMacOSStatusCommentString of CarbonCore: the text is the system's own. Source: its documentation.
 using StatusCommentFunction = const char* (*)(std::int32_t status);
 
-/// Calls of the Objective-C runtime, and what is needed of AppKit. Source: documentation of the Objective-C runtime; for
-/// the two calls on pools, the description of automatic reference counting in clang's documentation. A method's
+/// Calls of the Objective-C runtime, and what is needed of AppKit. Source: documentation of the Objective-C runtime;
+/// for the two calls on pools, the description of automatic reference counting in clang's documentation. A method's
 /// implementation is a function whose first arguments are the receiver and the selector.
 struct ObjectiveCFunctions {
   Object (*objc_getClass)(const char* name);

@@ -32,6 +32,15 @@ SystemError copyACL(int original, int copy) {
   return errno == ENOENT ? SystemError() : unlessRefusal(lastError());
 }
 
+/// @return whether there was one and it is gone now
+bool removeACL(int item) {
+  if (!aclOf(item)) return false;
+  using Change = std::unique_ptr<std::remove_pointer_t<filesec_t>, void (*)(filesec_t)>;
+  const Change change(::filesec_init(), &::filesec_free);
+  return change && ::filesec_set_property(change.get(), FILESEC_ACL, _FILESEC_REMOVE_ACL) == 0 &&
+         ::fchmodx_np(item, change.get()) == 0;
+}
+
 SystemError copyFlags(std::uint32_t original, int copy) {
   struct stat status;
   const std::uint32_t wanted = original & kCopied;
@@ -59,18 +68,15 @@ bool port::liftLocks(Item item) {
   const ErrorNumberKeeper keeper;
   const darwin::OpenItem opened(item);
   struct stat status;
-  return opened.isOpen() && ::fstat(opened.get(), &status) == 0 && darwin::isLocked(status) &&
-         ::fchflags(opened.get(), status.st_flags & ~kLocks) == 0;
+  if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0) return false;
+  // The flags come first: they keep an ACL from being removed, too.
+  const bool isUnlocked = darwin::isLocked(status) && ::fchflags(opened.get(), status.st_flags & ~kLocks) == 0;
+  return removeACL(opened.get()) || isUnlocked;
 }
 
 void port::removeInheritedACLs(Item item) {
   const darwin::OpenItem opened(item);
-  if (!opened.isOpen() || !aclOf(opened.get())) return;
-  const std::unique_ptr<std::remove_pointer_t<filesec_t>, void (*)(filesec_t)> change(::filesec_init(),
-                                                                                     &::filesec_free);
-  if (change && ::filesec_set_property(change.get(), FILESEC_ACL, _FILESEC_REMOVE_ACL) == 0) {
-    ::fchmodx_np(opened.get(), change.get());
-  }
+  if (opened.isOpen()) removeACL(opened.get());
 }
 
 }  // namespace zk

@@ -5,8 +5,8 @@
 
 namespace zk::darwin {
 
-/// An item on an open descriptor, for the calls that take no folder and name. A link itself is opened, not what it leads
-/// to. A FIFO is not opened, since that would let those go on who wait for its reader.
+/// An item on an open descriptor, for the calls that take no folder and name. A link itself is opened, not what it
+/// leads to. A FIFO is not opened, since that would let those go on who wait for its reader.
 class OpenItem {
  public:
   explicit OpenItem(Item item);

@@ -23,8 +23,8 @@ Ref<NSDictionary> informationOf(std::int32_t pid, std::uint32_t mask, const Proc
   const OwnedObject known(*foundation, manager.ProcessInformationCopyDictionary(&*process, mask));
   if (!known) return information;
 
-  for (const Ref<NSString>& key : {Ref<NSString>(ZKBundlePathKey), Ref<NSString>(kCFBundleIdentifierKey),
-                                   Ref<NSString>(kCFBundleExecutableKey)}) {
+  for (const Ref<NSString>& key :
+       {Ref<NSString>(ZKBundlePathKey), Ref<NSString>(kCFBundleIdentifierKey), Ref<NSString>(kCFBundleExecutableKey)}) {
     const OwnedObject name = makeText(*foundation, key->bytes());
     if (!name) continue;
     const std::optional<std::string> text =

@@ -17,7 +17,9 @@ namespace {
 /// What a program is to be started with. Each of these calls returns 0, or an error number.
 class Settings {
  public:
-  Settings() : hasActions_(::posix_spawn_file_actions_init(&actions_) == 0), hasAttributes_(::posix_spawnattr_init(&attributes_) == 0) {}
+  Settings()
+      : hasActions_(::posix_spawn_file_actions_init(&actions_) == 0),
+        hasAttributes_(::posix_spawnattr_init(&attributes_) == 0) {}
   ~Settings() {
     if (hasActions_) ::posix_spawn_file_actions_destroy(&actions_);
     if (hasAttributes_) ::posix_spawnattr_destroy(&attributes_);
@@ -71,8 +73,8 @@ pid_t spawn(const std::string& executable, const std::vector<std::string>& argum
   for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
   list.push_back(nullptr);
   pid_t child = -1;
-  const int error = ::posix_spawn(&child, executable.c_str(), settings.actions(), settings.attributes(), list.data(),
-                                  environment);
+  const int error =
+      ::posix_spawn(&child, executable.c_str(), settings.actions(), settings.attributes(), list.data(), environment);
   return error == 0 ? child : -1;
 }
 

@@ -8,8 +8,8 @@
 
 namespace zk {
 
-// Opening /dev/fd/2 would only duplicate the descriptor, with flags that it shares. A file or a terminal has a path that
-// leads to it. A pipe has none.
+// Opening /dev/fd/2 would only duplicate the descriptor, with flags that it shares. A file or a terminal has a path
+// that leads to it. A pipe has none.
 FileDescriptor port::openStandardErrorAnew() {
   char path[PATH_MAX];
   if (::fcntl(STDERR_FILENO, F_GETPATH, path) != 0) return FileDescriptor();

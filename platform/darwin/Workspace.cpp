@@ -58,8 +58,7 @@ std::optional<bool> launchByWorkspace(const std::string& bundle, const std::vect
   const Object workspaceClass = objectiveC->objc_getClass("NSWorkspace");
   if (workspaceClass == nullptr) return std::nullopt;
   const Object sharedSelector = objectiveC->sel_registerName("sharedWorkspace");
-  const Object launchSelector =
-      objectiveC->sel_registerName("launchApplicationAtURL:options:configuration:error:");
+  const Object launchSelector = objectiveC->sel_registerName("launchApplicationAtURL:options:configuration:error:");
   const Object sharedMethod = objectiveC->class_getClassMethod(workspaceClass, sharedSelector);
   const Object launchMethod = objectiveC->class_getInstanceMethod(workspaceClass, launchSelector);
   if (sharedMethod == nullptr || launchMethod == nullptr) return std::nullopt;

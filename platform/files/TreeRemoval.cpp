@@ -57,7 +57,7 @@ class TreeRemoval {
 
   SystemError unlink(int flags) const {
     const auto error = errorOf(::unlinkat(current(), name_.c_str(), flags));
-    const bool isUnlocked = error.is(EPERM) && port::liftLocks({current(), name_.c_str()});
+    const bool isUnlocked = error.is(EPERM, EACCES) && port::liftLocks({current(), name_.c_str()});
     return isUnlocked ? errorOf(::unlinkat(current(), name_.c_str(), flags)) : error;
   }
 

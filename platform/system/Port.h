@@ -130,8 +130,8 @@ void removeInheritedACLs(Item item);
 /// @param status the status of `original`
 SystemError copyLocks(Item original, const struct stat& status, Item copy);
 
-/// Takes from an item the flags that forbid its owner to change or remove it, such as copyLocks() sets.
-/// @return whether there were such flags and they are gone now; errno stays as it was
+/// Takes from an item what may forbid its owner to change or remove it, such as copyLocks() sets.
+/// @return whether there was something and it is gone now; errno stays as it was
 bool liftLocks(Item item);
 
 /// Waits until the data and metadata of an open file or folder have reached the drive, perhaps only its cache. They are

@@ -5,6 +5,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 
 import pytest
@@ -20,6 +21,7 @@ LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
     "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
+    "macos.md": ["sh"],
     "recovery.md": ["sh"],
     "security.md": [],
     "zkupdater.1": [],
@@ -198,6 +200,25 @@ def test_the_commands_for_recovery_put_the_old_bundle_back(checkout, scene):
         run_in(scene.applications, command)
     assert target.tree() == old
     assert scene.backups(beside=target.path) == []
+
+
+# docs/macos.md
+
+
+def test_the_checks_for_a_mac_are_those_that_the_document_lists(checkout):
+    listed = re.findall(r"^(\d+)\. ", (checkout / "docs/macos.md").read_text(), re.MULTILINE)
+    assert listed == [str(number) for number in range(1, len(listed) + 1)]
+    script = (checkout / "tools/check_on_macos").read_text()
+    program = (checkout / "tools/macos/Checks.cpp").read_text()
+    checked = re.findall(r"(?:judge \S+|report) (\d+) ", script) + re.findall(r"\breport\((\d+),", program)
+    assert set(checked) == set(listed)
+
+
+@pytest.mark.skipif(sys.platform == "darwin", reason="there it takes ten minutes")
+def test_the_script_for_a_mac_refuses_to_run_elsewhere(checkout):
+    (command,) = commands(only(checkout / "docs/macos.md", "sh"))
+    result = subprocess.run(command.split(), cwd=checkout, capture_output=True, text=True)
+    assert (result.returncode, result.stdout, result.stderr) == (2, "", "This is not macOS.\n")
 
 
 # docs/file-formats.md

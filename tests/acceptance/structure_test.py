@@ -72,8 +72,11 @@ def test_an_include_compiles_if_and_only_if_it_leads_downwards(commands, tmp_pat
 # The folders of platform/: each may include from itself and from those before it. An operating system's folder is last.
 FOLDERS = ["objects", "text", "plist", "system", "files", "process"]
 
-# Headers that only one operating system has.
-LINUX_ONLY = re.compile(r"<(linux/.*|sys/(xattr|syscall|eventfd|vfs|random|ioctl)\.h)>")
+# Headers that only one operating system has, or that each has in another place.
+OF_ONE_SYSTEM = re.compile(
+    r"<(linux/.*|mach.*/.*|objc/.*|(copyfile|crt_externs|libproc)\.h|"
+    r"sys/(xattr|syscall|eventfd|vfs|random|ioctl|acl|clonefile|sysctl)\.h)>"
+)
 
 
 def upward_includes(platform):
@@ -87,7 +90,7 @@ def upward_includes(platform):
             if not included:
                 continue
             is_upward = included[1] is not None and included[1] not in may_use
-            is_of_one_system = included[2] is not None and folder in FOLDERS and LINUX_ONLY.match(included[2])
+            is_of_one_system = included[2] is not None and folder in FOLDERS and OF_ONE_SYSTEM.match(included[2])
             if is_upward or is_of_one_system:
                 wrong.append(f"{source.relative_to(platform)}:{number}: {line}")
     return wrong
@@ -101,13 +104,30 @@ def test_an_upward_include_is_reported_with_its_line(tmp_path):
     for folder in [*FOLDERS, "linux", "darwin"]:
         (tmp_path / folder).mkdir()
     (tmp_path / "text/Bad.cpp").write_text('#include "objects/NSObject.h"\n\n#include "files/Folder.h"\n')
-    (tmp_path / "files/Bad.h").write_text("#include <sys/xattr.h>\n")
+    (tmp_path / "files/Bad.h").write_text("#include <sys/xattr.h>\n#include <sys/types.h>\n#include <mach-o/dyld.h>\n")
     (tmp_path / "linux/Bad.h").write_text('#include <sys/xattr.h>\n#include "darwin/Other.h"\n')
     assert upward_includes(tmp_path) == [
         "files/Bad.h:1: #include <sys/xattr.h>",
+        "files/Bad.h:3: #include <mach-o/dyld.h>",
         'linux/Bad.h:2: #include "darwin/Other.h"',
         'text/Bad.cpp:3: #include "files/Folder.h"',
     ]
+
+
+def test_what_is_declared_by_hand_of_macos_is_in_one_header(checkout):
+    sources = sorted((checkout / "platform").glob("*/*.*"))
+    by_hand = [path.name for path in sources if 'extern "C"' in path.read_text()]
+    assert by_hand == ["Declarations.h"]
+
+
+def test_what_of_macos_is_tested_elsewhere_includes_no_header_of_macos(checkout):
+    folder = checkout / "platform/darwin"
+    logic = re.findall(r"^  (\w+)\.cpp$", (folder / "Logic.cmake").read_text(), re.MULTILINE)
+    assert logic
+    for name in logic:
+        for source in [folder / f"{name}.cpp", folder / f"{name}.h"]:
+            included = re.findall(r"#include (<.*>)", source.read_text())
+            assert [header for header in included if OF_ONE_SYSTEM.match(header)] == [], source
 
 
 def test_another_project_builds_the_libraries_without_the_tests_and_with_its_own_warnings(checkout, tmp_path):

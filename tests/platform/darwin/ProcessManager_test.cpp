@@ -20,7 +20,8 @@ class ProcessManager : public ::testing::Test {
  protected:
   /// What is known about a process, as plain texts.
   Texts informationOf(std::int32_t pid = StandInProcessManager::kPID) {
-    const Ref<NSDictionary> information = darwin::informationOf(pid, 0xFFFFFFFF, manager.functions, &foundation.functions);
+    const Ref<NSDictionary> information =
+        darwin::informationOf(pid, 0xFFFFFFFF, manager.functions, &foundation.functions);
     EXPECT_TRUE(information);
     Texts texts;
     for (const Ref<NSString>& key : {Ref<NSString>(ZKBundlePathKey), Ref<NSString>(kCFBundleIdentifierKey),
@@ -43,10 +44,11 @@ darwin::Object text(const char* bytes) { return StandInFoundation::text(bytes); 
 
 TEST_F(ProcessManager, TellsTheThreeFactsInItsOwnWords) {
   manager.makeDictionary = [] {
-    return StandInFoundation::dictionary({{"pid", StandInFoundation::number()},
-                                          {"BundlePath", text("/Applications/Caf\u00E9.app")},
-                                          {"CFBundleIdentifier", text("com.example.cafe")},
-                                          {"CFBundleExecutable", text("/Applications/Caf\u00E9.app/Contents/MacOS/x")}});
+    return StandInFoundation::dictionary(
+        {{"pid", StandInFoundation::number()},
+         {"BundlePath", text("/Applications/Caf\u00E9.app")},
+         {"CFBundleIdentifier", text("com.example.cafe")},
+         {"CFBundleExecutable", text("/Applications/Caf\u00E9.app/Contents/MacOS/x")}});
   };
   EXPECT_EQ(informationOf(), (Texts{{"BundlePath", "/Applications/Caf\u00E9.app"},
                                     {"CFBundleIdentifier", "com.example.cafe"},
@@ -63,7 +65,8 @@ TEST_F(ProcessManager, LeavesOutWhatItDoesNotKnow) {
 
 TEST_F(ProcessManager, LeavesOutWhatIsNoText) {
   manager.makeDictionary = [] {
-    return StandInFoundation::dictionary({{"BundlePath", StandInFoundation::number()}, {"CFBundleIdentifier", text("id")}});
+    return StandInFoundation::dictionary(
+        {{"BundlePath", StandInFoundation::number()}, {"CFBundleIdentifier", text("id")}});
   };
   EXPECT_EQ(informationOf(), (Texts{{"CFBundleIdentifier", "id"}}));
 }

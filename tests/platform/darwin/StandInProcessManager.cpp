@@ -12,9 +12,7 @@ constexpr darwin::SerialNumber kNumber{0, 12345};
 
 StandInProcessManager* current = nullptr;
 
-bool isKnown(const darwin::SerialNumber& process) {
-  return process.high == kNumber.high && process.low == kNumber.low;
-}
+bool isKnown(const darwin::SerialNumber& process) { return process.high == kNumber.high && process.low == kNumber.low; }
 
 std::int32_t serialNumberFor(std::int32_t pid, darwin::SerialNumber* process) {
   if (pid != StandInProcessManager::kPID) return kNoSuchProcess;

@@ -21,6 +21,11 @@ TEST(WantedLanguages, AreTriedAsWrittenThenWithHyphensThenWithoutTheRegion) {
   EXPECT_THAT(wantedLanguages(), ElementsAre("pt_BR", "pt-BR", "pt"));
 }
 
+TEST(WantedLanguages, LoseTheirLastPartsOneByOne) {
+  const LanguageEnvironment environment({{"LANG", "zh-Hant-TW"}});
+  EXPECT_THAT(wantedLanguages(), ElementsAre("zh-Hant-TW", "zh-Hant", "zh"));
+}
+
 TEST(WantedLanguages, AreNotTriedTwice) {
   const LanguageEnvironment environment({{"LANGUAGE", "de:de_AT:de"}, {"LANG", "de_AT"}});
   EXPECT_THAT(wantedLanguages(), ElementsAre("de", "de_AT", "de-AT"));
