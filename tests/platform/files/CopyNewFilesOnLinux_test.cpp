@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr uid_t kOther = 1234;  ///< a user without privileges
+constexpr const char* kDefaultACL = "system.posix_acl_default";
 
 /// Whether another user can open the item.
 bool isOpenToOthers(const fs::path& path) {
@@ -32,9 +33,16 @@ bool isOpenToOthers(const fs::path& path) {
          }) != 0;
 }
 
-TEST(CopyNewFilesOnLinux, AreOpenToNobodyElseUntilTheCopyIsDone) {
-  const TemporaryFolder folder;
+/// Without a mask for new files, which could hide that they are open to others.
+class CopyNewFilesOnLinux : public ::testing::Test {
+ protected:
+  void TearDown() override { ::umask(mask); }
+
+  TemporaryFolder folder;
   const mode_t mask = ::umask(0);
+};
+
+TEST_F(CopyNewFilesOnLinux, AreOpenToNobodyElseUntilTheCopyIsDone) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
   for (const char* name : {"from/a/file", "from/b", "from/c/d/file", "from/e"}) {
@@ -44,7 +52,6 @@ TEST(CopyNewFilesOnLinux, AreOpenToNobodyElseUntilTheCopyIsDone) {
   fs::create_directory(folder / "parent");
   setAttribute(folder / "parent", kDefaultACL, accessListBytes(7));
   setMode(folder / "parent", 02777);
-  ::umask(0);
 
   int looks = 0;
   const auto look = [&](const std::string& /*name*/) {

@@ -29,6 +29,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/linux/OwnMounts.h"
 #include "support/linux/RefuseSystemCall.h"
+#include "support/linux/TracedChild.h"
 #include "system/FileDescriptor.h"
 
 namespace zk::test {
