@@ -10,6 +10,7 @@ from pathlib import Path
 
 import pytest
 
+from support.documents import listings_by_name
 from support.processes import adopt_orphans
 from support.scene import Scene
 
@@ -54,6 +55,24 @@ def application(build):
         yield program
     finally:
         shutil.rmtree(folder)
+
+
+@pytest.fixture(scope="session")
+def prefix(build, sanitizers, tmp_path_factory):
+    """A folder that everything was installed into."""
+    if sanitizers:
+        pytest.skip("a program without sanitizers cannot use a library with them")
+    folder = tmp_path_factory.mktemp("installed")
+    subprocess.run(["cmake", "--install", build, "--prefix", folder], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+@pytest.fixture
+def shown(request, checkout):
+    """The texts of the listings that a test is marked with."""
+    (mark,) = request.node.iter_markers("listings")
+    known = listings_by_name(checkout)
+    return [known[name] for name in mark.args]
 
 
 @pytest.fixture
