@@ -24,13 +24,14 @@ from support.installer import INSTALLED, failed_creation
 from support.processes import eventually, stays
 from support.scene import RELAUNCH_ARGUMENTS
 
-# Listings that are carried out elsewhere, and where.
+# Documents all of whose listings a test of their own carries out.
 ELSEWHERE = {
-    "CONTRIBUTING.md: indented": "contributing_test.py, line by line",
+    "CONTRIBUTING.md": "contributing_test.py",
 }
 
-# What a test of its own would take too long for. That the command line is understood is tested.
+# Commands that no test can run, or that would take too long. What can be said of them without running them is tested.
 NOT_RUN = {
+    "apt-get install g++ cmake ninja-build": "only root may, and it changes the machine",
     "sudo bench/install --chart docs/install-benchmark.svg": "takes hours",
     "sudo bench/install --on ext4 --recipes app": "takes minutes and wants root",
     "bench/install --rounds 3 --scale 0.1": "takes minutes",
@@ -48,7 +49,10 @@ def marked_listings(path):
 
 def test_every_listing_is_carried_out_by_one_test(checkout):
     tested = [name for path in Path(__file__).parent.glob("*_test.py") for name in marked_listings(path)]
-    assert sorted([*tested, *ELSEWHERE]) == sorted(listings_by_name(checkout))
+    for document, test in ELSEWHERE.items():
+        assert Path(document).name in (Path(__file__).parent / test).read_text(), test
+    all_others = [name for name in listings_by_name(checkout) if name.partition(":")[0] not in ELSEWHERE]
+    assert sorted(tested) == sorted(all_others)
 
 
 def test_no_kind_of_listing_is_overlooked(tmp_path):
@@ -72,10 +76,23 @@ def test_a_command_in_the_text_is_one_that_is_tested_or_a_file(checkout):
         for command in commands_in_text(path) if path.suffix == ".md" else []:
             if command.endswith(" --help"):
                 assert run_in(checkout, command).stdout
+            elif re.match(r"apt(-get)? ", command):
+                assert command in NOT_RUN
             elif " " in command:
                 assert any(f"{line} ".startswith(f"{command} ") for line in known), (path, command)
             else:
                 assert command.startswith("build/") or os.access(checkout / command, os.X_OK), (path, command)
+
+
+def test_the_debian_packages_of_commands_exist(checkout):
+    texts = [*listings_by_name(checkout).values(), *(path.read_text() for path in documents(checkout))]
+    installing = re.compile(r"\bapt(?:-get)? (?:install|remove|purge)((?: [\w.+-]+)+)")
+    words = " ".join(installed for text in texts for installed in installing.findall(text)).split()
+    packages = {word for word in words if not re.match(r"-|(lib)?zkupdater", word)}
+    assert packages
+    for package in packages:
+        found = subprocess.run(["dpkg-query", "--show", package], capture_output=True, text=True)
+        assert found.returncode == 0, found.stderr
 
 
 def test_no_line_of_a_document_is_too_long(checkout):
