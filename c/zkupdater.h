@@ -22,7 +22,8 @@ extern "C" {
  * not known. Static. */
 const char* zk_error_text(int number);
 
-/* Semaphores. They have names, and unrelated processes open them by the same name. */
+/* Semaphores. They have names, and unrelated processes open them by the same name. A name without a slash and of at
+ * most 30 bytes works on every system. */
 
 typedef struct zk_semaphore zk_semaphore;
 

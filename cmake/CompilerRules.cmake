@@ -26,11 +26,6 @@ endif()
 
 if(PROJECT_IS_TOP_LEVEL AND CMAKE_BUILD_TYPE MATCHES "^Rel" AND NOT ZK_SANITIZE)
   # Errors that nobody has found yet are harder to exploit in a release build. The sanitizers have checks of their own.
-  include(CheckPIESupported)
-  check_pie_supported(LANGUAGES CXX)
-  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+  zk_harden_executables()
   add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
-  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
-    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
-  endif()
 endif()

@@ -9,7 +9,7 @@ function(zk_subsystem name)
   target_include_directories(zk_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(zk_${name} PUBLIC ${ARG_LINKS})
   target_compile_features(zk_${name} PUBLIC cxx_std_20)
-  # All of it goes into the shared library, too (c/), whose functions nobody replaces at run time.
+  # All of it goes into the shared library, too (c/).
   set_target_properties(zk_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
-  target_compile_options(zk_${name} PRIVATE -fno-semantic-interposition)
+  target_compile_options(zk_${name} PRIVATE ${ZK_LIBRARY_OPTIONS})
 endfunction()

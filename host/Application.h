@@ -20,7 +20,7 @@ Ref<NSURL> urlOf(const std::filesystem::path& path);
 Ref<NSString> shownVersionOf(const NSBundle& bundle);
 
 /// The name of the lock that all installers of the application at `bundle` share: "zk-update-" and 16 hexadecimal
-/// digits, a 64-bit FNV-1a hash of the path's bytes. 26 bytes: no system allows less than 30.
+/// digits, a 64-bit FNV-1a hash of the path's bytes. 26 bytes; macOS takes no name of more than 30.
 std::string updateSemaphoreNameFor(const Ref<NSURL>& bundle);
 
 }  // namespace zk

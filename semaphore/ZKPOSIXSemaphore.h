@@ -12,7 +12,8 @@
 
 namespace zk {
 
-/// Owns at most one handle to a named POSIX semaphore, which unrelated processes open by the same name.
+/// Owns at most one handle to a named POSIX semaphore, which unrelated processes open by the same name. A name without
+/// a slash and of at most 30 bytes works on every system.
 ///
 /// An operation that can fail takes an optional place for an error. It is written only if the operation fails, with an
 /// error in NSPOSIXErrorDomain whose failure reason says what the number means for that call. Without a place no error

@@ -47,13 +47,14 @@ SystemError syncOutermost(int outermost) {
 }  // namespace
 
 bool Durability::beginWithFolder(int folder) {
-  if (!port::isTrusted(folder)) return false;
   folder_ = FileDescriptor(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
-  return folder_.isOpen();
+  isTrusted_ = folder_.isOpen() && port::isTrusted(folder);
+  return isTrusted_;
 }
 
 SystemError Durability::waitForContents(const ItemPath& top) {
-  if (!folder_.isOpen()) return {};
+  // Each item was waited for, but may still be only in the drive's cache.
+  if (!isTrusted_) return folder_.isOpen() ? port::waitUntilOnDrive(folder_.get()) : SystemError();
   const auto error = port::syncFileSystem(folder_.get());
   isWholeFileSystemSynced_ = !error;
   // The error may be another file's. Waiting for each item shows whether it was one of ours.
@@ -61,7 +62,7 @@ SystemError Durability::waitForContents(const ItemPath& top) {
 }
 
 SystemError Durability::waitForTop(int outermost) const {
-  if (folder_.isOpen()) {
+  if (isTrusted_) {
     if (const auto error = port::waitUntilOnDrive(folder_.get())) return error;
   }
   return isWholeFileSystemSynced_ ? SystemError() : syncOutermost(outermost);

@@ -24,7 +24,8 @@ class Durability {
   SystemError waitForTop(int outermost) const;
 
  private:
-  FileDescriptor folder_;                 ///< the top folder; closed if each item is waited for
+  FileDescriptor folder_;                 ///< the top folder; closed if the copy has none
+  bool isTrusted_ = false;                ///< whether one call waits for all of it
   bool isWholeFileSystemSynced_ = false;  ///< and so is what lies around the copy
 };
 

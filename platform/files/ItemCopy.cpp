@@ -24,7 +24,7 @@ bool needsNoChange(const struct stat& original, const NewFile& newFile) {
 SystemError learnFrom(int file, CopyState& state) {
   struct stat made;
   if (const auto error = errorOf(::fstat(file, &made))) return error;
-  state.newFile = NewFile{made.st_uid, made.st_gid, made.st_mode & kPermissions};
+  state.newFile = NewFile{made.st_uid, made.st_gid, static_cast<mode_t>(made.st_mode & kPermissions)};
   return {};
 }
 
@@ -72,7 +72,7 @@ SystemError copyFile(int file, const struct stat& status, Item copy, Surrounding
   if (const auto error = isBare ? copyTimes(status, {made.get()}) : copyMetadata({file}, status, {made.get()})) {
     return error;
   }
-  return state.isTrusted ? SystemError() : port::waitUntilOnDrive(made.get());
+  return state.isTrusted ? SystemError() : port::waitUntilAtDrive(made.get());
 }
 
 SystemError copySpecial(Item original, const struct stat& status, Item copy) {

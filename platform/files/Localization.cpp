@@ -1,18 +1,13 @@
 #include "files/Localization.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
+
+#include "system/Port.h"
 
 namespace zk {
 
 namespace {
-
-std::string_view environment(const char* name) {
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment.
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string_view() : std::string_view(value);
-}
 
 /// Adds the names that the translations for one locale may have.
 void addNames(std::vector<std::string>& names, std::string_view locale) {
@@ -27,25 +22,17 @@ void addNames(std::vector<std::string>& names, std::string_view locale) {
   std::string hyphenated = language;
   std::replace(hyphenated.begin(), hyphenated.end(), '_', '-');
   add(hyphenated);
-  const std::string base = language.substr(0, language.find_first_of("_-"));
-  if (!base.empty()) add(base);
+  for (std::size_t end; (end = hyphenated.find_last_of('-')) != std::string::npos;) {
+    hyphenated.resize(end);
+    if (!hyphenated.empty()) add(hyphenated);
+  }
 }
 
 }  // namespace
 
 std::vector<std::string> wantedLanguages() {
   std::vector<std::string> names;
-  std::string_view list = environment("LANGUAGE");
-  while (!list.empty()) {
-    const std::string_view locale = list.substr(0, list.find(':'));
-    addNames(names, locale);
-    list.remove_prefix(std::min(locale.size() + 1, list.size()));
-  }
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    if (environment(variable).empty()) continue;
-    addNames(names, environment(variable));
-    break;
-  }
+  for (const std::string& language : port::userLanguages()) addNames(names, language);
   return names;
 }
 

@@ -5,9 +5,9 @@
 
 namespace zk {
 
-/// The names of the languages that the environment asks for, the most wanted first: those that LANGUAGE lists, then the
-/// one in LC_ALL, LC_MESSAGES or LANG, whichever is set first. Each is given as it is written, then with hyphens, then
-/// without its region: "pt_BR.UTF-8" gives pt_BR, pt-BR, pt.
+/// The names that translations for the user's languages may have, the most wanted first. Each language is given as the
+/// system spells it, then with hyphens, then without its last parts: "pt_BR.UTF-8" gives pt_BR, pt-BR, pt, and
+/// "zh-Hant-TW" gives zh-Hant-TW, zh-Hant, zh.
 std::vector<std::string> wantedLanguages();
 
 }  // namespace zk

@@ -62,7 +62,8 @@ SystemError copyMetadata(Item original, const struct stat& status, Item copy) {
   if (const auto error = copyOwner(status, copy)) return error;
   if (const auto error = port::copyExtendedAttributes(original, copy)) return error;
   if (const auto error = copyMode(status, copy)) return error;
-  return copyTimes(status, copy);
+  if (const auto error = copyTimes(status, copy)) return error;
+  return port::copyLocks(original, status, copy);
 }
 
 }  // namespace zk

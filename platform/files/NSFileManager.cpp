@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <new>
+#include <vector>
 
 #include "files/DirectoryEnumerator.h"
 #include "files/FileError.h"
@@ -45,6 +47,21 @@ SystemError removeAtPath(const ItemPath& path, std::string& failedAt) {
 }
 
 }  // namespace
+
+SystemError NSFileManager::PendingItem::removePredecessor(std::string& failedAt) const {
+  failedAt = item.name;
+  struct stat status;
+  if (const auto error = errorOf(::fstatat(item.descriptor, item.name, &status, AT_SYMLINK_NOFOLLOW))) return error;
+  if (surroundings == Surroundings::own) {
+    // Whoever else puts something into a folder of the copy's own uses the very name.
+    FileDescriptor folder;
+    std::vector<Entry> entries;
+    if (const auto error = openFolder({item.descriptor, "."}, Links::refused, folder)) return error;
+    if (const auto error = readEntries(folder.get(), entries)) return error;
+    if (!std::ranges::binary_search(entries, item.name, {}, &Entry::name)) return SystemError(EEXIST);
+  }
+  return removeTree(item, failedAt);
+}
 
 Ref<NSFileManager> NSFileManager::defaultManager() {
   static const Ref<NSFileManager>& shared = neverDestroyed<Ref<NSFileManager>>(std::make_shared<NSFileManager>());
@@ -98,7 +115,7 @@ bool NSFileManager::removeItemAtURL(const Ref<NSURL>& url, Ref<NSError>* error) 
 
   const bool isPending = pendingItem_ != nullptr && pendingItem_->url->isEqual(url);
   std::string failedAt;
-  const auto systemError = isPending ? removeTree(pendingItem_->item, failedAt) : removeAtPath(path, failedAt);
+  const auto systemError = isPending ? pendingItem_->removePredecessor(failedAt) : removeAtPath(path, failedAt);
   return !systemError || failed(systemError, std::make_shared<NSURL>(joinedPath(path.folder, failedAt)), error);
 } catch (const std::bad_alloc&) {
   return failedForMemory(url, error);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "files/ItemCopy.h"
 #include "files/NSFileManager.h"
 #include "system/Item.h"
 
@@ -11,6 +12,12 @@ namespace zk {
 struct NSFileManager::PendingItem {
   const Ref<NSURL>& url;
   Item item;
+  Surroundings surroundings;
+
+  /// Removes what is in the item's place. But a file system may take two names for one, for instance if they differ
+  /// only in case. An earlier item of the same copy then is in the way: it stays, the removal fails with EEXIST, and so
+  /// will the copy.
+  SystemError removePredecessor(std::string& failedAt) const;
 };
 
 /// Makes an item the pending one for the length of a scope.

@@ -86,7 +86,7 @@ bool TreeCopy::isWanted(const Entry& entry, const Ref<NSURL>& source, const Ref<
   // The delegate asks this file manager to remove what is at `destination`. That path may lead somewhere else by now,
   // so the removal must not go by it: it works in the folder that this copy has open, on the name that is about to be
   // made.
-  const NSFileManager::PendingItem pending{destination, copyOf(entry)};
+  const NSFileManager::PendingItem pending{destination, copyOf(entry), surroundings()};
   const NSFileManager::PendingScope scope(fileManager_, pending);
   return delegate_->fileManager(fileManager_, source, destination);
 }
@@ -190,7 +190,7 @@ SystemError TreeCopy::finishFolder(const Level& level, int source, int destinati
   if (identityOf(made) != identityOf(there)) return SystemError(ESTALE);
 
   if (const auto error = copyMetadata({source}, level.status, {destination})) return error;
-  return state_.isTrusted ? SystemError() : port::waitUntilOnDrive(destination);
+  return state_.isTrusted ? SystemError() : port::waitUntilAtDrive(destination);
 }
 
 }  // namespace zk

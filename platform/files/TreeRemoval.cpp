@@ -9,6 +9,7 @@
 #include "files/Folder.h"
 #include "files/FolderChain.h"
 #include "files/Metadata.h"
+#include "system/Port.h"
 
 namespace zk {
 
@@ -54,14 +55,19 @@ class TreeRemoval {
 
   static SystemError unlessGone(SystemError error) { return error.is(ENOENT) ? SystemError() : error; }
 
-  SystemError unlink(int flags) const { return errorOf(::unlinkat(current(), name_.c_str(), flags)); }
+  SystemError unlink(int flags) const {
+    const auto error = errorOf(::unlinkat(current(), name_.c_str(), flags));
+    const bool isUnlocked = error.is(EPERM) && port::liftLocks({current(), name_.c_str()});
+    return isUnlocked ? errorOf(::unlinkat(current(), name_.c_str(), flags)) : error;
+  }
 
   /// Removes the item, or enters it if it is a folder that is not empty. Tries what the entry says it is first, then
-  /// the other kind, since it may have changed meanwhile.
+  /// the other kind, since it may have changed meanwhile. An item of unknown kind may be a folder, and POSIX lets a
+  /// system unlink a folder for root, with all that it holds left behind.
   /// @param round how often a folder will have been read once it is entered
   SystemError removeItem(Entry entry, int round = 1) {
     name_ = std::move(entry.name);
-    if (S_ISDIR(entry.type)) {
+    if (entry.type == 0 || S_ISDIR(entry.type)) {
       const auto error = removeFolder(round);
       if (!error.is(ENOTDIR)) return error;
     }
@@ -83,6 +89,7 @@ class TreeRemoval {
     struct stat status;
     if (const auto error = openOwnFolder({current(), name_.c_str()}, folder)) return error;
     if (const auto error = errorOf(::fstat(folder.get(), &status))) return error;
+    port::liftLocks({folder.get()});
     // If we may not change the mode, other permissions may be enough. If they are not, removing the first item fails.
     if ((status.st_mode & S_IRWXU) != S_IRWXU) ::fchmod(folder.get(), (status.st_mode & kAllModeBits) | S_IRWXU);
 

@@ -34,6 +34,9 @@ SystemError port::waitUntilOnDrive(int item) {
   return isDone(error) ? SystemError() : error;
 }
 
+// This system has the drive write out its cache at every wait.
+SystemError port::waitUntilAtDrive(int item) { return port::waitUntilOnDrive(item); }
+
 /// The one list of file systems that are trusted, and why.
 ///
 /// They are local and part of the kernel: their syncfs() writes all data, commits the journal (ext4), log (XFS) or

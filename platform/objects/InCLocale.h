@@ -1,6 +1,7 @@
 #pragma once
 
 #include <clocale>
+#include <locale>  // On macOS this declares locale_t and its functions.
 
 namespace zk {
 

@@ -84,7 +84,7 @@ void writeWithoutWaiting(std::string_view line) {
     return;
   }
   pollfd room{STDERR_FILENO, POLLOUT, 0};
-  if (::poll(&room, 1, 0) != 1) return;
+  if (::poll(&room, 1, 0) != 1 || (room.revents & POLLOUT) == 0) return;
   std::string beginning(line.substr(0, PIPE_BUF));
   beginning.back() = '\n';
   writeOnce(STDERR_FILENO, beginning);

@@ -47,6 +47,10 @@ const char* statusComment(std::int32_t status);
 /// The bytes that the system's file calls expect for a UTF-8 text.
 std::string fileSystemRepresentation(std::string_view text);
 
+/// The languages that the user wants to read, the most wanted first, as the system spells them: with or without a
+/// region and an encoding.
+std::vector<std::string> userLanguages();
+
 // This process.
 
 /// The path of the running program's file; empty when it cannot be found out.
@@ -107,7 +111,7 @@ struct CopyMeans {
 /// @param status the status of `source`
 /// @param mode the permissions of the new file, less the umask
 /// @param means what this copy has learned so far; updated
-/// @param made receives the new file, open for writing
+/// @param made receives the new file, open for reading or writing
 SystemError copyContents(int source, const struct stat& status, Item copy, mode_t mode, CopyMeans& means,
                          FileDescriptor& made);
 
@@ -120,6 +124,20 @@ SystemError copyExtendedAttributes(Item original, Item copy);
 
 /// Removes the ACLs that a new item has inherited from its folder. Does nothing if there are none.
 void removeInheritedACLs(Item item);
+
+/// Gives `copy` those of `original`'s properties that may forbid every later change, such as flags; called after
+/// everything else was set. What the process may not read or set is left out.
+/// @param status the status of `original`
+SystemError copyLocks(Item original, const struct stat& status, Item copy);
+
+/// Takes from an item the flags that forbid its owner to change or remove it, such as copyLocks() sets.
+/// @return whether there were such flags and they are gone now; errno stays as it was
+bool liftLocks(Item item);
+
+/// Waits until the data and metadata of an open file or folder have reached the drive, perhaps only its cache. They are
+/// safe once waitUntilOnDrive() has returned for any item of the same file system. Succeeds without waiting on a file
+/// system that does not support this.
+SystemError waitUntilAtDrive(int item);
 
 /// Waits until the data and metadata of an open file or folder are on the drive, not only in its cache. Succeeds
 /// without waiting on a file system that does not support this.

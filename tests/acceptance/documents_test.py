@@ -145,6 +145,14 @@ def test_every_picture_can_be_drawn_and_is_light_even_on_a_dark_page(checkout):
         assert set(first_pixel(png)) == {255}, picture
 
 
+def test_the_semaphore_names_in_the_documents_work_on_every_system(checkout):
+    text = "".join(path.read_text() for path in documents(checkout))
+    names = re.findall(r'openWithName\("([^"]*)"|[Ss]emaphore `([^`]*)`', text)
+    assert names
+    for one, other in names:
+        assert re.fullmatch(r"[^/]{1,30}", one or other)
+
+
 # README.md
 
 
@@ -425,7 +433,7 @@ def test_the_packages_and_limits_of_the_document_are_those_of_the_code(checkout)
 
 def test_the_porting_guide_lists_all_that_a_system_must_define(checkout):
     port = (checkout / "platform/system/Port.h").read_text()
-    functions = re.findall(r"^[\w:&* ]+?[ &*](\w+)\([^)]*\);", port, re.MULTILINE)
+    functions = re.findall(r"^[\w:&*<> ]+?[ &*](\w+)\([^)]*\);", port, re.MULTILINE)
     assert len(functions) > 20
     operations = re.search(r"operations of System that POSIXSystem leaves open: (.*?)\.", port, re.DOTALL)[1]
     names = re.findall(r"\b(?!and\b)[A-Za-z]+", operations.replace("///", ""))

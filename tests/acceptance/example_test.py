@@ -1,6 +1,7 @@
 """The application in examples/ as a host that does what the documents recommend."""
 
 import os
+import re
 import signal
 from pathlib import Path
 
@@ -90,6 +91,12 @@ def test_it_updates_itself_and_leaves_only_the_name_of_the_lock(example):
     assert example.settings()["-updateSemaphore"] == example.lock.name
     assert example.lock.count() == 1
     example.assert_its_semaphore_is_gone()
+
+
+def test_its_semaphores_have_names_that_every_system_takes(example):
+    assert_updates(example)
+    for setting in ("-installerSemaphore", "-updateSemaphore"):
+        assert re.fullmatch(r"[^/]{1,30}", example.settings()[setting])
 
 
 def test_it_updates_itself_even_after_an_installer_was_killed_with_its_semaphore_held(example):

@@ -10,6 +10,7 @@
 #include "Application.h"
 #include "host/ScriptedHost.h"
 #include "support/ChildProcess.h"
+#include "support/System.h"
 
 namespace zk::test {
 
@@ -43,14 +44,7 @@ class UpdateStart : public testing::Test {
   }
 
   /// The count of the latest semaphore, through a look from outside; -1 once its name is gone.
-  int count() const {
-    sem_t* const semaphore = ::sem_open(host.semaphoreNames.back().c_str(), 0);
-    if (semaphore == SEM_FAILED) return -1;
-    int value = -1;
-    ::sem_getvalue(semaphore, &value);
-    ::sem_close(semaphore);
-    return value;
-  }
+  int count() const { return semaphoreCount(host.semaphoreNames.back().c_str()); }
 
   /// What an installer does that is ready.
   void takeSemaphore() const {
@@ -182,7 +176,7 @@ TEST_F(UpdateStart, IsRefusedWhereNoBackupCanBeMade) {
   fs::permissions(host.updates, fs::perms(0777));
   EXPECT_EQ(statusInChild([&] {
               if (::geteuid() == 0) {
-                ASSERT_EQ(::setresuid(65534, 65534, 65534), 0);
+                ASSERT_EQ(::setuid(65534), 0);
               }
               expectRefused(State::placeNotWritable);
             }),
@@ -200,6 +194,17 @@ TEST_F(UpdateStart, GivesTheInstallerAllItsSettings) {
                           "-installerSemaphore", host.semaphoreNames.back(), "-updateSemaphore",
                           ::testing::MatchesRegex("zk-update-[0-9a-f]{16}"), "-enableLog", "YES"));
   EXPECT_EQ(host.semaphoreNames.size(), 1U) << "the lock is the installer's to make";
+}
+
+TEST_F(UpdateStart, UsesSemaphoreNamesThatEverySystemTakes) {
+  constexpr std::size_t kLongest = 30;
+  begin();
+  ASSERT_EQ(host.launched.size(), 1U);
+  for (const std::size_t setting : {6U, 8U}) {
+    const std::string& name = host.launched[0].at(setting);
+    EXPECT_THAT(name, ::testing::MatchesRegex("[^/]+"));
+    EXPECT_LE(name.size(), kLongest) << name;
+  }
 }
 
 TEST_F(UpdateStart, GivesTheInstallerWholePaths) {

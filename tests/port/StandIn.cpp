@@ -43,6 +43,7 @@ System& operatingSystem() {
 int macOSErrorNumber(int systemErrorNumber) { return systemErrorNumber; }
 const char* statusComment(std::int32_t /*status*/) { return nullptr; }
 std::string fileSystemRepresentation(std::string_view text) { return std::string(text); }
+std::vector<std::string> userLanguages() { return {}; }
 
 std::string programPath() { return ""; }
 long currentThreadId() { return 0; }
@@ -65,6 +66,9 @@ SystemError copyContents(int /*source*/, const struct stat& /*status*/, Item /*c
 bool hasExtendedAttributes(int /*file*/) { return true; }
 SystemError copyExtendedAttributes(Item /*original*/, Item /*copy*/) { return {}; }
 void removeInheritedACLs(Item /*item*/) {}
+SystemError copyLocks(Item /*original*/, const struct stat& /*status*/, Item /*copy*/) { return {}; }
+bool liftLocks(Item /*item*/) { return false; }
+SystemError waitUntilAtDrive(int /*item*/) { return {}; }
 SystemError waitUntilOnDrive(int /*item*/) { return {}; }
 bool isTrusted(int /*folder*/) { return false; }
 SystemError syncFileSystem(int /*folder*/) { return SystemError(ENOSYS); }

@@ -1,21 +1,16 @@
 #include "support/ChildProcess.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/prctl.h>
-#include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
-#include <string>
-#include <string_view>
 #include <thread>
 
-#include "system/FileDescriptor.h"
+#include "support/Pipe.h"
+#include "support/System.h"
 #include "system/Uninterrupted.h"
 
 // Exists only in a build with coverage. Nobody else writes down what the child has covered.
@@ -36,23 +31,19 @@ namespace {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::function<void(const TellReady&)>& body) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  FileDescriptor reading(ends[0]);
-  FileDescriptor writing(ends[1]);
-
+  Pipe pipe;
   std::fflush(nullptr);
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("no child process");
   if (pid_ == 0) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it does not outlive a test that is killed
-    reading.reset();
-    body([&writing] { writing.reset(); });
+    endWithParent();
+    pipe.reading.reset();
+    body([&pipe] { pipe.writing.reset(); });
     endChild();
   }
-  writing.reset();
+  pipe.writing.reset();
   char word;
-  uninterrupted([&] { return ::read(reading.get(), &word, sizeof word); });
+  uninterrupted([&] { return ::read(pipe.reading.get(), &word, sizeof word); });
 }
 
 ChildProcess::ChildProcess(const std::function<void()>& body)
@@ -70,14 +61,7 @@ ChildProcess::~ChildProcess() {
 void ChildProcess::signal(int number) const { ::kill(pid_, number); }
 
 void ChildProcess::waitUntilAsleep() const {
-  // The state follows the program's name, which is in parentheses.
-  const auto state = [this] {
-    std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    return line.at(line.rfind(')') + 2);
-  };
-  while (std::string_view("SZ").find(state()) == std::string_view::npos) std::this_thread::yield();
+  while (!isAsleep(pid_)) std::this_thread::yield();
 }
 
 void ChildProcess::waitUntilZombie() const {
@@ -96,36 +80,5 @@ int ChildProcess::wait() {
 }
 
 int statusInChild(const std::function<void()>& body) { return ChildProcess(body).wait(); }
-
-int statusInTracedChild(const std::function<void()>& body, const std::function<void(pid_t pid, int stop)>& atStop) {
-  ChildProcess child([&](const ChildProcess::TellReady& tellReady) {
-    ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-    tellReady();
-    ::raise(SIGSTOP);
-    body();
-  });
-  siginfo_t event;
-  const auto isStopped = [&] {
-    event.si_pid = 0;
-    uninterrupted(
-        [&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WEXITED | WSTOPPED | WNOWAIT); });
-    if (event.si_code == CLD_EXITED || event.si_code == CLD_KILLED || event.si_code == CLD_DUMPED) return false;
-    // Only the stop is consumed here; the end is left to wait().
-    uninterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child.pid()), &event, WSTOPPED); });
-    return true;
-  };
-
-  constexpr int kAtSystemCall = SIGTRAP | 0x80;
-  if (!isStopped()) throw std::runtime_error("the child process cannot be traced");
-  ::ptrace(PTRACE_SETOPTIONS, child.pid(), nullptr, PTRACE_O_TRACESYSGOOD);
-  int delivered = 0;
-  for (int stop = 0;;) {
-    ::ptrace(PTRACE_SYSCALL, child.pid(), nullptr, delivered);
-    if (!isStopped()) return child.wait();
-    const bool isAtSystemCall = event.si_status == kAtSystemCall;
-    delivered = isAtSystemCall ? 0 : event.si_status;
-    if (isAtSystemCall) atStop(child.pid(), stop++);
-  }
-}
 
 }  // namespace zk::test

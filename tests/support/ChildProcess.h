@@ -47,9 +47,4 @@ class ChildProcess {
 /// ChildProcess::wait gives it
 int statusInChild(const std::function<void()>& body);
 
-/// The same, but stops the child before and after each of its system calls. `atStop` is called at each stop with
-/// the child's id and the number of the stop, from 0, and may send signals: whatever it does comes at that exact
-/// moment.
-int statusInTracedChild(const std::function<void()>& body, const std::function<void(pid_t pid, int stop)>& atStop);
-
 }  // namespace zk::test

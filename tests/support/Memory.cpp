@@ -1,11 +1,11 @@
 #include "support/Memory.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <new>
+
+#include "support/AllocatedSize.h"
 
 namespace zk::test {
 
@@ -26,13 +26,13 @@ bool isToFail(std::size_t number) {
 void* allocate(std::size_t size) noexcept {
   void* const memory = isToFail(count++) ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (memory == nullptr) return nullptr;
-  live += ::malloc_usable_size(memory);
+  live += allocatedSize(memory);
   peak = std::max(peak, live);
   return memory;
 }
 
 void deallocate(void* memory) {
-  if (memory != nullptr) live -= ::malloc_usable_size(memory);
+  if (memory != nullptr) live -= allocatedSize(memory);
   std::free(memory);
 }
 

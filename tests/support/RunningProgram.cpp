@@ -1,22 +1,12 @@
 #include "support/RunningProgram.h"
 
-#include <fcntl.h>
 #include <unistd.h>
-
-#include <stdexcept>
 
 #include "support/TemporaryFolder.h"
 
 namespace zk::test {
 
 namespace fs = std::filesystem;
-
-RunningProgram::Pipe::Pipe() {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  reading = FileDescriptor(ends[0]);
-  writing = FileDescriptor(ends[1]);
-}
 
 // The parent goes on once the program has started: that closes the child's end of the pipe that it waits on.
 RunningProgram::RunningProgram(const fs::path& path, const std::vector<std::string>& arguments, const fs::path& folder)

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
-#include "system/FileDescriptor.h"
+#include "support/Pipe.h"
 
 namespace zk::test {
 
@@ -22,12 +22,6 @@ class RunningProgram {
   int end();
 
  private:
-  struct Pipe {
-    Pipe();
-    FileDescriptor reading;
-    FileDescriptor writing;
-  };
-
   Pipe input_;
   ChildProcess process_;
 };

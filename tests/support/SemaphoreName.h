@@ -7,6 +7,7 @@
 #include <string>
 
 #include "objects/NSString.h"
+#include "support/System.h"
 
 namespace zk::test {
 
@@ -32,14 +33,7 @@ class SemaphoreName {
   }
 
   /// The count of the semaphore of this name, seen from outside; -1 if there is none.
-  int count() const {
-    sem_t* semaphore = ::sem_open(name_.c_str(), 0);
-    if (semaphore == SEM_FAILED) return -1;
-    int value = -1;
-    ::sem_getvalue(semaphore, &value);
-    ::sem_close(semaphore);
-    return value;
-  }
+  int count() const { return semaphoreCount(name_.c_str()); }
 
  private:
   std::string name_;

@@ -2,18 +2,19 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <iomanip>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <vector>
 
+#include "support/System.h"
 #include "system/FileDescriptor.h"
+#include "system/Port.h"
 
 namespace zk::test {
 
@@ -31,18 +32,12 @@ std::string hexOf(const std::string& bytes) {
 }
 
 std::string attributesOf(const fs::path& path) {
-  std::vector<char> names(65536);
-  const ssize_t size = ::llistxattr(path.c_str(), names.data(), names.size());
-  if (size < 0) return errno == ENOTSUP ? "" : throw std::runtime_error("cannot list " + path.string());
-  std::set<std::string> attributes;
-  for (const char* name = names.data(); name < names.data() + size; name += std::string(name).size() + 1) {
-    std::string value(65536, '\0');
-    const ssize_t length = ::lgetxattr(path.c_str(), name, value.data(), value.size());
-    if (length < 0) fail(path);
-    attributes.insert(std::string(name) + "=" + hexOf(value.substr(0, static_cast<std::size_t>(length))));
-  }
   std::string text;
-  for (const std::string& attribute : attributes) text += " " + attribute;
+  for (const std::string& name : attributeNames(path)) {
+    const std::optional<std::string> value = attributeOf(path, name.c_str());
+    if (!value) fail(path);
+    text += " " + name + "=" + hexOf(*value);
+  }
   return text;
 }
 
@@ -76,9 +71,10 @@ std::string contentsOf(const fs::path& path, off_t size) {
 }
 
 std::string describeItem(const fs::path& path, const struct stat& item) {
+  const timespec modified = port::modificationTime(item);
   std::ostringstream text;
-  text << std::oct << item.st_mode << std::dec << " " << item.st_uid << ":" << item.st_gid << " " << item.st_mtim.tv_sec
-       << "." << std::setw(9) << std::setfill('0') << item.st_mtim.tv_nsec << attributesOf(path) << " ";
+  text << std::oct << item.st_mode << std::dec << " " << item.st_uid << ":" << item.st_gid << " " << modified.tv_sec
+       << "." << std::setw(9) << std::setfill('0') << modified.tv_nsec << attributesOf(path) << " ";
   if (S_ISLNK(item.st_mode)) text << fs::read_symlink(path).string();
   if (S_ISREG(item.st_mode)) text << contentsOf(path, item.st_size);
   return text.str();

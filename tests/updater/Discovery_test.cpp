@@ -2,13 +2,11 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "ZKUpdater.h"
 #include "objects/NSAutoreleasePool.h"
 #include "support/ChildProcess.h"
-#include "support/RefuseSystemCall.h"
 #include "support/TemporaryFolder.h"
 #include "updater/BareUpdater.h"
 #include "updater/ScriptedRun.h"
@@ -234,25 +232,6 @@ TEST_F(UpdateBundle, IsFoundAfterAnItemThatCannotBeInspected) {
 TEST_F(UpdateBundle, IsAbsentIfThePathWithTheTargetsNameIsTooLong) {
   setUpdatePath("/" + std::string(4093, 'x'));
   EXPECT_EQ(found(), "none");
-}
-
-TEST_F(UpdateBundle, IsAbsentWithoutATargetIdentifierBeforeAnyFolderIsRead) {
-  makeBundle("B.app");
-  test::BareUpdater updater;
-  updater.targetBundleURL = NSURL::fileURLWithPath("/volume/A.app"_ns);
-  updater.updateDirectory = folder.url();
-  // How a search ends in a process that must not read a folder.
-  const auto statusOfSearch = [&updater] {
-    return test::statusInChild([&updater] {
-      ASSERT_TRUE(test::endAtSystemCall(SYS_getdents64));
-      EXPECT_EQ(updater.updateBundleURL(), nullptr);
-    });
-  };
-  EXPECT_EQ(statusOfSearch(), 0);
-  updater.targetBundleId = ""_ns;
-  EXPECT_EQ(statusOfSearch(), 0);
-  updater.targetBundleId = "com.example.a"_ns;
-  EXPECT_EQ(statusOfSearch(), test::kEndedBySignal + SIGSYS) << "a search by identifier reads the folder";
 }
 
 TEST_F(Discovery, StoresNothingOfATargetThatLacksSomething) {

@@ -1,5 +1,9 @@
-// Even if this header defines major() and minor() as macros, the version's own operations must work.
-#include <sys/sysmacros.h>
+// Some systems' headers define these as macros. The version's own operations must work all the same.
+#include <sys/types.h>
+#undef major
+#undef minor
+#define major(device) ((device) >> 8)
+#define minor(device) ((device)&0xff)
 
 #include "ZKVersion.h"
 

@@ -12,9 +12,10 @@
 
 #include "FileItems.h"
 #include "support/ChildProcess.h"
-#include "support/OwnMounts.h"
-#include "support/RefuseSystemCall.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
+#include "support/linux/OwnMounts.h"
+#include "support/linux/RefuseSystemCall.h"
 #include "system/FileDescriptor.h"
 
 namespace zk::test {

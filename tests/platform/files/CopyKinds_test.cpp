@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -9,6 +8,7 @@
 #include <string>
 
 #include "FileItems.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
 #include "system/FileDescriptor.h"
 
@@ -92,16 +92,6 @@ TEST_F(CopyKinds, CopiesAnyOtherLinkAtTheTopAsALink) {
     EXPECT_EQ(describeTree(folder / "to"), describeTree(folder / name));
     fs::remove(folder / "to");
   }
-}
-
-TEST_F(CopyKinds, KeepsALinkThatReportsNoSize) {
-  // As the links under /proc do.
-  const fs::path target = folder / std::string(200, 'n') / std::string(200, 'n');
-  fs::create_directories(target.parent_path());
-  const FileDescriptor file(::open(target.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  const fs::path link = "/proc/self/fd/" + std::to_string(file.get());
-  ASSERT_TRUE(copyItem(link, folder / "to").succeeded);
-  EXPECT_EQ(fs::read_symlink(folder / "to"), target);
 }
 
 TEST_F(CopyKinds, KeepsHardLinksInsideTheTree) {

@@ -4,6 +4,7 @@
 
 #include "FileItems.h"
 #include "support/Memory.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
 #include "system/System.h"
 

@@ -7,7 +7,9 @@
 #include <string>
 
 #include "FileItems.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
+#include "system/Port.h"
 
 namespace zk::test {
 namespace {
@@ -39,10 +41,10 @@ class CopyMetadata : public ::testing::Test {
 
 void expectTimes(const fs::path& path, struct timespec accessed, struct timespec modified) {
   const struct stat status = statusOf(path);
-  EXPECT_EQ(status.st_atim.tv_sec, accessed.tv_sec) << path;
-  EXPECT_EQ(status.st_atim.tv_nsec, accessed.tv_nsec) << path;
-  EXPECT_EQ(status.st_mtim.tv_sec, modified.tv_sec) << path;
-  EXPECT_EQ(status.st_mtim.tv_nsec, modified.tv_nsec) << path;
+  EXPECT_EQ(port::accessTime(status).tv_sec, accessed.tv_sec) << path;
+  EXPECT_EQ(port::accessTime(status).tv_nsec, accessed.tv_nsec) << path;
+  EXPECT_EQ(port::modificationTime(status).tv_sec, modified.tv_sec) << path;
+  EXPECT_EQ(port::modificationTime(status).tv_nsec, modified.tv_nsec) << path;
 }
 
 fs::path itemBelow(const fs::path& top, const std::string& path) { return path.empty() ? top : top / path; }

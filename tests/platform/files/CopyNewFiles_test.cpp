@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,7 +10,7 @@
 
 #include "FileItems.h"
 #include "support/ChildProcess.h"
-#include "support/SystemCallPauses.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
 #include "system/FileDescriptor.h"
 
@@ -102,47 +101,6 @@ TEST_F(CopyNewFiles, InheritNothingFromTheFolderAroundTheCopy) {
             0);
   makeFiles(folder / "from/b");
   expectSameCopies(folder / "parent/to");
-}
-
-/// Whether another user can open the item.
-bool isOpenToOthers(const fs::path& path) {
-  return statusInChild([&] {
-           ASSERT_EQ(::setresuid(kOther, kOther, kOther), 0);
-           const FileDescriptor item(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-           if (item.isOpen()) ::_exit(1);
-           EXPECT_THAT(errno, ::testing::AnyOf(EACCES, ENOENT));
-         }) != 0;
-}
-
-TEST_F(CopyNewFiles, AreOpenToNobodyElseUntilTheCopyIsDone) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
-  ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-  for (const char* name : {"from/a/file", "from/b", "from/c/d/file", "from/e"}) {
-    writeFile(folder / name, "x");
-    setMode(folder / name, 0644);
-  }
-  fs::create_directory(folder / "parent");
-  setAttribute(folder / "parent", kDefaultACL, accessListBytes(7));
-  setMode(folder / "parent", 02777);
-  ::umask(0);
-
-  int looks = 0;
-  const auto look = [&](const std::string& /*name*/) {
-    if (!isThere(folder / "parent/to")) return;
-    ++looks;
-    for (const char* path : {"", "a", "a/file", "b", "c/d/file", "e"}) {
-      EXPECT_FALSE(isOpenToOthers(folder / "parent/to" / path)) << path;
-    }
-  };
-  // Before each item is opened or made, and before the first thing is done to the new top folder.
-  for (const long call : {SYS_openat, SYS_fremovexattr}) {
-    looks = 0;
-    const auto copy = [this] { EXPECT_TRUE(copyItem(folder / "from", folder / "parent/to").succeeded); };
-    if (!runWithPauses(call, look, copy)) GTEST_SKIP() << "no call may be made to pause here";
-    EXPECT_GT(looks, 0);
-    EXPECT_TRUE(isOpenToOthers(folder / "parent/to/c/d/file"));
-    EXPECT_TRUE(removeItem(folder / "parent/to").succeeded);
-  }
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -14,7 +12,7 @@
 #include "FileItems.h"
 #include "files/ItemCopy.h"
 #include "support/ChildProcess.h"
-#include "support/RefuseSystemCall.h"
+#include "support/System.h"
 #include "support/TreeDescription.h"
 
 namespace zk::test {
@@ -197,10 +195,10 @@ class CopyRace : public CopySwap {
  protected:
   void race(const fs::path& one, const fs::path& other, const std::function<void(const Outcome&)>& check) {
     const ChildProcess swapper([&] {
-      while (true) ::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+      while (true) exchangeItems(one, other);
     });
     EXPECT_EQ(statusInChild([&] {
-                ASSERT_TRUE(refuseSystemCall(SYS_fsync, EINVAL));
+                neverWaitForTheDisk();
                 ::alarm(kLongestTime);
                 for (int count = 0; count < 2000; ++count) {
                   check(copyItem(folder / "from", folder / "to"));

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <sys/prctl.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -12,6 +10,7 @@
 #include <iterator>
 
 #include "support/ChildProcess.h"
+#include "support/System.h"
 
 namespace zk::test {
 
@@ -21,12 +20,11 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-/// A change of user hides a process's folder under /proc even from itself; the last call makes it readable again.
 void becomeNobody() {
   ASSERT_EQ(::setgroups(0, nullptr), 0);
-  ASSERT_EQ(::setresgid(kNobody, kNobody, kNobody), 0);
-  ASSERT_EQ(::setresuid(kNobody, kNobody, kNobody), 0);
-  ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+  ASSERT_EQ(::setgid(kNobody), 0);
+  ASSERT_EQ(::setuid(kNobody), 0);
+  keepAccessToItself();
 }
 
 void append(std::string& bytes, const void* value, std::size_t size) {
@@ -94,17 +92,6 @@ bool isThere(const fs::path& path) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-std::optional<std::string> attributeOf(const fs::path& path, const char* name) {
-  std::string value(65536, '\0');
-  const ssize_t size = ::lgetxattr(path.c_str(), name, value.data(), value.size());
-  if (size < 0) return std::nullopt;
-  return value.substr(0, static_cast<std::size_t>(size));
-}
-
-bool setAttribute(const fs::path& path, const char* name, const std::string& value) {
-  return ::lsetxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
-}
-
 std::string accessListBytes(unsigned permissions) {
   struct Entry {
     std::uint16_t tag;
@@ -123,7 +110,7 @@ std::string accessListBytes(unsigned permissions) {
 }
 
 std::size_t openDescriptors() {
-  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/dev/fd"), fs::directory_iterator()));
 }
 
 int statusUnprivileged(const TemporaryFolder& folder, const std::function<void()>& body) {

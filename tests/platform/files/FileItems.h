@@ -62,11 +62,6 @@ void setMode(const std::filesystem::path& path, mode_t mode);
 void setTimes(const std::filesystem::path& path, struct timespec accessed, struct timespec modified);
 bool isThere(const std::filesystem::path& path);
 
-/// An extended attribute of the item itself, or nothing.
-std::optional<std::string> attributeOf(const std::filesystem::path& path, const char* name);
-/// @return whether the file system accepts it
-bool setAttribute(const std::filesystem::path& path, const char* name, const std::string& value);
-
 /// The bytes of an ACL that gives user 1234 `permissions` (a digit 0 to 7) besides the mode rwxr-x---, as the
 /// attributes system.posix_acl_... hold them.
 std::string accessListBytes(unsigned permissions);

@@ -372,17 +372,16 @@ TEST_F(TranslationTest, IsReadOnceEvenForSeveralThreads) {
   const Ref<NSBundle> app = bundle("X.app");
   std::vector<std::string> found(8);
   std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
-  {
-    std::vector<std::jthread> threads;
-    for (std::string& text : found) {
-      threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (const Ref<NSString>& table : {"Localizable"_ns, "Other"_ns, "Another"_ns}) {
-          text += bytes(app->localizedStringForKey("greeting"_ns, nullptr, table)) + " ";
-        }
-      });
-    }
+  std::vector<std::thread> threads;
+  for (std::string& text : found) {
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      for (const Ref<NSString>& table : {"Localizable"_ns, "Other"_ns, "Another"_ns}) {
+        text += bytes(app->localizedStringForKey("greeting"_ns, nullptr, table)) + " ";
+      }
+    });
   }
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(found, std::vector<std::string>(found.size(), "Hallo greeting greeting "));
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "FileItems.h"
-#include "support/SystemCallPauses.h"
+#include "support/linux/SystemCallPauses.h"
 
 namespace zk::test {
 namespace {

@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,7 +8,6 @@
 
 #include "FileItems.h"
 #include "support/ChildProcess.h"
-#include "support/OwnMounts.h"
 
 namespace zk::test {
 namespace {
@@ -155,25 +153,6 @@ TEST_F(Removal, NamesTheItemThatCouldNotBeRemovedDeepInATree) {
                 folder, [this] { EXPECT_EQ(removeItem(folder / "tree").path(), (folder / "tree/m/file").string()); }),
             0);
   EXPECT_TRUE(isThere(folder / "tree/m/file"));
-}
-
-TEST_F(Removal, NeverTouchesAFileSystemMountedInside) {
-  fs::create_directories(folder / "tree/mounted");
-  writeFile(folder / "outside/file", "x");
-  const int status = statusInChild([this] {
-    const std::string outside = folder / "outside";
-    if (!enterOwnMounts() ||
-        ::mount(outside.c_str(), (folder / "tree/mounted").c_str(), nullptr, MS_BIND, nullptr) != 0) {
-      ::_exit(kNotPermitted);
-    }
-    const Outcome outcome = removeItem(folder / "tree");
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.code(), 16);
-    EXPECT_EQ(removeItem(folder / "tree/mounted").code(), 16);
-  });
-  EXPECT_TRUE(isThere(folder / "outside/file"));
-  if (status == kNotPermitted) GTEST_SKIP() << "mounting is not permitted here";
-  EXPECT_EQ(status, 0);
 }
 
 TEST_F(Removal, RefusesAPathWhoseLastPartIsNotAName) {

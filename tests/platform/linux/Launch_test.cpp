@@ -15,10 +15,10 @@
 
 #include "LaunchReport.h"
 #include "support/ChildProcess.h"
-#include "support/OwnMounts.h"
-#include "support/RefuseSystemCall.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/OwnMounts.h"
+#include "support/linux/RefuseSystemCall.h"
 
 namespace zk::test {
 

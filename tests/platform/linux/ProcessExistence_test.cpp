@@ -15,8 +15,8 @@
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
 #include "support/FrequentAlarm.h"
-#include "support/OwnMounts.h"
-#include "support/RefuseSystemCall.h"
+#include "support/linux/OwnMounts.h"
+#include "support/linux/RefuseSystemCall.h"
 
 namespace zk {
 

@@ -11,9 +11,9 @@
 
 #include "TestProcesses.h"
 #include "linux/ProcFile.h"
-#include "support/OwnMounts.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/OwnMounts.h"
 #include "system/Port.h"
 
 namespace zk::test {

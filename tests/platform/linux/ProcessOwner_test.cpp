@@ -19,10 +19,10 @@
 #include "TestProcesses.h"
 #include "linux/Launch.h"
 #include "linux/ProcessFacts.h"
-#include "support/OwnMounts.h"
-#include "support/RefuseSystemCall.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/OwnMounts.h"
+#include "support/linux/RefuseSystemCall.h"
 #include "system/System.h"
 
 namespace zk::test {

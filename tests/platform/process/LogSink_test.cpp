@@ -25,10 +25,10 @@
 #include <thread>
 
 #include "support/ChildProcess.h"
-#include "support/OwnMounts.h"
-#include "support/RefuseSystemCall.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/OwnMounts.h"
+#include "support/linux/RefuseSystemCall.h"
 #include "system/FileDescriptor.h"
 
 namespace zk::test {

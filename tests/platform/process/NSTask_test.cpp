@@ -1,7 +1,9 @@
 #include "process/NSTask.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +13,7 @@
 #include "support/ChildProcess.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 
@@ -83,28 +86,30 @@ TEST(NSTask, HandsOverWhatTheProgramWritesToItsStandardErrorWithoutWaitingForMor
 }
 
 TEST(NSTask, StartsASessionOfItsOwn) {
-  const Ref<NSTask> task = launched(kShell, {"-c", "cut -d ' ' -f 1,6 /proc/$$/stat >&2"});
+  const TemporaryFolder folder;
+  const Ref<NSTask> task =
+      launched(kShell, {"-c", "echo $$ >&2; until [ -e \"$0\" ]; do sleep 0.01; done", folder / "end"});
   ASSERT_TRUE(task);
+  std::string id;
+  waitUntil([&] { return (id += task->availableErrorOutput()).ends_with("\n"); });
+  EXPECT_EQ(::getsid(std::stoi(id)), std::stoi(id));
+  writeFile(folder / "end", "");
   EXPECT_EQ(statusOf(*task), 0);
-  const std::string ids = task->availableErrorOutput();
-  EXPECT_EQ(ids.substr(0, ids.find(' ')), ids.substr(ids.find(' ') + 1, ids.size() - ids.find(' ') - 2)) << ids;
 }
 
 TEST(NSTask, EndsTheProgramWithAllThatItHasStarted) {
   const TemporaryFolder folder;
-  const Ref<NSTask> task = launched(kShell, {"-c", "sleep 60 & echo $! > \"$0\"; wait", folder / "pid"});
+  ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+  const FileDescriptor fifo(::open((folder / "fifo").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const Ref<NSTask> task = launched(kShell, {"-c", "{ echo; sleep 60; } > \"$0\" & wait", folder / "fifo"});
   ASSERT_TRUE(task);
-  waitUntil([&] { return fs::exists(folder / "pid") && fs::file_size(folder / "pid") > 1; });
-  const pid_t grandchild = std::stoi(readFile(folder / "pid"));
+  char byte;
+  waitUntil([&] { return ::read(fifo.get(), &byte, 1) == 1; });
   task->kill();
   EXPECT_FALSE(task->isRunning());
   EXPECT_EQ(task->terminationStatus(), 128 + SIGKILL);
-  // It has ended once it is gone or waits to be reaped by its new parent.
-  waitUntil([&] {
-    std::ifstream file("/proc/" + std::to_string(grandchild) + "/stat");
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    return text.empty() || text.find(") Z ") != std::string::npos;
-  });
+  // The fifo ends with the last process that may write to it.
+  waitUntil([&] { return ::read(fifo.get(), &byte, 1) == 0; });
 }
 
 TEST(NSTask, LetsTheProgramGoOnWhenTheObjectEnds) {

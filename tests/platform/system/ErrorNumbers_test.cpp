@@ -110,7 +110,6 @@ TEST(ErrorNumbers, EveryNumberThatMacOSHasIsTranslatedByName) {
 
 TEST(ErrorNumbers, TwoNamesOfOneNumberAreTranslatedAlike) {
   EXPECT_EQ(macOSErrorNumber(EWOULDBLOCK), macOSErrorNumber(EAGAIN));
-  EXPECT_EQ(macOSErrorNumber(EDEADLOCK), macOSErrorNumber(EDEADLK));
   EXPECT_EQ(macOSErrorNumber(EOPNOTSUPP), macOSErrorNumber(ENOTSUP));
 }
 

@@ -1,4 +1,4 @@
-#include "support/SystemCallPauses.h"
+#include "support/linux/SystemCallPauses.h"
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>

@@ -1,4 +1,4 @@
-#include "support/RefuseSystemCall.h"
+#include "support/linux/RefuseSystemCall.h"
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>

@@ -1,4 +1,4 @@
-#include "support/OwnMounts.h"
+#include "support/linux/OwnMounts.h"
 
 #include <sched.h>
 #include <sys/mount.h>

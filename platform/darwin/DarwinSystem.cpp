@@ -1,0 +1,95 @@
+#include <crt_externs.h>
+#include <unistd.h>
+
+#include <map>
+#include <mutex>
+
+#include "darwin/FoundFunctions.h"
+#include "darwin/KernelProcess.h"
+#include "darwin/ProcessManager.h"
+#include "darwin/Spawn.h"
+#include "darwin/Workspace.h"
+#include "objects/NeverDestroyed.h"
+#include "process/POSIXSystem.h"
+#include "system/Port.h"
+
+namespace zk {
+
+namespace {
+
+/// The look-up itself failed: any status but "no error" and "no such process".
+constexpr OSStatusCode kLookUpFailed = -50;
+
+class DarwinSystem final : public POSIXSystem {
+ public:
+  OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override {
+    switch (darwin::existenceOf(pid)) {
+      case darwin::Existence::exists:
+        process.pid = pid;
+        return noErr;
+      case darwin::Existence::gone:
+        return procNotFound;
+      case darwin::Existence::unknown:
+        break;
+    }
+    return kLookUpFailed;
+  }
+
+  Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override {
+    if (darwin::existenceOf(process.pid) == darwin::Existence::gone) return nullptr;
+    const std::optional<uid_t> user = darwin::userOf(process.pid);
+    const Ref<NSDictionary> information =
+        darwin::informationOf(process.pid, mask, darwin::processManager(), darwin::coreFoundation());
+    if (const Ref<NSString> bundle = asString(information->objectForKey(ZKBundlePathKey))) {
+      const std::lock_guard lock(mutex_);
+      users_.emplace(bundle->bytes(), user);
+    }
+    return information;
+  }
+
+  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override {
+    const std::optional<std::uint32_t> stamp = darwin::launchStampOf(process.pid, darwin::processManager());
+    if (!stamp) return kLookUpFailed;
+    info.processLaunchDate = *stamp;
+    return noErr;
+  }
+
+  /// Nothing is started as root that ran as somebody else: such an application is not started again at all.
+  bool launch(const Ref<NSURL>& bundle, const std::string& /*executable*/, const std::vector<std::string>& arguments,
+              unsigned long options) override {
+    if (!mayLaunch(bundle->path()->bytes())) return false;
+    const std::string path = fileSystemRepresentation(bundle->path());
+    const std::optional<bool> isLaunched =
+        darwin::launchByWorkspace(path, arguments, options, darwin::objectiveC(), darwin::coreFoundation());
+    if (isLaunched) return *isLaunched;
+
+    std::vector<std::string> openArguments{"-n", path, "--args"};
+    openArguments.insert(openArguments.end(), arguments.begin(), arguments.end());
+    return darwin::runToSuccess("/usr/bin/open", openArguments, *::_NSGetEnviron());
+  }
+
+  Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) override {
+    return darwin::spawnTask(executable, arguments, *::_NSGetEnviron());
+  }
+
+ private:
+  bool mayLaunch(const std::string& bundle) {
+    const std::lock_guard lock(mutex_);
+    const auto known = users_.find(bundle);
+    return known == users_.end() || known->second == ::geteuid();
+  }
+
+  std::mutex mutex_;
+  /// For each bundle, the user of the first process that was found to run from it; nothing where it could not be found
+  /// out. When the bundle is launched, that process is gone.
+  std::map<std::string, std::optional<uid_t>> users_;
+};
+
+}  // namespace
+
+System& port::operatingSystem() {
+  static DarwinSystem& system = neverDestroyed<DarwinSystem>();
+  return system;
+}
+
+}  // namespace zk

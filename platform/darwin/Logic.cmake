@@ -1,0 +1,10 @@
+# The sources of this folder that other systems can compile, too. Their tests run there, against stand-ins for what
+# macOS hands out.
+set(ZK_DARWIN_LOGIC
+  CoreFoundation.cpp
+  FoundFunctions.cpp
+  MissingCalls.cpp
+  ProcessManager.cpp
+  Spawn.cpp
+  Workspace.cpp
+)
