@@ -425,7 +425,7 @@ def test_the_packages_and_limits_of_the_document_are_those_of_the_code(checkout)
 
 def test_the_porting_guide_lists_all_that_a_system_must_define(checkout):
     port = (checkout / "platform/system/Port.h").read_text()
-    functions = re.findall(r"^[\w:&* ]+?[ &*](\w+)\([^)]*\);", port, re.MULTILINE)
+    functions = re.findall(r"^[\w:&*<> ]+?[ &*](\w+)\([^)]*\);", port, re.MULTILINE)
     assert len(functions) > 20
     operations = re.search(r"operations of System that POSIXSystem leaves open: (.*?)\.", port, re.DOTALL)[1]
     names = re.findall(r"\b(?!and\b)[A-Za-z]+", operations.replace("///", ""))
