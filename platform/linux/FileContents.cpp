@@ -17,7 +17,8 @@ namespace zk {
 namespace {
 
 /// The most that the kernel is asked to copy in one call. The disk begins to write such a part while the next is
-/// copied.
+/// copied. Smaller files are left to the wait at the end, which can put them in order: to begin with each file of 1 MiB
+/// made the copy of 250 of them half as slow again.
 constexpr off_t kLargestRequest = off_t{8} << 20;
 constexpr off_t kBufferSize = off_t{256} << 10;
 constexpr off_t kBlockSize = 512;

@@ -1,15 +1,17 @@
 """How many system calls a run makes."""
 
+import pytest
+
 from support.installer import INSTALLED
 from support.traces import SYNCS, first, last
 
 
-def make_files(folders, top, files_in_each):
+def make_files(folders, top, files_in_each, contents=b"contents"):
     for number in range(folders):
         folder = top / f"folder-{number}"
         folder.mkdir(exist_ok=True)
         for file in range(files_in_each):
-            (folder / f"file-{file}").write_text("contents\n")
+            (folder / f"file-{file}").write_bytes(contents)
 
 
 def calls_of_copies(scene, trace):
@@ -24,13 +26,14 @@ def calls_of_copies(scene, trace):
     return calls[begin:removal] + calls[second : end + 1]
 
 
-def test_a_copied_file_costs_at_most_ten_calls_and_no_flush_of_the_disk(scene, traced):
-    folders, few, many = 10, 20, 120
+@pytest.mark.parametrize("size", [100, 100_000])
+def test_a_copied_file_costs_at_most_ten_calls_and_no_flush_of_the_disk(scene, traced, size):
+    folders, few, many, contents = 10, 20, 120, b"x" * size
     for bundle in (scene.target, scene.update):
-        make_files(folders, bundle.resources, few)
+        make_files(folders, bundle.resources, few, contents)
     calls_for_few = calls_of_copies(scene, traced())
     for bundle in (scene.target, scene.update):
-        make_files(folders, bundle.resources, many)
+        make_files(folders, bundle.resources, many, contents)
     scene.start_target()
     calls_for_many = calls_of_copies(scene, traced())
 
