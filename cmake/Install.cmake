@@ -1,5 +1,5 @@
-# What `cmake --install` puts into place: the executable, both libraries, the public headers, and what CMake and
-# pkg-config need to find them.
+# What `cmake --install` puts into place: the executable, both libraries, the public headers, what CMake and pkg-config
+# need to find them, man pages, and the documents for those who use it.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -53,3 +53,6 @@ file(RELATIVE_PATH ZK_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /
 configure_file(cmake/zkupdater.pc.in ${PROJECT_BINARY_DIR}/zkupdater.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zkupdater.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES docs/zkupdater.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/zkupdater.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
+install(FILES docs/embedding.md docs/file-formats.md docs/protocol.svg docs/recovery.md docs/security.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})

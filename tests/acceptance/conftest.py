@@ -2,7 +2,8 @@ import os
 
 import pytest
 
-from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: F401
+from support.fixtures import (application, build, checkout, installer, prefix, sanitizers, scene,  # noqa: F401
+                              shown)
 from support.traces import Trace, why_not_traced
 
 

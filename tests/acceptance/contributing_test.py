@@ -7,8 +7,9 @@ from pathlib import Path
 
 import pytest
 
-DOCUMENT = (Path(__file__).resolve().parents[2] / "CONTRIBUTING.md").read_text()
-LINES = re.findall(r"^    (\S.*?)(?: +#.*)?$", DOCUMENT, re.MULTILINE)
+from support.documents import commands, only
+
+LINES = commands(only(Path(__file__).resolve().parents[2] / "CONTRIBUTING.md", "indented"))
 
 # These run this test.
 THIS = {"./check", "./check --full", ".ci/run"}
@@ -40,10 +41,3 @@ def test_a_long_command_works(checkout, line):
 def test_a_command_that_runs_this_test_exists(checkout, line):
     assert line in LINES
     assert os.access(checkout / line.split()[0], os.X_OK)
-
-
-def test_every_command_with_arguments_is_on_a_line_of_its_own():
-    spans = re.findall(r"`([^`]*)`", DOCUMENT)
-    assert spans
-    commands = [span for span in spans if re.match(r"(\./|\.ci/|tools/|cmake |ctest |python3 ).* ", span)]
-    assert [command for command in commands if command not in LINES] == []

@@ -1,43 +1,149 @@
-"""The listings and command lines of the documents work as printed, and their tables are complete."""
+"""The listings and command lines of the documents work as printed, and what they name exists.
 
-import json
+Each listing is carried out by a test that is marked with its name, here or in another file: those of docs/embedding.md
+are in embedding_test.py, those of the man pages in man_pages_test.py. Whoever adds a listing adds a test."""
+
+import ast
+import importlib.machinery
+import importlib.util
 import os
+import plistlib
 import re
 import shutil
+import struct
 import subprocess
 import sys
+import zlib
 from pathlib import Path
 
 import pytest
 
+from example_test import Example
 from support.bundles import add_socket, tree
-from support.compiling import compile_like
-from support.documents import commands, documents, listings, only
-from support.installer import BEGIN, END, INSTALLED, failed_creation
+from support.documents import commands, commands_in_text, documents, listings_by_name, run_in
+from support.installer import INSTALLED, failed_creation
+from support.processes import eventually, stays
 from support.scene import RELAUNCH_ARGUMENTS
 
-# Each listing has a test below. Whoever adds a listing adds a test.
-LISTINGS = {
-    "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
-    "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
-    "file-formats.md": [],
-    "macos.md": ["sh"],
-    "recovery.md": ["sh"],
-    "security.md": [],
-    "zkupdater.1": [],
+# Documents all of whose listings a test of their own carries out.
+ELSEWHERE = {
+    "CONTRIBUTING.md": "contributing_test.py",
+}
+
+# Commands that no test can run, or that would take too long. What can be said of them without running them is tested.
+NOT_RUN = {
+    "apt-get install g++ cmake ninja-build": "only root may, and it changes the machine",
+    "sudo bench/install --chart docs/install-benchmark.svg": "takes hours",
+    "sudo bench/install --on ext4 --recipes app": "takes minutes and wants root",
+    "bench/install --rounds 3 --scale 0.1": "takes minutes",
 }
 
 
-def test_every_listing_has_a_test_and_no_line_is_too_long(checkout):
+def marked_listings(path):
+    """The listings that the tests in a file are marked with. Such a test takes them, or they would not be tested."""
+    for function in ast.parse(path.read_text()).body:
+        for mark in getattr(function, "decorator_list", []):
+            if isinstance(mark, ast.Call) and ast.unparse(mark.func) == "pytest.mark.listings":
+                assert "shown" in [argument.arg for argument in function.args.args], function.name
+                yield from map(ast.literal_eval, mark.args)
+
+
+def test_every_listing_is_carried_out_by_one_test(checkout):
+    tested = [name for path in Path(__file__).parent.glob("*_test.py") for name in marked_listings(path)]
+    for document, test in ELSEWHERE.items():
+        assert Path(document).name in (Path(__file__).parent / test).read_text(), test
+    all_others = [name for name in listings_by_name(checkout) if name.partition(":")[0] not in ELSEWHERE]
+    assert sorted(tested) == sorted(all_others)
+
+
+def test_no_kind_of_listing_is_overlooked(tmp_path):
+    document = tmp_path / "document.md"
+    document.write_text("a\n```sh\nb\n```\n```\nc\n```\n- d\n  ~~~python\n  e\n  ~~~\n\n    f\n\n    g\n\nh\n    i\n")
+    page = tmp_path / "page.1"
+    page.write_text(".nf\na \\-b\n.fi\n.EX\nc\n.EE\n")
+    (tmp_path / "docs").mkdir()
+    for name in ("bench", "1.md", "2.md", "3.md", "4.md"):
+        (tmp_path / name).mkdir() if name == "bench" else (tmp_path / name).touch()
+    assert listings_by_name(tmp_path) == {
+        "document.md: sh": "b\n", "document.md: unnamed": "c\n", "document.md: python": "  e\n",
+        "document.md: indented": "f\ng\n", "document.md: indented 2": "i\n",
+        "page.1: example": "a -b\n", "page.1: example 2": "c\n",
+    }
+
+
+def test_a_command_in_the_text_is_in_a_listing_or_a_file_or_cannot_be_run(checkout):
+    known = [command for text in listings_by_name(checkout).values() for command in commands(text)]
     for path in documents(checkout):
-        assert [listing.language for listing in listings(path)] == LISTINGS[path.name], path
+        for command in commands_in_text(path) if path.suffix == ".md" else []:
+            if command.endswith(" --help"):
+                assert run_in(checkout, command).stdout
+            elif command in NOT_RUN:
+                continue
+            elif " " in command:
+                assert any(f"{line} ".startswith(f"{command} ") for line in known), (path, command)
+            else:
+                assert command.startswith("build/") or os.access(checkout / command, os.X_OK), (path, command)
+
+
+def test_what_is_not_run_is_in_a_document(checkout):
+    texts = [re.sub(r"\s+", " ", path.read_text()) for path in documents(checkout)]
+    assert [command for command in NOT_RUN if not any(command in text for text in texts)] == []
+
+
+def test_the_debian_packages_of_commands_exist(checkout):
+    texts = [*listings_by_name(checkout).values(), *(path.read_text() for path in documents(checkout))]
+    installing = re.compile(r"\bapt(?:-get)? (?:install|remove|purge)((?: [\w.+-]+)+)")
+    words = " ".join(installed for text in texts for installed in installing.findall(text)).split()
+    packages = {word for word in words if not re.match(r"-|(lib)?zkupdater", word)}
+    assert packages
+    for package in packages:
+        found = subprocess.run(["dpkg-query", "--show", package], capture_output=True, text=True)
+        assert found.returncode == 0, found.stderr
+
+
+def test_no_line_of_a_document_is_too_long(checkout):
+    for path in documents(checkout):
         assert [line for line in path.read_text().splitlines() if len(line) > 120] == [], path
 
 
 def test_the_files_that_a_document_names_exist(checkout):
+    folders = "|".join(path.name for path in checkout.iterdir() if path.is_dir() and not path.name.startswith("build"))
     for path in documents(checkout):
-        names = re.findall(r"`((?:docs|examples)/[\w./-]+|[A-Z]+\.md)`", path.read_text())
-        assert [name for name in names if not (checkout / name).is_file()] == [], path
+        text = path.read_text()
+        names = re.findall(rf"`((?:{folders})/[\w./-]+|[A-Z]+\.md)`", text)
+        assert [name for name in names if not (checkout / name).exists()] == [], path
+        for name in re.findall(r"`([\w-]+)\((\d)\)`", text):
+            assert (checkout / "docs" / ".".join(name)).is_file(), path
+        for name in re.findall(r"\]\(([^):#]+)\)", text):
+            assert (path.parent / name).exists(), path
+
+
+def test_every_document_is_named_in_the_readme(checkout):
+    readme = (checkout / "README.md").read_text()
+    for path in documents(checkout):
+        assert path.name == "README.md" and path.parent == checkout or f"`{path.relative_to(checkout)}`" in readme
+
+
+def first_pixel(png):
+    """Red, green, blue and, if anything is transparent, opacity of the corner, which no filter of PNG changes."""
+    data = b""
+    place = 8
+    while place < len(png):
+        size, kind = struct.unpack(">I4s", png[place : place + 8])
+        data += png[place + 8 : place + 8 + size] if kind == b"IDAT" else b""
+        place += size + 12
+    has_opacity = png[25] == 6
+    return list(zlib.decompress(data)[1 : 5 if has_opacity else 4])
+
+
+def test_every_picture_can_be_drawn_and_is_light_even_on_a_dark_page(checkout):
+    texts = "".join(path.read_text() for path in documents(checkout))
+    pictures = list((checkout / "docs").glob("*.svg"))
+    assert pictures
+    for picture in pictures:
+        assert picture.name in texts
+        png = subprocess.run(["rsvg-convert", picture], check=True, capture_output=True).stdout
+        assert set(first_pixel(png)) == {255}, picture
 
 
 def test_the_semaphore_names_in_the_documents_work_on_every_system(checkout):
@@ -48,18 +154,15 @@ def test_the_semaphore_names_in_the_documents_work_on_every_system(checkout):
         assert re.fullmatch(r"[^/]{1,30}", one or other)
 
 
-def run_in(folder, command, **options):
-    return subprocess.run(["bash", "-ec", command], cwd=folder, check=True, capture_output=True, text=True, **options)
-
-
 # README.md
 
 
-def test_the_host_in_the_readme_is_the_one_in_the_example(checkout):
+@pytest.mark.listings("README.md: cpp")
+def test_the_host_in_the_readme_is_the_one_in_the_example(checkout, shown):
     source = (checkout / "examples/SelfUpdatingApp.cpp").read_text()
     before, _, rest = source.partition("// [host]\n")
     host, _, after = rest.partition("// [/host]\n")
-    assert only(checkout / "README.md", "cpp") == host
+    assert shown == [host]
     assert re.search(r"\bstartUpdate\(", after), "and the example uses it"
 
 
@@ -76,9 +179,9 @@ fi
 """
 
 
-def test_the_smallest_bundle_of_the_readme_can_be_updated(checkout, scene):
-    layout = [listing.text for listing in listings(checkout / "README.md") if listing.language == "text"][0]
-    info = only(checkout / "README.md", "xml")
+@pytest.mark.listings("README.md: text", "README.md: xml")
+def test_the_smallest_bundle_of_the_readme_can_be_updated(scene, shown):
+    layout, info = shown
     folder, *files = [line.strip() for line in layout.splitlines()]
     assert files == ["Info.plist", "Example"]
     for place, version in ((scene.applications, "1"), (scene.updates, "2")):
@@ -101,92 +204,68 @@ def test_the_smallest_bundle_of_the_readme_can_be_updated(checkout, scene):
     assert scene.install() == failed_creation("Unable to get target process bundle path.")
 
 
-def test_the_folders_that_the_readme_shows_exist(checkout):
-    layout = [listing.text for listing in listings(checkout / "README.md") if listing.language == "text"][1]
-    folders = re.findall(r"^(\w+/) ", layout, re.MULTILINE)
+@pytest.mark.listings("README.md: text 2")
+def test_the_folders_that_the_readme_shows_exist(checkout, shown):
+    folders = re.findall(r"^(\w+/) ", shown[0], re.MULTILINE)
     there = [f"{path.parent.name}/" for path in checkout.glob("*/*") if path.name == "CMakeLists.txt"]
     assert sorted(folders) == sorted([*there, "docs/"])
 
 
-@pytest.fixture(scope="module")
-def fresh_clone(checkout, tmp_path_factory):
+@pytest.fixture
+def fresh_clone(checkout, tmp_path):
     """A copy of the checkout as it is now, without what was built in it."""
-    folder = tmp_path_factory.mktemp("clone") / "zkupdater"
+    folder = tmp_path / "zkupdater"
     built = {path.name for path in checkout.glob("build*")}
 
     def ignored(parent, names):
-        return {name for name in names if name in (".git", "__pycache__") or (name in built and Path(parent) == checkout)}
+        return {name for name in names
+                if name in (".git", "__pycache__") or (name in built and Path(parent) == checkout)}
 
     shutil.copytree(checkout, folder, ignore=ignored)
     return folder
 
 
 @pytest.mark.full
-def test_the_commands_of_the_readme_build_the_installer_and_show_it(checkout, fresh_clone):
-    first, second = [listing.text for listing in listings(checkout / "README.md") if listing.language == "sh"]
+@pytest.mark.listings("README.md: sh", "README.md: sh 2")
+def test_the_commands_of_the_readme_build_the_installer_and_show_it(checkout, fresh_clone, shown):
+    first, second = map(commands, shown)
     # The second command runs this test.
-    assert commands(first) == ["./demo", "./check"]
+    assert first == ["./demo", "./check"]
     assert os.access(checkout / "check", os.X_OK)
 
-    for command in commands(second):
+    for command in second:
         run_in(fresh_clone, command)
     assert (fresh_clone / "build/zkupdater").is_file()
     output = run_in(fresh_clone, "./demo").stdout
     assert "1 in the backup, 2 installed" in output
 
 
-# docs/embedding.md
+# bench/README.md
 
 
-def test_the_host_with_an_event_loop_of_the_guide_compiles(checkout, build, tmp_path):
-    host, _ = [listing.text for listing in listings(checkout / "docs/embedding.md") if listing.language == "cpp"]
-    source = tmp_path / "host.cpp"
-    source.write_text(host)
-    entries = json.loads((build / "compile_commands.json").read_text())
-    (example,) = [entry for entry in entries if "example_1.dir" in entry["command"]]
-    result = compile_like(example, source)
-    assert result.returncode == 0, result.stderr
-
-
-def test_the_host_in_python_of_the_guide_works(checkout, build, sanitizers):
-    if sanitizers:
-        pytest.skip("a program without sanitizers cannot load a library with them")
-    host = only(checkout / "docs/embedding.md", "python")
-    result = subprocess.run(["/usr/bin/python3", "-"], input=host + 'print(start_update("/bin/false", "/"))\n', text=True,
-                            env={**os.environ, "LD_LIBRARY_PATH": str(build / "c")}, capture_output=True)
-    assert result.stdout == "The application runs from no bundle with an identifier.\nFalse\n", result.stderr
-
-
-def test_the_guide_explains_every_outcome_of_a_start(checkout):
-    header = (checkout / "host/ZKUpdateStart.h").read_text()
-    states = re.findall(r"^    (\w+) = \d+,", header, re.MULTILINE)
-    assert len(states) == 12
-    guide = (checkout / "docs/embedding.md").read_text()
-    assert re.findall(r"^\| `(\w+)` \|", guide, re.MULTILINE) == [state for state in states if state != "waiting"]
-
-
-@pytest.mark.full
-def test_the_host_project_of_the_guide_builds_and_runs(checkout, tmp_path):
-    guide = checkout / "docs/embedding.md"
-    (tmp_path / "zkupdater").symlink_to(checkout)
-    (tmp_path / "CMakeLists.txt").write_text(only(guide, "cmake"))
-    # The targets set the language standard that their headers need; nothing else here does.
-    _, main = [listing.text for listing in listings(guide) if listing.language == "cpp"]
-    (tmp_path / "main.cpp").write_text(main + "static_assert(__cplusplus >= 202002L);\n")
-    *build, run, run_installer = commands(only(guide, "sh"))
-    for command in build:
-        run_in(tmp_path, command)
-
-    assert run_in(tmp_path, run).stdout == only(guide, "text")
-    result = subprocess.run(run_installer.split(), cwd=tmp_path, capture_output=True, text=True)
-    assert result.returncode == 1
-    assert "Error: Target PID not specified." in result.stderr
+@pytest.mark.listings("bench/README.md: indented")
+def test_the_commands_of_the_benchmark_are_understood(checkout, shown, monkeypatch):
+    building, *lines = commands(shown[0])
+    assert building in commands(listings_by_name(checkout)["README.md: sh 2"])
+    monkeypatch.syspath_prepend(checkout / "bench")
+    loader = importlib.machinery.SourceFileLoader("install_benchmark", str(checkout / "bench/install"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("install_benchmark", loader))
+    loader.exec_module(module)
+    monkeypatch.setattr(os, "geteuid", lambda: 0)  # root may name all places
+    for line in lines:
+        program, *arguments = line.removeprefix("sudo ").split()
+        assert program == "bench/install"
+        module.options_of(arguments)
+        # .ci/run carries out this one.
+        assert line in NOT_RUN or line in (checkout / ".ci/run").read_text().splitlines()
 
 
 # docs/recovery.md
 
 
-def test_the_commands_for_recovery_put_the_old_bundle_back(checkout, scene):
+@pytest.mark.listings("docs/recovery.md: sh", "docs/recovery.md: sh 3")
+def test_the_commands_for_recovery_put_the_old_bundle_back(scene, shown):
+    putting_back, looking = shown
     target = scene.make_bundle(scene.applications / "Example.app", "1")
     add_socket(scene.make_bundle(scene.updates / "Example.app", "2").resources)
     old = target.tree()
@@ -195,11 +274,31 @@ def test_the_commands_for_recovery_put_the_old_bundle_back(checkout, scene):
     assert not target.path.exists()
 
     (backup,) = scene.backups(beside=target.path)
-    text = only(checkout / "docs/recovery.md", "sh")
-    for command in commands(re.sub(r"\.Example\.app-[0-9a-f]{16}", backup.name, text)):
+    for command in commands(re.sub(r"\.Example\.app-[0-9a-f]{16}", backup.name, putting_back)):
         run_in(scene.applications, command)
     assert target.tree() == old
     assert scene.backups(beside=target.path) == []
+
+    # The hidden folder of a finished backup has the date of the old bundle.
+    shutil.copytree(target.path, backup, symlinks=True)
+    (command,) = commands(looking)
+    lines = run_in(scene.applications, command, env={**os.environ, "LC_ALL": "C"}).stdout.splitlines()
+    (*first, hidden), (*second, own) = [line.split() for line in lines]
+    assert (hidden, own) == (backup.name, "Example.app")
+    assert first[5:] == second[5:] and len(first[5:]) == 3, "month, day, and time or year"
+
+
+@pytest.mark.listings("docs/recovery.md: sh 2")
+def test_the_command_for_removing_a_backup_removes_nothing_else(scene, shown):
+    target = scene.make_bundle(scene.applications / "Example.app", "1")
+    scene.make_bundle(scene.updates / "Example.app", "2")
+    scene.start_target(bundle=target)
+    assert scene.install() == INSTALLED
+    (backup,) = scene.backups(beside=target.path)
+    (command,) = commands(re.sub(r"\.Example\.app-[0-9a-f]{16}", backup.name, shown[0]))
+    run_in(scene.applications, command)
+    assert not backup.exists()
+    assert target.version() == "2"
 
 
 # docs/macos.md
@@ -215,8 +314,9 @@ def test_the_checks_for_a_mac_are_those_that_the_document_lists(checkout):
 
 
 @pytest.mark.skipif(sys.platform == "darwin", reason="there it takes ten minutes")
-def test_the_script_for_a_mac_refuses_to_run_elsewhere(checkout):
-    (command,) = commands(only(checkout / "docs/macos.md", "sh"))
+@pytest.mark.listings("docs/macos.md: sh 1")
+def test_the_script_for_a_mac_refuses_to_run_elsewhere(checkout, shown):
+    (command,) = commands(shown[0])
     result = subprocess.run(command.split(), cwd=checkout, capture_output=True, text=True)
     assert (result.returncode, result.stdout, result.stderr) == (2, "", "This is not macOS.\n")
 
@@ -224,37 +324,163 @@ def test_the_script_for_a_mac_refuses_to_run_elsewhere(checkout):
 # docs/file-formats.md
 
 
-def test_a_program_may_lie_deeper_in_its_bundle(scene):
+def digits_replaced(name):
+    return re.sub(r"[0-9a-f]{16}", "0123456789abcdef", name)
+
+
+def names_in(layout):
+    """The folder at the top of a layout, and the names in it without what is random."""
+    top, *lines = layout.splitlines()
+    return top, sorted(digits_replaced(line.split()[0].rstrip("/")) for line in lines)
+
+
+def names_of_items(folder):
+    return sorted(digits_replaced(path.name) for path in folder.iterdir())
+
+
+@pytest.mark.listings("docs/file-formats.md: text", "docs/file-formats.md: text 2")
+def test_the_files_of_an_update_are_where_the_document_says(checkout, scene, build, shown):
+    (update, during), (applications, after) = map(names_in, shown)
+    assert (update, applications) == ("update/", "Applications/")
+    shutil.rmtree(scene.target.path)
+    shutil.rmtree(scene.update.path)
+    example = Example(scene, build)
+    # A taken lock keeps the installer from going on; the record is that of a live process.
+    example.lock.create(taken=True)
+    holder = scene.start(["/usr/bin/sleep", "infinity"])
+    record = scene.updates / f".{example.lock.name}.semaphore"
+    record.write_bytes(plistlib.dumps({"pid": holder.pid}))
+    old_time = example.bundle.path.stat().st_mtime_ns
+    assert example.start().wait(30) == 0
+    assert names_of_items(scene.updates) == [name.replace("Editor", "Example") for name in during]
+
+    note = plistlib.loads((scene.updates / ".zk-update-note").read_bytes())
+    text = (checkout / "docs/file-formats.md").read_text()
+    rows = re.findall(r"^\| `(\w+)` \|", text.partition("## The note")[2].partition("\n## ")[0], re.MULTILINE)
+    assert rows == ["version", "modificationTime", "backups"]
+    assert set(note) <= set(rows)
+    assert note["backups"] == []
+    seconds_from_1970_to_2174 = 6_437_664_000
+    assert note["modificationTime"] == old_time - seconds_from_1970_to_2174 * 10**9
+
+    record.unlink()
+    example.lock.post()
+    eventually(lambda: example.journal(2)[-1:] == ["ends"], "version 2 has come up and ended")
+    assert names_of_items(scene.applications) == [name.replace("Editor", "Example") for name in after]
+
+
+def running(program, *arguments):
+    return subprocess.Popen(["/usr/bin/python3", "-c", program, *map(str, arguments)], stdin=subprocess.PIPE,
+                            stdout=subprocess.PIPE, text=True)
+
+
+@pytest.mark.listings("docs/file-formats.md: python")
+def test_a_record_that_another_language_writes_is_one_of_ours(checkout, scene, shown):
+    # It makes the same record of a process as the process itself.
+    scene.start_target()
+    run = scene.begin()
+    eventually(scene.record_path().exists, "the record is there")
+    record = plistlib.loads(scene.record_path().read_bytes())
+    text = (checkout / "docs/file-formats.md").read_text()
+    rows = re.findall(r"^\| `(\w+)` \|", text.partition("## The record")[2].partition("\n## ")[0], re.MULTILINE)
+    header = (checkout / "semaphore/ZKPOSIXSemaphore.h").read_text()
+    assert rows == re.findall(r'Key = "(\w+)"_constant', header)
+    assert set(record) <= set(rows)
+    names = {}
+    exec(shown[0], names)  # noqa: S102: the listing itself
+    assert names["record_of"](run.pid) == record
+    scene.end_target()
+    assert run.outcome() == INSTALLED
+
+    # While the process that wrote it lives, an installer waits for it.
+    scene.update_semaphore.take()
+    holder = running(shown[0] + "\nimport sys\nwrite_record(*sys.argv[1:])\nprint('written', flush=True)\ninput()\n",
+                     scene.updates, scene.update_semaphore.name)
+    with holder:
+        try:
+            assert holder.stdout.readline() == "written\n"
+            scene.start_target()
+            run = scene.begin(installerSemaphore=None)
+            scene.end_target()
+            stays(lambda: not run.has_ended(), "the installer waits for the holder")
+        finally:
+            holder.kill()
+    assert run.outcome() == INSTALLED
+
+
+def bundle_in_plain_folder(scene, info):
     for bundle in (scene.target, scene.update):
         version = bundle.version()
         shutil.rmtree(bundle.path)
         (bundle.path / "bin").mkdir(parents=True)
-        (bundle.path / "Info.plist").write_text(
-            '<plist version="1.0"><dict><key>CFBundleIdentifier</key><string>org.example.editor</string>'
-            "<key>CFBundleExecutable</key><string>bin/editor</string></dict></plist>"
-        )
+        (bundle.path / "Info.plist").write_text(info)
         shutil.copy2(scene.program, bundle.path / "bin/editor")
         (bundle.path / "Resources").mkdir()
         (bundle.path / "Resources/version").write_text(version)
+
+
+@pytest.mark.listings("docs/file-formats.md: text 3")
+def test_a_program_may_lie_deeper_in_its_bundle(scene, shown):
+    bundle_in_plain_folder(scene, shown[0])
     scene.running = scene.start([scene.target.path / "bin/editor", "stay"])
     assert scene.install() == INSTALLED
     assert [report.version for report in scene.launched()] == ["2"]
 
 
-# docs/zkupdater.1
+def test_the_packages_and_limits_of_the_document_are_those_of_the_code(checkout):
+    text = (checkout / "docs/file-formats.md").read_text()
+    packages = re.search(r"if its name ends in (.*?), in any case", text, re.DOTALL)[1]
+    source = (checkout / "platform/files/Package.cpp").read_text()
+    extensions = re.findall(r'"(\w+)"', source.partition("kPackageExtensions = {")[2].partition("}")[0])
+    assert sorted(name.lower() for name in re.findall(r"`\.(\w+)`", packages)) == sorted(extensions)
+
+    def limit(file, name):
+        exponent = re.search(rf"{name} = std::size_t\{{(\d+)\}} << (\d+);", (checkout / file).read_text())
+        return int(exponent[1]) << int(exponent[2])
+
+    megabyte = 1 << 20
+    assert limit("platform/files/NSBundle.cpp", "kLargestInfo") == megabyte
+    assert limit("semaphore/ProcessInfo.cpp", "kLargestRecord") == megabyte
+    assert limit("host/UpdateNote.cpp", "kLargestNote") == megabyte
+    assert limit("platform/files/NSBundle.cpp", "kLargestTranslations") == 4 * megabyte
+    rows = re.findall(r"^\| .* \| (\d) MiB \|$", text, re.MULTILINE)
+    assert rows == ["1", "1", "4"]
+    assert "kDeepestNesting = 512;" in (checkout / "platform/plist/Nesting.h").read_text()
+    assert "nested 512 deep" in text
 
 
-def test_the_man_page_explains_every_message_and_every_setting(checkout):
-    page = (checkout / "docs/zkupdater.1").read_text()
-    source = "".join(path.read_text() for path in sorted((checkout / "updater").glob("*.cpp")))
+# docs/porting.md
 
-    errors = set(re.findall(r'logError\("([^"]*)"\)', source))
-    assert len(errors) > 15
-    assert set(re.findall(r"^\.B Error: (.*)$", page, re.MULTILINE)) == errors
-    assert re.findall(r"^\.B (\w+ installation)$", page, re.MULTILINE) == [BEGIN, END]
 
-    settings = set(re.findall(r'ForKey\("(\w+)"_ns\)', source))
-    assert len(settings) == 5
-    assert set(re.findall(r'^\.TP\n\.B[IR] \\-(\w+) "', page, re.MULTILINE)) == settings
-    readme = (checkout / "README.md").read_text()
-    assert set(re.findall(r"^\| `-(\w+)` \|", readme, re.MULTILINE)) == settings
+def test_the_porting_guide_lists_all_that_a_system_must_define(checkout):
+    port = (checkout / "platform/system/Port.h").read_text()
+    functions = re.findall(r"^[\w:&*<> ]+?[ &*](\w+)\([^)]*\);", port, re.MULTILINE)
+    assert len(functions) > 20
+    operations = re.search(r"operations of System that POSIXSystem leaves open: (.*?)\.", port, re.DOTALL)[1]
+    names = re.findall(r"\b(?!and\b)[A-Za-z]+", operations.replace("///", ""))
+    assert len(names) == 5
+    guide = (checkout / "docs/porting.md").read_text()
+    rows = re.findall(r"^\| (`.*?`) \|", guide, re.MULTILINE)
+    assert sorted(name for row in rows for name in re.findall(r"`(\w+)`", row)) == sorted([*functions, *names])
+
+
+@pytest.mark.full
+@pytest.mark.listings("docs/porting.md: sh")
+def test_a_new_systems_folder_of_stand_ins_builds(fresh_clone, shown):
+    *building, run = commands(shown[0])
+    for command in building:
+        # The folder that CMake chooses follows from the name that it is told here.
+        run_in(fresh_clone, command.replace("--preset release", "--preset release -DCMAKE_SYSTEM_NAME=FreeBSD"))
+    result = subprocess.run(run.split(), cwd=fresh_clone, capture_output=True, text=True)
+    assert result.returncode == 1
+    assert "Error: Unable to get target process serial number." in result.stderr
+
+
+@pytest.mark.listings("docs/porting.md: sh 2")
+def test_all_but_the_systems_folder_is_built_with_posix_alone(checkout, build, shown):
+    compiling, testing = commands(shown[0])
+    # As it stands the first would build in the checkout, where another build may be at work.
+    assert compiling == "cmake --build build --target zkupdater_stand_in"
+    assert (build / "tests/port/zkupdater_stand_in").is_file()
+    output = run_in(build.parent, testing.replace("--test-dir build", f"--test-dir {build}")).stdout
+    assert re.search(r"100% tests passed, 0 tests failed out of 1\b", output)

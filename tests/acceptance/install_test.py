@@ -47,15 +47,6 @@ def run(command, **options):
     return subprocess.run([str(word) for word in command], check=True, capture_output=True, text=True, **options).stdout
 
 
-@pytest.fixture(scope="module")
-def prefix(build, sanitizers, tmp_path_factory):
-    if sanitizers:
-        pytest.skip("a program without sanitizers cannot use a library with them")
-    folder = tmp_path_factory.mktemp("installed")
-    run(["cmake", "--install", build, "--prefix", folder])
-    return folder
-
-
 @pytest.fixture
 def project(tmp_path):
     (tmp_path / "main.c").write_text(C)
@@ -112,8 +103,11 @@ def test_every_header_that_is_installed_can_be_included_by_itself_and_needs_no_o
         assert re.findall(r'^#include "[^"]*/', header.read_text(), re.MULTILINE) == []
 
 
-def test_the_executable_and_the_man_page_are_installed(prefix):
+def test_the_executable_the_man_pages_and_the_documents_are_installed(prefix):
     result = subprocess.run([prefix / "bin/zkupdater", "-enableLog", "YES"], capture_output=True, text=True)
     assert result.returncode == 1
     assert "Error: Target PID not specified." in result.stderr
     assert (prefix / "share/man/man1/zkupdater.1").is_file()
+    assert (prefix / "share/man/man7/zkupdater.7").is_file()
+    documents = {path.name for path in (prefix / "share/doc/zkupdater").iterdir()}
+    assert documents == {"embedding.md", "file-formats.md", "protocol.svg", "recovery.md", "security.md"}

@@ -10,6 +10,7 @@ from pathlib import Path
 
 import pytest
 
+from support.documents import listings_by_name
 from support.processes import adopt_orphans
 from support.scene import Scene
 
@@ -34,6 +35,16 @@ def sanitizers(build):
 
 
 @pytest.fixture(scope="session")
+def prefix(build, sanitizers, tmp_path_factory):
+    """The folder below which everything is installed."""
+    if sanitizers:
+        pytest.skip("a program without sanitizers cannot use a library with them")
+    folder = tmp_path_factory.mktemp("installed")
+    subprocess.run(["cmake", "--install", build, "--prefix", folder], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+@pytest.fixture(scope="session")
 def installer(build):
     program = build / "zkupdater"
     assert program.is_file(), f"{program} has not been built"
@@ -54,6 +65,14 @@ def application(build):
         yield program
     finally:
         shutil.rmtree(folder)
+
+
+@pytest.fixture
+def shown(request, checkout):
+    """The texts of the listings that a test is marked with."""
+    (mark,) = request.node.iter_markers("listings")
+    known = listings_by_name(checkout)
+    return [known[name] for name in mark.args]
 
 
 @pytest.fixture

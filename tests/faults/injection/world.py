@@ -9,7 +9,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 from support.bundles import EXECUTABLE, Bundle, make_bundle, remove_tree, tree
-from support.documents import commands, only
+from support.documents import commands, listings_by_name
 from support.installer import Outcome, Run
 from support.processes import eventually, program_of
 from support.scene import Report
@@ -230,7 +230,7 @@ class World:
 
     def recover_by_hand(self, checkout, backup):
         """Does what the document on recovery says, word for word."""
-        lines = commands(only(checkout / "docs/recovery.md", "sh"))
+        lines = commands(listings_by_name(checkout)["docs/recovery.md: sh"])
         assert len(lines) == 2
         for line in lines:
             line = line.replace(".Example.app-3f09c1d27ab4e856", backup.path.name).replace("Example.app", "Editor.app")
