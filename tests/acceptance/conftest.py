@@ -2,7 +2,7 @@ import os
 
 import pytest
 
-from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: F401
+from support.fixtures import application, build, checkout, installer, prefix, sanitizers, scene  # noqa: F401
 from support.traces import Trace, why_not_traced
 
 

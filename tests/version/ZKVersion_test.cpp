@@ -1,6 +1,3 @@
-// Even if this header defines major() and minor() as macros, the version's own operations must work.
-#include <sys/sysmacros.h>
-
 #include "ZKVersion.h"
 
 #include <gtest/gtest.h>

@@ -34,6 +34,16 @@ def sanitizers(build):
 
 
 @pytest.fixture(scope="session")
+def prefix(build, sanitizers, tmp_path_factory):
+    """The folder below which everything is installed."""
+    if sanitizers:
+        pytest.skip("a program without sanitizers cannot use a library with them")
+    folder = tmp_path_factory.mktemp("installed")
+    subprocess.run(["cmake", "--install", build, "--prefix", folder], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+@pytest.fixture(scope="session")
 def installer(build):
     program = build / "zkupdater"
     assert program.is_file(), f"{program} has not been built"
