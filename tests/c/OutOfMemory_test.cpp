@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "ZKUpdateStart.h"
 #include "host/ScriptedHost.h"
@@ -65,7 +66,7 @@ TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
     update = nullptr;
     return number;
   });
-  for (const std::string& name : host.semaphoreNames) {
+  for (const std::string& name : std::exchange(host.semaphoreNames, {})) {
     zk_semaphore* semaphore = nullptr;
     EXPECT_EQ(zk_semaphore_open(name.c_str(), &semaphore), ZKENOENT) << name;
     zk_semaphore_close(semaphore);

@@ -37,7 +37,7 @@ void inThreads(const std::function<void()>& use) {
 TEST(Threads, MayUseVersions) {
   inThreads([] {
     const Ref<ZKVersion> version = ZKVersion::versionWithString("1.2.3 (4)"_ns);
-    version->setSpin(0);
+    version->setUnsignedLongLong(102'030'000);
     EXPECT_EQ(version->description()->bytes(), "1.2.3 (0)");
     EXPECT_TRUE(ZKVersion::versionWithApplication()->isLessThan(version));
   });
