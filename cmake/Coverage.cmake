@@ -17,7 +17,8 @@ list(TRANSFORM coverage_folders PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE cov
 add_custom_target(coverage
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${CMAKE_BINARY_DIR}/profiles
   COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
-    ${CMAKE_CTEST_COMMAND} --quiet --output-on-failure --parallel 2 -R "^(updater|c|host|semaphore|errors|version)_tests[.]"
+    ${CMAKE_CTEST_COMMAND} --quiet --output-on-failure --parallel 2
+    -R "^(updater|c|host|semaphore|errors|version)_tests[.]"
   COMMAND ${CMAKE_COMMAND} -E env LLVM_PROFILE_FILE=${CMAKE_BINARY_DIR}/profiles/%p-%m.profraw
     ZK_BUILD=${CMAKE_BINARY_DIR} PYTHONDONTWRITEBYTECODE=1
     /usr/bin/python3 -m pytest -q -p no:cacheprovider --basetemp=${CMAKE_BINARY_DIR}/coverage-files

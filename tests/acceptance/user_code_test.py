@@ -34,7 +34,7 @@ def test_a_semaphore_is_opened_with_flags_of_their_own_type(prefix, tmp_path, fl
 def test_the_flags_of_the_operating_system_do_not_compile(prefix, tmp_path, flags):
     result = compile(prefix, tmp_path, PROGRAM.format(flags=flags))
     assert result.returncode != 0
-    assert re.search(r"error: (no matching function|no match for .operator|cannot convert .*SemaphoreFlags)", result.stderr)
+    assert re.search(r"error: (no match|cannot convert .*SemaphoreFlags)", result.stderr), result.stderr
 
 
 ALL_UNITS = """#include <cstdio>
