@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -21,21 +22,24 @@ namespace zk::test {
 namespace {
 
 constexpr int kThreads = 4;
-constexpr int kRounds = 10;
+constexpr int kManyRounds = 300;
 
-/// Runs `use` in all threads, several times in each.
-void inThreads(const std::function<void()>& use) {
+/// Runs `use` in all threads at once, several times in each. Counts of shared constants put threads into an order by
+/// chance, which hides races: it takes many rounds to find one.
+void inThreads(int rounds, const std::function<void()>& use) {
+  std::latch start(kThreads);
   std::vector<std::thread> threads;
   for (int thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&use] {
-      for (int round = 0; round < kRounds; ++round) use();
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      for (int round = 0; round < rounds; ++round) use();
     });
   }
   for (std::thread& thread : threads) thread.join();
 }
 
 TEST(Threads, MayUseVersions) {
-  inThreads([] {
+  inThreads(kManyRounds, [] {
     const Ref<ZKVersion> version = ZKVersion::versionWithString("1.2.3 (4)"_ns);
     version->setUnsignedLongLong(102'030'000);
     EXPECT_EQ(version->description()->bytes(), "1.2.3 (0)");
@@ -44,7 +48,7 @@ TEST(Threads, MayUseVersions) {
 }
 
 TEST(Threads, MayUseErrors) {
-  inThreads([] {
+  inThreads(kManyRounds, [] {
     const Ref<NSError> error = POSIX::errorWithPOSIXCode(macOSErrorNumber(ENOENT), "reason"_ns, "/path"_ns);
     EXPECT_EQ(error->description()->bytes(), "NSPOSIXErrorDomain 2: /path: No such file or directory: reason");
     EXPECT_EQ(OSStatus::errorWithOSStatus(-1, nullptr)->domain(), NSOSStatusErrorDomain);
@@ -53,7 +57,7 @@ TEST(Threads, MayUseErrors) {
 
 TEST(Threads, MayUseSemaphores) {
   const TemporaryFolder folder;
-  inThreads([&folder] {
+  inThreads(kManyRounds, [&folder] {
     const SemaphoreName name;
     const NSAutoreleasePool pool;
     const Ref<ZKPOSIXSemaphore> semaphore = ZKPOSIXSemaphore::createWithName(name.text(), true, 0600, 1);
@@ -88,7 +92,7 @@ TEST(Threads, MayStartUpdates) {
   const TemporaryFolder folder;
   RunningFromBundle host(folder / "Applications/X.app");
   const System::Scope scope(host);
-  inThreads([] {
+  inThreads(10, [] {
     const TemporaryFolder updates;
     writeBundle(updates / "X.app");
     const auto start = ZKUpdateStart::startInstaller("/bin/false", updates.path());
@@ -99,7 +103,7 @@ TEST(Threads, MayStartUpdates) {
 }
 
 TEST(Threads, MayUseTheInterfaceForC) {
-  inThreads([] {
+  inThreads(kManyRounds, [] {
     const SemaphoreName name;
     zk_semaphore* semaphore = nullptr;
     ASSERT_EQ(zk_semaphore_create(name.bytes().c_str(), 1, 0600, 1, &semaphore), 0);
