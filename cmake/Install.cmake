@@ -9,6 +9,7 @@ set(ZK_PUBLIC_HEADERS
   c/zkupdater.h
   errors/NSErrorOSStatus.h
   errors/NSErrorPOSIX.h
+  errors/POSIXErrorTable.h
   host/ZKUpdateOutcome.h
   host/ZKUpdateStart.h
   platform/objects/NSAutoreleasePool.h
@@ -18,7 +19,6 @@ set(ZK_PUBLIC_HEADERS
   platform/objects/NSObject.h
   platform/objects/NSString.h
   platform/objects/NSURL.h
-  platform/objects/NeverDestroyed.h
   platform/system/ErrorNumbers.h
   platform/system/SemaphoreHandle.h
   semaphore/ZKPOSIXSemaphore.h

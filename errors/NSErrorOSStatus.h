@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "objects/NSError.h"
@@ -20,6 +21,11 @@ Ref<NSError> errorWithOSStatus(std::int32_t status, const Ref<NSString>& failure
 
 /// `errorWithOSStatus:failureReason:url:`
 Ref<NSError> errorWithOSStatus(std::int32_t status, const Ref<NSString>& failureReason, const Ref<NSURL>& url);
+
+/// A null pointer is both an absent path and an absent URL.
+inline Ref<NSError> errorWithOSStatus(std::int32_t status, const Ref<NSString>& failureReason, std::nullptr_t) {
+  return errorWithOSStatus(status, failureReason);
+}
 
 }  // namespace OSStatus
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "objects/NSError.h"
 #include "objects/NSURL.h"
 
@@ -19,6 +21,11 @@ Ref<NSError> errorWithPOSIXCode(long code, const Ref<NSString>& failureReason, c
 
 /// `errorWithPOSIXCode:failureReason:url:`
 Ref<NSError> errorWithPOSIXCode(long code, const Ref<NSString>& failureReason, const Ref<NSURL>& url);
+
+/// A null pointer is both an absent path and an absent URL.
+inline Ref<NSError> errorWithPOSIXCode(long code, const Ref<NSString>& failureReason, std::nullptr_t) {
+  return errorWithPOSIXCode(code, failureReason);
+}
 
 }  // namespace POSIX
 

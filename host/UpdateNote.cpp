@@ -45,12 +45,16 @@ bool areBackupDigits(std::string_view text) {
 std::vector<std::string> backupsBeside(const fs::path& bundle) {
   const std::string prefix = backupPrefix(bundle);
   std::vector<std::string> backups;
-  std::error_code error;
-  for (fs::directory_iterator item(bundle.parent_path(), error), end; !error && item != end; item.increment(error)) {
-    const std::string name = item->path().filename().string();
+  const Ref<NSDirectoryEnumerator> items = NSFileManager::defaultManager()->enumeratorAtURL(
+      urlOf(bundle.parent_path()), {}, NSDirectoryEnumerationSkipsSubdirectoryDescendants);
+  while (const Ref<NSURL> item = items ? items->nextObject() : nullptr) {
+    const fs::path path = pathOf(item);
+    const std::string name = path.filename().string();
     if (!name.starts_with(prefix) || !areBackupDigits(std::string_view(name).substr(prefix.size()))) continue;
     std::error_code unknown;
-    if (item->symlink_status(unknown).type() == fs::file_type::directory) backups.push_back(name.substr(prefix.size()));
+    if (fs::symlink_status(path, unknown).type() == fs::file_type::directory) {
+      backups.push_back(name.substr(prefix.size()));
+    }
   }
   return backups;
 }

@@ -10,8 +10,9 @@ namespace zk {
 /// at a time. Nothing is thrown but std::bad_alloc.
 class ZKUpdateOutcome final : public NSObject {
  public:
-  /// The outcome of the last update from `updateFolder` that ZKUpdateStart has started. Never absent.
-  /// @param argumentCount, arguments those of this process, its own name first, as main() gets them
+  /// The outcome of the last update that ZKUpdateStart has started from a folder. Never absent.
+  /// @param argumentCount, arguments those of this process, its own name first, as main() gets them; they are not kept
+  /// @param updateFolder path of that folder
   static Ref<ZKUpdateOutcome> outcomeOfUpdate(int argumentCount, const char* const* arguments,
                                               const std::string& updateFolder);
 

@@ -9,6 +9,7 @@ namespace zk {
 
 class NSTask;
 
+/// How an update is to be started.
 struct ZKUpdateOptions {
   bool mayBeOlder = false;                      ///< take an update that is not newer, too
   std::chrono::milliseconds timeLimit{10'000};  ///< how long the installer may take until it is ready
@@ -25,6 +26,7 @@ struct ZKUpdateOptions {
 /// thrown but std::bad_alloc.
 class ZKUpdateStart final : public NSObject {
  public:
+  /// What an attempt has come to. Only `waiting` changes.
   enum class State {
     waiting = 0,  ///< the installer has been started and is not ready yet
     ready = 1,    ///< quit now, within about 100 seconds: the installer waits for the end of this process
@@ -47,10 +49,12 @@ class ZKUpdateStart final : public NSObject {
   /// Starts the installer and waits, at most the time limit, for what becomes of it. The state is not `waiting`.
   /// @param installer path of the executable zkupdater, or of a program that becomes it or waits for it
   /// @param updateFolder path of the folder that holds the new bundle
+  /// @param options how long to wait, and whether to take an update that is not newer
+  /// @return never absent
   static Ref<ZKUpdateStart> startInstaller(const std::string& installer, const std::string& updateFolder,
                                            const ZKUpdateOptions& options = {});
 
-  /// The same without waiting: the state is `waiting`, or already one of refusal or failure.
+  /// The same without waiting: the state is `waiting`, or already one of refusal or failure. Never absent.
   static Ref<ZKUpdateStart> beginInstaller(const std::string& installer, const std::string& updateFolder,
                                            const ZKUpdateOptions& options = {});
 
@@ -64,12 +68,15 @@ class ZKUpdateStart final : public NSObject {
   /// Waits, at most the time limit, until the state is another than `waiting`.
   State wait();
 
+  /// What the latest look has shown.
   State state() const { return state_; }
+  /// Whether the application is to quit now.
   bool isReady() const { return state_ == State::ready; }
   /// Whether the update was refused before an installer was started.
   bool isRefused() const { return state_ >= State::noApplication && state_ <= State::placeNotWritable; }
   /// The state as an English sentence. Static text.
   const char* reason() const { return reasonFor(state_); }
+  /// A state as an English sentence. Static text; the empty text for a number that is no state.
   static const char* reasonFor(State state);
 
   /// The exit status of an installer that has `ended`: 128 and the signal's number if a signal ended it. Else -1, and

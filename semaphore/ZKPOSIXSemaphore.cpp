@@ -25,13 +25,13 @@ Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::init() { return Ref<ZKPOSIXSemaphore>(ne
 
 Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithOpen(const Ref<NSString>& name, Ref<NSError>* error) {
   const Ref<ZKPOSIXSemaphore> semaphore = init();
-  return semaphore->openWithName(name, 0, 0, 0, error) ? semaphore : nullptr;
+  return semaphore->openWithName(name, SemaphoreFlags::none, 0, 0, error) ? semaphore : nullptr;
 }
 
 Ref<ZKPOSIXSemaphore> ZKPOSIXSemaphore::initWithCreate(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
                                                        std::size_t value, Ref<NSError>* error) {
   const Ref<ZKPOSIXSemaphore> semaphore = init();
-  const int flags = failIfExist ? ZKO_CREAT | ZKO_EXCL : ZKO_CREAT;
+  const SemaphoreFlags flags = failIfExist ? ZKO_CREAT | ZKO_EXCL : ZKO_CREAT;
   return semaphore->openWithName(name, flags, mode, value, error) ? semaphore : nullptr;
 }
 
@@ -50,8 +50,8 @@ ZKPOSIXSemaphore::~ZKPOSIXSemaphore() {
   name_ = nullptr;
 }
 
-bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, std::size_t value,
-                                    Ref<NSError>* error) {
+bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, SemaphoreFlags flags, std::uint16_t mode,
+                                    std::size_t value, Ref<NSError>* error) {
   if (semaphore_ != ZKSEM_FAILED) System::current().sem_close(semaphore_);
   semaphore_ = ZKSEM_FAILED;
 
@@ -61,7 +61,7 @@ bool ZKPOSIXSemaphore::openWithName(const Ref<NSString>& name, int flags, std::u
   if (semaphore_ != ZKSEM_FAILED) return true;
 
   if (error != nullptr) {
-    const Ref<NSString> reason = semaphoreOpenErrorReason(errorNumber(), (flags & ZKO_CREAT) != 0);
+    const Ref<NSString> reason = semaphoreOpenErrorReason(errorNumber(), contains(flags, ZKO_CREAT));
     *error = POSIX::errorWithPOSIXCode(errorNumber(), reason);
   }
   return false;

@@ -27,14 +27,19 @@ class ZKPOSIXSemaphore final : public NSObject {
   static Ref<ZKPOSIXSemaphore> openWithName(const Ref<NSString>& name, Ref<NSError>* error = nullptr);
 
   /// `createWithName:failIfExist:mode:value:error:`: opens a semaphore, for temporary use, and creates it if it is
-  /// missing; absent on failure. An existing one keeps its count; with `failIfExist` it is a failure.
-  /// @param mode permission bits of a new semaphore, e.g. 0666
+  /// missing; absent on failure.
+  /// @param name of the semaphore
+  /// @param failIfExist whether it is a failure if the semaphore exists; else that one is opened, and keeps its count
+  /// @param mode permission bits of a new semaphore, e.g. 0666, from which the umask is taken away
   /// @param value count of a new semaphore
+  /// @param error optional place for an error
   static Ref<ZKPOSIXSemaphore> createWithName(const Ref<NSString>& name, bool failIfExist, std::uint16_t mode,
                                               std::size_t value, Ref<NSError>* error = nullptr);
 
   /// `unlinkName:error:`: removes the name from the system. Whoever has the semaphore open keeps it.
+  /// @param name of the semaphore
   /// @param error never written, not even on failure
+  /// @return whether there was such a name and it could be removed
   static bool unlinkName(const Ref<NSString>& name, Ref<NSError>* error = nullptr);
 
   /// `isBusyError:`: whether `error` (may be absent) is what tryWait() reports for a taken semaphore.
@@ -51,11 +56,16 @@ class ZKPOSIXSemaphore final : public NSObject {
 
   /// `openWithName:flags:mode:value:error:`: opens a semaphore in place of the one that is open. That one is closed
   /// first, and stays closed if this fails.
-  /// @param flags 0, or ZKO_CREAT with or without ZKO_EXCL; `mode` and `value` matter only with ZKO_CREAT
-  bool openWithName(const Ref<NSString>& name, int flags, std::uint16_t mode, std::size_t value,
+  /// @param name of the semaphore
+  /// @param flags SemaphoreFlags::none, or ZKO_CREAT with or without ZKO_EXCL
+  /// @param mode with ZKO_CREAT, permission bits of a new semaphore, from which the umask is taken away
+  /// @param value with ZKO_CREAT, count of a new semaphore
+  /// @param error optional place for an error
+  /// @return whether the semaphore is open
+  bool openWithName(const Ref<NSString>& name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value,
                     Ref<NSError>* error = nullptr);
 
-  /// Posts the semaphore once.
+  /// Posts the semaphore once. False if it is not open, or its count is the largest possible.
   bool post();
   /// `wait:`: blocks until it has taken the semaphore. Fails with EINTR if a signal is caught meanwhile.
   bool wait(Ref<NSError>* error = nullptr);
@@ -63,42 +73,46 @@ class ZKPOSIXSemaphore final : public NSObject {
   bool tryWait(Ref<NSError>* error = nullptr);
   /// `unlink:`: removes this semaphore's name from the system; the handle stays usable.
   /// @param error never written, not even on failure
+  /// @return whether there was such a name and it could be removed
   bool unlink(Ref<NSError>* error = nullptr);
   /// The name in the latest attempt to open, even if that failed; absent before the first.
   const Ref<NSString>& name() const { return name_; }
 
-  // What the error number (macOS numbering) of a failed call means for that call, in the language of the main bundle's
-  // translations. Absent if that is no more than the number's own description. errno stays as it was.
+  // What the error number of a failed call means for that call. For any thread.
 
-  /// `semaphoreOpenErrorReason:opennedWithCreate:`: for sem_open with or without ZKO_CREAT.
+  /// `semaphoreOpenErrorReason:opennedWithCreate:`: what `number` (macOS numbering) means after a failed sem_open, with
+  /// or without ZKO_CREAT, in the language of the main bundle's translations. Absent if that is no more than the
+  /// number's own description. errno stays as it was.
   static Ref<NSString> semaphoreOpenErrorReason(long number, bool opennedWithCreate);
-  /// `semaphoreWaitErrorReason:`: for sem_wait and sem_trywait.
+  /// `semaphoreWaitErrorReason:`: the same after a failed sem_wait or sem_trywait.
   static Ref<NSString> semaphoreWaitErrorReason(long number);
-  /// `semaphoreUnlinkErrorReason:`: for sem_unlink.
+  /// `semaphoreUnlinkErrorReason:`: the same after a failed sem_unlink.
   static Ref<NSString> semaphoreUnlinkErrorReason(long number);
 
   // ProcessInfo: a wait that does not hang if the holder has died without posting. The holder describes itself in a
-  // small hidden file, ".<name>.semaphore", in a folder that all parties know. The object must be open.
+  // small hidden file, ".<name>.semaphore", in a folder that all parties know.
 
   /// Called instead of a pause, with the number of pauses so far, including this one, and their length in seconds.
   /// Returns false to end the wait.
   using WaitBlock = std::function<bool(std::size_t attempt, double interval)>;
+  /// A number of pauses that is never reached.
   static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
   /// `waitWithProcessInfo:maxAttempts:testInterval:error:waitBlock:`: takes the semaphore, trying again after a pause
   /// as long as it is taken. If the holder's record shows that it is gone, the semaphore is taken over at once. If
   /// there is no record, it is taken over after the last pause, even if the holder is alive. On success it also writes
-  /// this process's own record; it is not an error if that fails.
+  /// this process's own record; it is not an error if that fails. The object must be open, or this fails with EINVAL.
   /// @param directory the folder of the process-info file; if absent, no record is found, written or deleted
   /// @param maxAttempts the largest number of pauses; kNoLimit for no limit
   /// @param testInterval length of a pause, in seconds
   /// @param error the busy error if the holder is still alive after the last pause, or if a semaphore that should be
   /// taken over cannot be removed; ECANCELED if the wait block ended the wait; else the error of the call that failed
-  /// @param waitBlock if empty, the thread sleeps in each pause
+  /// @param waitBlock called on this thread in place of each pause; if empty, the thread sleeps
+  /// @return whether this process holds the semaphore now
   bool waitWithProcessInfo(const Ref<NSURL>& directory, std::size_t maxAttempts, double testInterval,
                            Ref<NSError>* error = nullptr, const WaitBlock& waitBlock = nullptr);
 
-  /// `postWithProcessInfo:`: deletes the process-info file, then posts the semaphore.
+  /// `postWithProcessInfo:`: deletes the process-info file in the folder `directory`, then posts the semaphore.
   /// @return whether both worked; false also if there was no file to delete, though the semaphore was posted
   bool postWithProcessInfo(const Ref<NSURL>& directory);
 
@@ -107,8 +121,7 @@ class ZKPOSIXSemaphore final : public NSObject {
   static constexpr NSStringConstant pidKey = "pid"_constant;                        ///< integer: always present
   static constexpr NSStringConstant executablePathKey = "executablePath"_constant;  ///< text
   static constexpr NSStringConstant bundleIdKey = "bundleId"_constant;              ///< text
-  /// date: the same for a process's whole life
-  static constexpr NSStringConstant creationDateKey = "creationDate"_constant;
+  static constexpr NSStringConstant creationDateKey = "creationDate"_constant;      ///< date that never changes
 
   /// `processInfoForPID:`: a new record of the process, with as much as is known; absent if there is no such process.
   static Ref<NSDictionary> processInfoForPID(std::int32_t pid);
@@ -121,7 +134,8 @@ class ZKPOSIXSemaphore final : public NSObject {
 
   /// `processInfoURLAtDirectory:`: the file's URL; absent without a directory or a name.
   Ref<NSURL> processInfoURLAtDirectory(const Ref<NSURL>& directory) const;
-  /// `writeProcessInfoAtURL:`: writes the calling process's record, replacing the file as a whole.
+  /// `writeProcessInfoAtURL:`: writes the calling process's record, replacing the file as a whole. False if that is not
+  /// possible.
   bool writeProcessInfoAtURL(const Ref<NSURL>& directory) const;
   /// `removeProcessInfoAtURL:`: deletes the file; false if there is none.
   bool removeProcessInfoAtURL(const Ref<NSURL>& directory) const;

@@ -23,7 +23,7 @@ namespace {
 /// operating system are skipped.
 class DirectoryEnumerator final : public NSDirectoryEnumerator {
  public:
-  DirectoryEnumerator(std::string folder, Packages packages) : last_(std::move(folder)), packages_(packages) {}
+  DirectoryEnumerator(std::string folder, Descent descent) : last_(std::move(folder)), descent_(descent) {}
 
   SystemError start() {
     std::vector<Entry> entries;
@@ -55,7 +55,8 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
   NSURL::Findings findingsOf(const Entry& entry) {
     if (S_ISREG(entry.type)) return NSURL::Findings::noFolder;
     if (entry.type != 0 && !S_ISDIR(entry.type)) return NSURL::Findings::none;
-    if (packages_ == Packages::passedOver && isPackageName(entry.name)) return NSURL::Findings::none;
+    if (descent_ == Descent::nowhere) return NSURL::Findings::none;
+    if (descent_ == Descent::exceptPackages && isPackageName(entry.name)) return NSURL::Findings::none;
     std::vector<Entry> entries;
     if (read(Links::refused, entries)) return NSURL::Findings::none;
     const bool mayBeBundle =
@@ -76,14 +77,14 @@ class DirectoryEnumerator final : public NSDirectoryEnumerator {
   }
 
   std::string last_;  ///< the path of the item yielded last; at first that of the folder itself
-  const Packages packages_;
+  const Descent descent_;
   std::vector<Level> levels_;
 };
 
 }  // namespace
 
-Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Packages packages) {
-  const auto enumerator = std::make_shared<DirectoryEnumerator>(std::move(path), packages);
+Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Descent descent) {
+  const auto enumerator = std::make_shared<DirectoryEnumerator>(std::move(path), descent);
   if (enumerator->start()) return nullptr;
   return enumerator;
 }

@@ -6,11 +6,11 @@
 
 namespace zk {
 
-/// What an enumeration does with a folder that is a package.
-enum class Packages { entered, passedOver };
+/// Which of the folders below the first one an enumeration enters.
+enum class Descent { everywhere, exceptPackages, nowhere };
 
 /// A walk over the items below the folder at `path`, as NSFileManager's enumeratorAtURL describes it. Absent, with
 /// errno set, if that folder cannot be read.
-Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Packages packages);
+Ref<NSDirectoryEnumerator> makeDirectoryEnumerator(std::string path, Descent descent);
 
 }  // namespace zk

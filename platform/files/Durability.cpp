@@ -26,7 +26,7 @@ SystemError syncItem(const std::string& path) {
 /// Waits for each item of a copied tree separately.
 SystemError syncTree(const std::string& top) {
   if (const auto error = syncItem(top)) return error;
-  const Ref<NSDirectoryEnumerator> items = makeDirectoryEnumerator(top, Packages::entered);
+  const Ref<NSDirectoryEnumerator> items = makeDirectoryEnumerator(top, Descent::everywhere);
   if (!items) return lastError();
   while (const Ref<NSURL> item = items->nextObject()) {
     if (const auto error = syncItem(fileSystemRepresentation(item->path()))) return error;

@@ -25,6 +25,12 @@ namespace zk {
 
 namespace {
 
+Descent descentFor(unsigned long options) {
+  if ((options & NSDirectoryEnumerationSkipsSubdirectoryDescendants) != 0) return Descent::nowhere;
+  const bool skipsPackages = (options & NSDirectoryEnumerationSkipsPackageDescendants) != 0;
+  return skipsPackages ? Descent::exceptPackages : Descent::everywhere;
+}
+
 bool failed(SystemError systemError, const Ref<NSURL>& url, Ref<NSError>* error) {
   if (error != nullptr) *error = fileError(systemError, url);
   return false;
@@ -84,9 +90,7 @@ Ref<NSDirectoryEnumerator> NSFileManager::enumeratorAtURL(
     std::nullptr_t /*errorHandler*/) {
   const ErrorNumberKeeper keeper;
   const std::string path = fileSystemRepresentation(url->path());
-  const bool entersPackages = (options & NSDirectoryEnumerationSkipsPackageDescendants) == 0;
-  return makeDirectoryEnumerator(std::string(withoutTrailingSlashes(path)),
-                                 entersPackages ? Packages::entered : Packages::passedOver);
+  return makeDirectoryEnumerator(std::string(withoutTrailingSlashes(path)), descentFor(options));
 }
 
 Ref<NSURL> NSFileManager::URLForDirectory(unsigned long directory, unsigned long inDomain,

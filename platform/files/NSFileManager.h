@@ -30,6 +30,8 @@ class NSFileManagerDelegate {
 inline constexpr unsigned long NSItemReplacementDirectory = 99;
 inline constexpr unsigned long NSUserDomainMask = 1;
 
+/// Option of an enumeration: folders are yielded but not entered.
+inline constexpr unsigned long NSDirectoryEnumerationSkipsSubdirectoryDescendants = 1;
 /// Option of an enumeration: packages are yielded but not entered.
 inline constexpr unsigned long NSDirectoryEnumerationSkipsPackageDescendants = 2;
 
@@ -58,7 +60,7 @@ class NSFileManager : public NSObject {
   /// Links, and folders that cannot be read, are yielded but not entered.
   /// @param includingPropertiesForKeys properties that the caller is going to read; a hint that makes no difference
   /// here.
-  /// @param options 0 or NSDirectoryEnumerationSkipsPackageDescendants
+  /// @param options 0, or one of the options of an enumeration
   /// @param errorHandler must be empty; the enumeration always goes on after an error
   /// @return absent if the folder cannot be read.
   virtual Ref<NSDirectoryEnumerator> enumeratorAtURL(const Ref<NSURL>& url,

@@ -11,8 +11,9 @@ namespace zk {
 /// that the object lives until that scope closes. Scopes must close in reverse order.
 class NSAutoreleasePool {
  public:
+  /// Opens a scope of the calling thread.
   NSAutoreleasePool();
-  /// Releases the objects in the order in which they were added.
+  /// Closes it, on the same thread. Releases the objects in the order in which they were added.
   ~NSAutoreleasePool();
   NSAutoreleasePool(const NSAutoreleasePool&) = delete;
   NSAutoreleasePool& operator=(const NSAutoreleasePool&) = delete;

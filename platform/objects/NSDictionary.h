@@ -11,27 +11,31 @@ namespace zk {
 /// look-up is a binary search, which no choice of keys can slow down.
 class NSDictionary : public NSObject {
  public:
+  /// A key and what is under it.
   struct Entry {
-    Ref<NSString> key;
-    Ref<NSObject> object;
+    Ref<NSString> key;     ///< never absent
+    Ref<NSObject> object;  ///< never absent
   };
 
+  /// An empty dictionary.
   NSDictionary() = default;
 
   /// A dictionary of `entries`, given in any order. If a key is given twice, the last one wins.
   static Ref<NSDictionary> dictionaryWithEntries(std::vector<Entry> entries);
 
-  /// The object under `key`, or absent.
+  /// The object under `key` (may be absent), or absent.
   Ref<NSObject> objectForKey(const Ref<NSString>& key) const;
 
+  /// All entries, sorted by the bytes of their keys. They belong to the dictionary.
   const std::vector<Entry>& entries() const { return entries_; }
+  /// The number of entries.
   std::size_t count() const { return entries_.size(); }
 
   bool isEqual(const Ref<NSObject>& object) const override;
   std::size_t hash() const override { return entries_.size(); }
 
  protected:
-  std::vector<Entry> entries_;
+  std::vector<Entry> entries_;  ///< sorted by the bytes of their keys
 };
 
 /// A dictionary that entries can be added to.

@@ -1,6 +1,7 @@
 #include "objects/NSObject.h"
 
 #include <functional>
+#include <ostream>
 
 #include "objects/NSString.h"
 
@@ -16,6 +17,11 @@ Ref<NSString> NSObject::description() const { return "<object>"_ns; }
 
 bool areEqual(const Ref<NSObject>& left, const Ref<NSObject>& right) {
   return left ? left->isEqual(right) : right == nullptr;
+}
+
+std::ostream& writeDescription(std::ostream& stream, const NSObject* object) {
+  if (object == nullptr) return stream << "(null)";
+  return stream << object->description()->bytes();
 }
 
 }  // namespace zk

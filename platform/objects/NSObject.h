@@ -2,9 +2,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
+/// All of this library, but for the C interface.
+///
+/// Objects are shared by reference count. What an operation returns is the caller's to share, and no object given to an
+/// operation is taken away from its owner. An argument may be absent only where its declaration says so. Objects that
+/// cannot change may be used by any number of threads at once, all others by one thread at a time. Different objects
+/// may always be used by different threads. Texts are UTF-8 and lengths are in bytes. Nothing throws but
+/// std::bad_alloc, when memory has run out; a program without exceptions ends then.
 namespace zk {
 
 class NSString;
@@ -15,14 +24,16 @@ using Ref = std::shared_ptr<T>;
 
 /// What is known about a class at run time: its name.
 struct ClassInfo {
-  const char* name;
+  const char* name;  ///< static
 };
+/// A class as a value; not owned.
 using Class = const ClassInfo*;
 
 /// The name of `aClass`, which must not be null, as text.
 Ref<NSString> NSStringFromClass(Class aClass);
 
-/// The root of all objects. Objects are shared through Ref and never copied.
+/// The root of all objects. Objects are shared through Ref and never copied. A class derived from it must be compiled
+/// with run-time type information, which tells objects apart; a program that only uses objects need not.
 class NSObject {
  public:
   NSObject(const NSObject&) = delete;
@@ -47,5 +58,19 @@ class NSObject {
 
 /// Whether two objects, either of which may be absent, are both absent or equal.
 bool areEqual(const Ref<NSObject>& left, const Ref<NSObject>& right);
+
+/// Writes an object's description to a stream, for a null pointer "(null)" as "%@" does.
+std::ostream& writeDescription(std::ostream& stream, const NSObject* object);
+
+/// `stream << *object`: its description.
+inline std::ostream& operator<<(std::ostream& stream, const NSObject& object) {
+  return writeDescription(stream, &object);
+}
+
+/// `stream << object`: its description, not the address that a shared pointer would write; "(null)" if it is absent.
+template <class T>
+requires std::is_base_of_v<NSObject, T> std::ostream& operator<<(std::ostream& stream, const Ref<T>& object) {
+  return writeDescription(stream, object.get());
+}
 
 }  // namespace zk

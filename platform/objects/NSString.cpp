@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <functional>
 
+#include "objects/NeverDestroyed.h"
+
 namespace zk {
 
 Ref<NSString> NSString::stringWithUTF8String(const char* bytes) {
@@ -29,6 +31,10 @@ bool NSString::isEqual(const Ref<NSObject>& object) const {
 std::size_t NSString::hash() const { return std::hash<std::string>()(bytes_); }
 
 Ref<NSString> NSString::description() const { return stringWithBytes(bytes_); }
+
+const Ref<NSString>& neverDestroyedText(const char* bytes) {
+  return neverDestroyed<Ref<NSString>>(NSString::stringWithUTF8String(bytes));
+}
 
 Ref<NSString> asString(const Ref<NSObject>& object) { return std::dynamic_pointer_cast<NSString>(object); }
 

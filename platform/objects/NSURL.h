@@ -12,8 +12,8 @@ class NSURL final : public NSObject {
  public:
   /// What an enumeration has learned about the item.
   enum class Findings {
-    none,
-    noFolder,
+    none,         ///< nothing
+    noFolder,     ///< it is no folder
     plainFolder,  ///< a folder that holds none of the items that make a bundle
   };
 
@@ -24,9 +24,11 @@ class NSURL final : public NSObject {
   /// is absent, empty, longer than kLongestPath, or holds a zero byte.
   static Ref<NSURL> fileURLWithPath(const Ref<NSString>& path);
 
+  /// The path. Never absent.
   const Ref<NSString>& path() const { return path_; }
+  /// What the enumeration that yielded this URL has learned.
   Findings findings() const { return findings_; }
-  /// What follows the last slash; the empty text for the root folder.
+  /// What follows the last slash of the path; the empty text for the root folder.
   Ref<NSString> lastPathComponent() const;
 
   /// The path with a slash and the unchanged `component` added. Absent if `component` is absent, or if fileURLWithPath

@@ -14,6 +14,7 @@
 #include <new>
 #include <optional>
 
+#include "objects/Escaping.h"
 #include "objects/Path.h"
 #include "process/SignalSet.h"
 #include "system/ErrorNumbers.h"
@@ -26,11 +27,6 @@ namespace zk {
 namespace {
 
 bool isControl(char32_t character) { return character < 0x20 || (character >= 0x7F && character <= 0x9F); }
-
-void appendEscaped(std::string& text, unsigned char byte) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  text += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-}
 
 std::string timeStamp() {
   timeval now;

@@ -40,9 +40,9 @@ sem_t* handleOf(SemaphoreHandle semaphore) {
 
 }  // namespace
 
-SemaphoreHandle POSIXSystem::sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) {
-  if ((flags & ZKO_CREAT) == 0) return ::sem_open(name, 0);
-  const int systemFlags = O_CREAT | ((flags & ZKO_EXCL) != 0 ? O_EXCL : 0);
+SemaphoreHandle POSIXSystem::sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) {
+  if (!contains(flags, ZKO_CREAT)) return ::sem_open(name, 0);
+  const int systemFlags = O_CREAT | (contains(flags, ZKO_EXCL) ? O_EXCL : 0);
   // A count that does not fit is above the system's limit anyway.
   const auto count = static_cast<unsigned int>(std::min<std::size_t>(value, std::numeric_limits<unsigned int>::max()));
   return ::sem_open(name, systemFlags, static_cast<mode_t>(mode), count);

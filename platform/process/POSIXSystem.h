@@ -10,7 +10,7 @@ namespace zk {
 /// What every POSIX system does the same way.
 class POSIXSystem : public System {
  public:
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override;
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override;
   int sem_close(SemaphoreHandle semaphore) override;
   int sem_wait(SemaphoreHandle semaphore) override;
   int sem_trywait(SemaphoreHandle semaphore) override;

@@ -81,7 +81,7 @@ class System {
 
   /// Opens an existing semaphore (flags without ZKO_CREAT), or with ZKO_CREAT creates it when it is missing, with
   /// `mode` less the umask and `value` as its count. ZKSEM_FAILED on failure.
-  virtual SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) = 0;
+  virtual SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) = 0;
   virtual int sem_close(SemaphoreHandle semaphore) = 0;
   virtual int sem_wait(SemaphoreHandle semaphore) = 0;
   virtual int sem_trywait(SemaphoreHandle semaphore) = 0;

@@ -1,10 +1,11 @@
 """What `cmake --install` puts into place, and programs that are built with nothing else."""
 
 import re
-import shlex
 import subprocess
 
 import pytest
+
+from support.installed import library_folder, pkg_config
 
 C = """#include <stdio.h>
 #include <zkupdater/zkupdater.h>
@@ -55,11 +56,6 @@ def project(tmp_path):
     return tmp_path
 
 
-def library_folder(prefix):
-    (library,) = prefix.rglob("libzkupdater.so")
-    return library.parent
-
-
 def libraries_of(program):
     return re.findall(r"\(NEEDED\).*\[(.*)\]", run(["readelf", "-d", program]))
 
@@ -72,11 +68,6 @@ def test_programs_are_built_with_the_cmake_package(prefix, project):
         program = project / "build" / name
         assert run([program]) == "1.2.3 (4)\n"
         assert ("libzkupdater.so.1" in libraries_of(program)) == (name == "c_shared")
-
-
-def pkg_config(prefix, *options):
-    folder = library_folder(prefix) / "pkgconfig"
-    return shlex.split(run(["pkg-config", *options, "zkupdater"], env={"PATH": "/usr/bin", "PKG_CONFIG_PATH": str(folder)}))
 
 
 @pytest.mark.full

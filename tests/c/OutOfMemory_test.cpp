@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <utility>
+
+#include "ZKUpdateStart.h"
 #include "host/ScriptedHost.h"
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
 #include "zkupdater.h"
 
 namespace zk::test {
@@ -52,7 +57,7 @@ TEST(OutOfMemory, IsAnErrorNumberOfVersions) {
 TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
   ScriptedHost host;
   const System::Scope scope(host);
-  writeBundle(host.updates / "X.app", "", "com.example.other");
+  writeBundle(host.updates / "X.app");
   const std::string updates = host.updates;
   zk_update* update = nullptr;
   expectNoExceptions([&] {
@@ -61,15 +66,35 @@ TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
     update = nullptr;
     return number;
   });
+  for (const std::string& name : std::exchange(host.semaphoreNames, {})) {
+    zk_semaphore* semaphore = nullptr;
+    EXPECT_EQ(zk_semaphore_open(name.c_str(), &semaphore), ZKENOENT) << name;
+    zk_semaphore_close(semaphore);
+  }
+}
+
+TEST(OutOfMemory, IsAnErrorNumberOfOutcomes) {
+  ScriptedHost host;
+  const System::Scope scope(host);
+  writeBundle(host.updates / "X.app");
+  const std::string updates = host.updates;
+  host.onSleep = [&] {
+    const auto semaphore = ZKPOSIXSemaphore::initWithOpen(NSString::stringWithBytes(host.semaphoreNames.back()));
+    semaphore->tryWait();
+  };
+  ASSERT_TRUE(ZKUpdateStart::startInstaller("/opt/zkupdater", updates)->isReady());
+  const std::filesystem::path backup = host.application.parent_path() / ".X.app-0123456789abcdef";
+  std::filesystem::copy(host.application, backup, std::filesystem::copy_options::recursive);
+  std::filesystem::last_write_time(backup, std::filesystem::last_write_time(host.application));
 
   const char* arguments[] = {"X"};
   zk_outcome* outcome = nullptr;
   expectNoExceptions([&] {
-    const int number = zk_outcome_read(1, arguments, updates.c_str(), &outcome);
     zk_outcome_free(outcome);
-    outcome = nullptr;
-    return number;
+    return zk_outcome_read(1, arguments, updates.c_str(), &outcome);
   });
+  EXPECT_EQ(zk_outcome_backup_path(outcome), backup);
+  zk_outcome_free(outcome);
 }
 
 }  // namespace

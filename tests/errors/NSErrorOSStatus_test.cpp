@@ -82,6 +82,11 @@ TEST(NSErrorOSStatus, ConveniencesAreTheDesignatedOperationWithTheRestAbsent) {
   EXPECT_FALSE(areEqual(errorWithOSStatus(-50, reason, url), errorWithOSStatus(-50, reason, path)));
 }
 
+TEST(NSErrorOSStatus, NullPointersAreAbsentWhateverTheyStandFor) {
+  EXPECT_TRUE(areEqual(errorWithOSStatus(-50, nullptr, nullptr), errorWithOSStatus(-50, kNoText)));
+  EXPECT_TRUE(areEqual(errorWithOSStatus(-50, "a reason"_ns, nullptr), errorWithOSStatus(-50, "a reason"_ns)));
+}
+
 TEST(NSErrorOSStatus, WithoutMemoryForTheDictionaryThereIsNoError) {
   const Ref<NSString> reason = "a reason"_ns;
   const Ref<NSError> error = errorWithOSStatus(kUnknown, reason);

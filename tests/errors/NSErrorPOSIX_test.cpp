@@ -130,6 +130,11 @@ TEST(NSErrorPOSIX, ConveniencesAreTheDesignatedOperationWithTheRestAbsent) {
   EXPECT_FALSE(areEqual(errorWithPOSIXCode(13, reason, url), errorWithPOSIXCode(13, reason, path)));
 }
 
+TEST(NSErrorPOSIX, NullPointersAreAbsentWhateverTheyStandFor) {
+  EXPECT_TRUE(areEqual(errorWithPOSIXCode(2, nullptr, nullptr), errorWithPOSIXCode(2, kNoText)));
+  EXPECT_TRUE(areEqual(errorWithPOSIXCode(2, "a reason"_ns, nullptr), errorWithPOSIXCode(2, "a reason"_ns)));
+}
+
 TEST(NSErrorPOSIX, TheDictionaryHasRoomForItsEntriesAndNoMore) {
   const Ref<NSURL> url = NSURL::fileURLWithPath("/"_ns);
   for (const Ref<NSError>& error :

@@ -46,7 +46,7 @@ class ScriptedHost : public ForwardingSystem {
                                                      std::uint32_t /*mask*/) override {
     return NSDictionary::dictionaryWithEntries({{ZKBundlePathKey, NSString::stringWithBytes(application.string())}});
   }
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override {
     semaphoreNames.push_back(name);
     openFlags.push_back(flags);
     return onOpen ? onOpen(name) : next().sem_open(name, flags, mode, value);
@@ -62,7 +62,7 @@ class ScriptedHost : public ForwardingSystem {
   std::filesystem::path updates = folder / "Updates";
 
   std::vector<std::string> semaphoreNames;
-  std::vector<int> openFlags;
+  std::vector<SemaphoreFlags> openFlags;
   std::function<SemaphoreHandle(const char*)> onOpen;
   std::vector<double> sleeps;
   std::function<void()> onSleep;

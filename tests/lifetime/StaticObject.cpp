@@ -1,5 +1,6 @@
 #include "StaticObject.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -7,10 +8,14 @@
 
 #include "NSErrorOSStatus.h"
 #include "NSErrorPOSIX.h"
+#include "ZKUpdateOutcome.h"
+#include "ZKUpdateStart.h"
 #include "files/ResourceValues.h"
+#include "objects/NSAutoreleasePool.h"
 #include "objects/NSNumber.h"
 #include "system/ErrorNumbers.h"
 #include "system/System.h"
+#include "zkupdater.h"
 
 namespace zk::test {
 
@@ -40,6 +45,9 @@ void useErrors() {
   check(posix->domain(), "NSPOSIXErrorDomain");
   check(asString(posix->userInfo()->objectForKey(NSLocalizedFailureReasonErrorKey)), "reason");
   check(asString(posix->userInfo()->objectForKey(NSFilePathErrorKey)), "/path");
+  check(posix->localizedDescription(), "No such file or directory");
+  check(posix->description(), "NSPOSIXErrorDomain 2: /path: No such file or directory: reason");
+  check(macOSErrorNumber(EAGAIN) == ZKEAGAIN, "a translated error number");
   check(OSStatus::errorWithOSStatus(procNotFound, nullptr)->domain(), "NSOSStatusErrorDomain");
 }
 
@@ -63,6 +71,9 @@ void useSemaphores() {
   check(ZKPOSIXSemaphore::isProcessInfoValid(asDictionary(semaphore->processInfoAtURL(folder))), "a holder's record");
   check(semaphore->postWithProcessInfo(folder), "a guarded post");
   check(semaphore->unlink(), "a name is removed");
+
+  const NSAutoreleasePool pool;
+  check(!ZKPOSIXSemaphore::openWithName(semaphoreName()), "it is gone");
 }
 
 void useProcessInfo() {
@@ -78,12 +89,32 @@ void usePlatform() {
   check(System::current().arguments().empty(), "no arguments");
 }
 
+void useUpdates() {
+  const std::string updates = std::getenv("ZK_UPDATES");
+  const auto start = ZKUpdateStart::startInstaller("/bin/false", updates);
+  check(start->state() == ZKUpdateStart::State::ended && start->exitStatus() == 1, start->reason());
+  check(!ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, updates)->wasInstalled(), "no update");
+}
+
+void useInterfaceForC() {
+  std::uint64_t version = 0;
+  check(zk_version_parse("1.2.3.4", &version) == 0, "a version from C");
+  zk_semaphore* semaphore = nullptr;
+  check(zk_semaphore_open(semaphoreName()->UTF8String(), &semaphore) == ZKENOENT, "no semaphore from C");
+  zk_update* update = nullptr;
+  check(zk_update_begin("/bin/false", "/", 0, 1, &update) == 0, "an update from C");
+  check(zk_update_poll(update) == ZK_UPDATE_FOLDER_IN_THE_WAY, zk_update_reason(zk_update_poll(update)));
+  zk_update_free(update);
+}
+
 void useEverything() {
   useVersions();
   useErrors();
   useSemaphores();
   useProcessInfo();
   usePlatform();
+  useUpdates();
+  useInterfaceForC();
 }
 
 }  // namespace

@@ -3,11 +3,20 @@
 #include <cstdio>
 #include <string>
 
-namespace zk {
+#include "host/ScriptedHost.h"
+
+namespace zk::test {
 namespace {
 
 TEST(StaticObjects, MayUseTheLibrariesBeforeMainAndAfterIt) {
-  FILE* output = ::popen(ZK_STATIC_OBJECTS_PROGRAM, "r");
+  // It runs from a bundle, and so can start updates.
+  const TemporaryFolder folder;
+  const std::filesystem::path program = folder / "X.app/Contents/MacOS/X";
+  writeBundle(folder / "X.app");
+  std::filesystem::copy_file(ZK_STATIC_OBJECTS_PROGRAM, program, std::filesystem::copy_options::overwrite_existing);
+  writeBundle(folder / "Updates/X.app");
+
+  FILE* output = ::popen(("ZK_UPDATES=" + (folder / "Updates").string() + " " + program.string()).c_str(), "r");
   ASSERT_NE(output, nullptr);
   std::string text;
   for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
@@ -16,4 +25,4 @@ TEST(StaticObjects, MayUseTheLibrariesBeforeMainAndAfterIt) {
 }
 
 }  // namespace
-}  // namespace zk
+}  // namespace zk::test

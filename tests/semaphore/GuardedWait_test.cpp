@@ -47,7 +47,7 @@ class WatchingSystem : public ForwardingSystem {
     }
     return ForwardingSystem::sem_unlink(name);
   }
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override {
     opens.push_back({flags, mode, value});
     if (beforeOpen) beforeOpen();
     if (refusesOpen) {
@@ -62,7 +62,7 @@ class WatchingSystem : public ForwardingSystem {
   }
 
   struct Open {
-    int flags;
+    SemaphoreFlags flags;
     std::uint16_t mode;
     std::size_t value;
   };
@@ -253,7 +253,7 @@ TEST_F(GuardedWait, ATakeOverMakesANewSemaphoreUnderTheNameAndLeavesTheCallersRe
   system.opens.clear();
   EXPECT_TRUE(waitGuarded(1000));
   ASSERT_EQ(system.opens.size(), 1U);
-  EXPECT_EQ(system.opens[0].flags, 0x200);
+  EXPECT_EQ(system.opens[0].flags, SemaphoreFlags{0x200});
   EXPECT_EQ(system.opens[0].mode, 0666);
   EXPECT_EQ(system.opens[0].value, 1U);
 
@@ -351,7 +351,7 @@ TEST_F(GuardedWait, ATakeOverWithPausesLeftGoesOnPausingAfterwards) {
 }
 
 TEST_F(GuardedWait, AFailureOtherThanBusyEndsTheWaitWithThatFailure) {
-  semaphore->openWithName("no-such-name"_ns, 0, 0, 0);
+  semaphore->openWithName("no-such-name"_ns, SemaphoreFlags::none, 0, 0);
   EXPECT_FALSE(waitGuarded(1000));
   EXPECT_EQ(error->code(), 22);
   EXPECT_TRUE(system.sleeps.empty());

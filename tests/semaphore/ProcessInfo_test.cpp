@@ -262,18 +262,18 @@ class ProcessInfoFile : public testing::Test {
 
 TEST_F(ProcessInfoFile, IsNamedAfterTheSemaphore) {
   const auto named = ZKPOSIXSemaphore::init();
-  named->openWithName("update-42"_ns, 0, 0, 0);
+  named->openWithName("update-42"_ns, SemaphoreFlags::none, 0, 0);
   const Ref<NSURL> directory = NSURL::fileURLWithPath("/tmp/u"_ns);
   EXPECT_EQ(named->processInfoURLAtDirectory(directory)->path()->bytes(), "/tmp/u/.update-42.semaphore");
   // The name is inserted as it is.
-  named->openWithName("/a b%@"_ns, 0, 0, 0);
+  named->openWithName("/a b%@"_ns, SemaphoreFlags::none, 0, 0);
   EXPECT_EQ(named->processInfoURLAtDirectory(directory)->path()->bytes(), "/tmp/u/./a b%@.semaphore");
 }
 
 TEST_F(ProcessInfoFile, HasNoPlaceWithoutADirectoryOrAName) {
   const auto nameless = ZKPOSIXSemaphore::init();
   const auto emptyName = ZKPOSIXSemaphore::init();
-  emptyName->openWithName(""_ns, 0, 0, 0);
+  emptyName->openWithName(""_ns, SemaphoreFlags::none, 0, 0);
   for (const auto& [object, directory] :
        {std::pair(semaphore, Ref<NSURL>()), std::pair(nameless, folder.url()), std::pair(emptyName, folder.url())}) {
     EXPECT_EQ(object->processInfoURLAtDirectory(directory), nullptr);

@@ -36,13 +36,13 @@ class CountingSystem : public ForwardingSystem {
  public:
   struct Open {
     std::string name;
-    int flags;
+    SemaphoreFlags flags;
     std::uint16_t mode;
     std::size_t value;
     int closesBefore;
   };
 
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override {
     opens.push_back({name, flags, mode, value, closes});
     return ForwardingSystem::sem_open(name, flags, mode, value);
   }
@@ -121,11 +121,11 @@ TEST(ZKPOSIXSemaphore, PassesOnTheFlagsModeAndValueOfEachCall) {
   const auto refused = ZKPOSIXSemaphore::createWithName(name.text(), true, 0600, 2);
   ASSERT_EQ(system.opens.size(), 3U);
   EXPECT_EQ(system.opens[0].name, name.bytes());
-  EXPECT_EQ(system.opens[0].flags, 0x200);
+  EXPECT_EQ(system.opens[0].flags, SemaphoreFlags{0x200});
   EXPECT_EQ(system.opens[0].mode, 0640);
   EXPECT_EQ(system.opens[0].value, 7U);
-  EXPECT_EQ(system.opens[1].flags, 0);
-  EXPECT_EQ(system.opens[2].flags, 0xA00);
+  EXPECT_EQ(system.opens[1].flags, SemaphoreFlags::none);
+  EXPECT_EQ(system.opens[2].flags, SemaphoreFlags{0xA00});
   EXPECT_EQ(refused, nullptr);
 }
 
@@ -165,7 +165,7 @@ TEST(ZKPOSIXSemaphore, NoErrorIsMadeWithoutAPlaceForIt) {
   const std::size_t before = test::allocationCount();
   EXPECT_FALSE(semaphore->tryWait());
   EXPECT_EQ(test::allocationCount(), before);
-  EXPECT_FALSE(semaphore->openWithName(missing, 0, 0, 0));
+  EXPECT_FALSE(semaphore->openWithName(missing, SemaphoreFlags::none, 0, 0));
   EXPECT_EQ(test::allocationCount(), before);
 }
 
@@ -207,7 +207,7 @@ TEST(ZKPOSIXSemaphore, AFailedOpenOfAnOpenObjectLeavesItClosedWithTheNewName) {
   const SemaphoreName name;
   const auto semaphore = create(name);
   Ref<NSError> error;
-  EXPECT_FALSE(semaphore->openWithName("no-such-name"_ns, 0, 0, 0, &error));
+  EXPECT_FALSE(semaphore->openWithName("no-such-name"_ns, SemaphoreFlags::none, 0, 0, &error));
   EXPECT_EQ(semaphore->name()->bytes(), "no-such-name");
   EXPECT_EQ(error->code(), 2);
   EXPECT_FALSE(semaphore->post());
@@ -242,7 +242,7 @@ TEST(ZKPOSIXSemaphore, AnOpenErrorCarriesTheReasonForCreating) {
 TEST(ZKPOSIXSemaphore, AFailureWithoutAReasonHasOnlyADescription) {
   class FailingSystem : public ForwardingSystem {
    public:
-    SemaphoreHandle sem_open(const char*, int, std::uint16_t, std::size_t) override {
+    SemaphoreHandle sem_open(const char*, SemaphoreFlags, std::uint16_t, std::size_t) override {
       errno = ENOENT;
       return ZKSEM_FAILED;
     }

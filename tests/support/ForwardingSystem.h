@@ -12,7 +12,7 @@ namespace zk::test {
 /// what it scripts. It is in effect while a System::Scope on it is open.
 class ForwardingSystem : public System {
  public:
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override {
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override {
     return next_.sem_open(name, flags, mode, value);
   }
   int sem_close(SemaphoreHandle semaphore) override { return next_.sem_close(semaphore); }

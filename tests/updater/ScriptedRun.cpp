@@ -65,7 +65,7 @@ bool ScriptedRun::fails(const std::string& call) {
 
 std::string ScriptedRun::nameOf(SemaphoreHandle semaphore) { return *static_cast<const std::string*>(semaphore); }
 
-SemaphoreHandle ScriptedRun::sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) {
+SemaphoreHandle ScriptedRun::sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) {
   EXPECT_EQ(flags, ZKO_CREAT);
   EXPECT_EQ(mode, 0666);
   EXPECT_EQ(value, 1U);

@@ -44,7 +44,7 @@ class ScriptedRun : public ForwardingSystem {
   /// The same for every line logged.
   std::vector<std::string> logLines() const;
 
-  SemaphoreHandle sem_open(const char* name, int flags, std::uint16_t mode, std::size_t value) override;
+  SemaphoreHandle sem_open(const char* name, SemaphoreFlags flags, std::uint16_t mode, std::size_t value) override;
   int sem_close(SemaphoreHandle semaphore) override;
   int sem_wait(SemaphoreHandle semaphore) override;
   int sem_trywait(SemaphoreHandle semaphore) override;

@@ -1,10 +1,3 @@
-// Some systems' headers define these as macros. The version's own operations must work all the same.
-#include <sys/types.h>
-#undef major
-#undef minor
-#define major(device) ((device) >> 8)
-#define minor(device) ((device)&0xff)
-
 #include "ZKVersion.h"
 
 #include <gtest/gtest.h>

@@ -82,6 +82,13 @@ TEST_F(DirectoryEnumerator, YieldsPackagesWithoutEnteringThemWhenAskedTo) {
                           "folder/Three.framework/file", "folder/Two.KEXT", "folder/Two.KEXT/file"));
 }
 
+TEST_F(DirectoryEnumerator, EntersNoFolderWhenAskedNotTo) {
+  writeFile(folder / "a.app/x", "");
+  writeFile(folder / "b/x", "");
+  writeFile(folder / "c", "");
+  EXPECT_THAT(all(NSDirectoryEnumerationSkipsSubdirectoryDescendants), ElementsAre("a.app", "b", "c"));
+}
+
 TEST_F(DirectoryEnumerator, EntersAPackageAtTheTop) {
   writeFile(folder / "One.app/file", "");
   EXPECT_THAT(

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <sstream>
 
 #include "objects/NSNumber.h"
+#include "objects/NSURL.h"
+#include "text/Formatting.h"
 
 namespace zk {
 namespace {
@@ -52,6 +55,50 @@ TEST(NSError, IsEqualByAllThree) {
   EXPECT_FALSE(error->isEqual(NSError::errorWithDomain("domain"_ns, 5, nullptr)));
   EXPECT_FALSE(error->isEqual(nullptr));
   EXPECT_FALSE(error->isEqual(NSNumber::numberWithInt(5)));
+}
+
+TEST(NSError, TellsWhatWentWrongAndWhy) {
+  const Ref<NSError> error =
+      NSError::errorWithDomain(NSPOSIXErrorDomain, 2,
+                               NSDictionary::dictionaryWithEntries({{NSLocalizedDescriptionKey, "What"_ns},
+                                                                    {NSLocalizedFailureReasonErrorKey, "Why"_ns}}));
+  EXPECT_EQ(error->localizedDescription()->bytes(), "What");
+  EXPECT_EQ(error->localizedFailureReason()->bytes(), "Why");
+}
+
+TEST(NSError, TellsItsDomainAndCodeIfNothingSaysWhatWentWrong) {
+  EXPECT_EQ(NSError(NSPOSIXErrorDomain, 105, nullptr).localizedDescription()->bytes(), "NSPOSIXErrorDomain 105");
+  EXPECT_EQ(NSError(nullptr, -5, nullptr).localizedDescription()->bytes(), "(null) -5");
+  EXPECT_FALSE(NSError(NSPOSIXErrorDomain, 105, nullptr).localizedFailureReason());
+
+  const Ref<NSDictionary> noTexts =
+      NSDictionary::dictionaryWithEntries({{NSLocalizedDescriptionKey, NSNumber::numberWithInt(1)},
+                                           {NSLocalizedFailureReasonErrorKey, NSNumber::numberWithInt(2)}});
+  EXPECT_EQ(NSError("domain"_ns, 1, noTexts).localizedDescription()->bytes(), "domain 1");
+  EXPECT_FALSE(NSError("domain"_ns, 1, noTexts).localizedFailureReason());
+}
+
+TEST(NSError, IsPrintedAsOneLineWithAllThatIsKnown) {
+  const auto line = [](std::vector<NSDictionary::Entry> userInfo) {
+    return NSError("domain"_ns, 2, NSDictionary::dictionaryWithEntries(std::move(userInfo))).description()->bytes();
+  };
+  const NSDictionary::Entry what{NSLocalizedDescriptionKey, "What"_ns};
+  const NSDictionary::Entry why{NSLocalizedFailureReasonErrorKey, "Why"_ns};
+  const NSDictionary::Entry path{NSFilePathErrorKey, "/a path"_ns};
+  const NSDictionary::Entry url{NSURLErrorKey, NSURL::fileURLWithPath("/b"_ns)};
+  EXPECT_EQ(line({}), "domain 2");
+  EXPECT_EQ(line({what}), "domain 2: What");
+  EXPECT_EQ(line({what, why}), "domain 2: What: Why");
+  EXPECT_EQ(line({what, why, path, url}), "domain 2: /a path: /b: What: Why");
+  EXPECT_EQ(line({{NSFilePathErrorKey, "/a\nb\x1f\x7f\xC3\xA4"_ns}}), "domain 2: /a\\x0ab\\x1f\\x7f\xC3\xA4");
+}
+
+TEST(NSError, IsPrintedByFormatsAndStreamsAlike) {
+  const Ref<NSError> error = NSError::errorWithDomain(NSPOSIXErrorDomain, 105, nullptr);
+  EXPECT_EQ(stringWithFormat("%@"_ns, error)->bytes(), "NSPOSIXErrorDomain 105");
+  std::ostringstream stream;
+  stream << error << ", " << *error;
+  EXPECT_EQ(stream.str(), "NSPOSIXErrorDomain 105, NSPOSIXErrorDomain 105");
 }
 
 TEST(NSError, DomainsAndKeysAreThePlatformsOwnTexts) {

@@ -26,7 +26,7 @@ class POSIXSystemTest : public ::testing::Test {
  protected:
   ~POSIXSystemTest() override { close(); }
 
-  void create(unsigned int value, int flags = ZKO_CREAT, std::uint16_t mode = 0666) {
+  void create(unsigned int value, SemaphoreFlags flags = ZKO_CREAT, std::uint16_t mode = 0666) {
     handle = systemCalls().sem_open(name.bytes().c_str(), flags, mode, value);
   }
   void close() {
@@ -80,21 +80,21 @@ TEST_F(POSIXSystemTest, CreatesAMissingSemaphoreExclusively) {
 }
 
 TEST_F(POSIXSystemTest, OpensOnlyAnExistingSemaphoreWithoutTheFlagToCreate) {
-  for (const int flags : {0, ZKO_EXCL}) {
+  for (const SemaphoreFlags flags : {SemaphoreFlags::none, ZKO_EXCL}) {
     errno = 0;
     EXPECT_EQ(systemCalls().sem_open(name.bytes().c_str(), flags, 0666, 1), ZKSEM_FAILED);
     EXPECT_EQ(errorNumber(), ZKENOENT);
   }
   EXPECT_FALSE(name.exists());
   create(1);
-  const SemaphoreHandle other = systemCalls().sem_open(name.bytes().c_str(), 0, 0, 0);
+  const SemaphoreHandle other = systemCalls().sem_open(name.bytes().c_str(), SemaphoreFlags::none, 0, 0);
   EXPECT_NE(other, ZKSEM_FAILED);
   EXPECT_EQ(systemCalls().sem_close(other), 0);
 }
 
 TEST_F(POSIXSystemTest, DoesNotTakeOtherFlagsForTheFlagToCreate) {
   // The same two flags in Linux's own numbering.
-  EXPECT_EQ(systemCalls().sem_open(name.bytes().c_str(), 0100 | 0200, 0666, 1), ZKSEM_FAILED);
+  EXPECT_EQ(systemCalls().sem_open(name.bytes().c_str(), SemaphoreFlags{0100 | 0200}, 0666, 1), ZKSEM_FAILED);
   EXPECT_FALSE(name.exists());
 }
 

@@ -1,0 +1,71 @@
+// What applications in other languages cannot easily bring about; tests/acceptance/c_interface_test.py has the rest.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <limits>
+
+#include "host/ScriptedHost.h"
+#include "support/SemaphoreName.h"
+#include "system/ErrorNumbers.h"
+#include "zkupdater.h"
+
+namespace zk::test {
+namespace {
+
+TEST(CInterface, ReportsAPostThatFails) {
+  const SemaphoreName name;
+  zk_semaphore* semaphore = nullptr;
+  ASSERT_EQ(zk_semaphore_create(name.bytes().c_str(), 1, 0600, SEM_VALUE_MAX, &semaphore), 0);
+  EXPECT_EQ(zk_semaphore_post(semaphore), macOSErrorNumber(EOVERFLOW));
+  EXPECT_EQ(zk_semaphore_post_guarded(semaphore, "/"), ZKENOENT);
+  zk_semaphore_close(semaphore);
+}
+
+TEST(CInterface, LeavesRoomThatIsTooSmallForAVersionAlone) {
+  char text[ZK_VERSION_TEXT_SIZE] = "before";
+  zk_version_text(1, text, ZK_VERSION_TEXT_SIZE - 1);
+  EXPECT_STREQ(text, "before");
+  zk_version_text(std::numeric_limits<std::uint64_t>::max(), text, sizeof text);
+  EXPECT_STREQ(text, "50273.9.55 (1615)");
+}
+
+TEST(CInterface, ComparesVersions) {
+  EXPECT_EQ(zk_version_compare(1, 2), -1);
+  EXPECT_EQ(zk_version_compare(2, 2), 0);
+  EXPECT_EQ(zk_version_compare(2, 1), 1);
+}
+
+class TimeLimits : public testing::Test {
+ protected:
+  TimeLimits() { writeBundle(host.updates / "X.app"); }
+
+  zk_update* begin(double timeLimit) {
+    zk_update* update = nullptr;
+    EXPECT_EQ(zk_update_begin("/opt/zkupdater", host.updates.c_str(), 0, timeLimit, &update), 0);
+    return update;
+  }
+
+  ScriptedHost host;
+  System::Scope scope{host};
+};
+
+TEST_F(TimeLimits, OfNoTimeOrNoNumberHaveAlwaysPassed) {
+  for (const double timeLimit :
+       {0.0, -1.0, -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+    host.installer = {};
+    zk_update* const update = begin(timeLimit);
+    EXPECT_EQ(zk_update_wait(update), ZK_UPDATE_LATE) << timeLimit;
+    zk_update_free(update);
+  }
+}
+
+TEST_F(TimeLimits, MayBeEndless) {
+  zk_update* const update = begin(std::numeric_limits<double>::infinity());
+  EXPECT_EQ(zk_update_poll(update), ZK_UPDATE_WAITING);
+  zk_update_free(update);
+}
+
+}  // namespace
+}  // namespace zk::test
