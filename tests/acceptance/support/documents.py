@@ -12,7 +12,8 @@ class Listing(NamedTuple):
 
 
 def documents(checkout):
-    found = sorted([checkout / "README.md", *(checkout / "docs").iterdir()])
+    folder = checkout / "docs"
+    found = sorted([checkout / "README.md", *(path for path in folder.iterdir() if path.suffix in (".md", ".1"))])
     assert len(found) > 2
     return found
 
