@@ -2,6 +2,7 @@ import os
 
 import pytest
 
+from support.debian import BareSystem, make_packages
 from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: F401
 from support.traces import Trace, why_not_traced
 
@@ -17,3 +18,15 @@ def traced(scene, sanitizers, tmp_path):
     if reason:
         pytest.skip(reason)
     return lambda *options: Trace(tmp_path / f"trace-{len(os.listdir(tmp_path))}", *options)
+
+
+@pytest.fixture(scope="session")
+def packages(build, tmp_path_factory):
+    """The Debian packages of the build, by their names."""
+    return make_packages(build, tmp_path_factory.mktemp("packages"))
+
+
+@pytest.fixture(scope="session")
+def bare_system(tmp_path_factory):
+    """A Debian 12 with hardly anything installed."""
+    return BareSystem(tmp_path_factory.mktemp("bare"))

@@ -20,6 +20,7 @@ LISTINGS = {
     "README.md": ["sh", "sh", "cpp", "text", "xml", "text"],
     "embedding.md": ["cpp", "python", "cmake", "cpp", "sh", "text"],
     "file-formats.md": [],
+    "first-steps.md": ["sh", "console", "console", "console", "console", "console", "console"],
     "recovery.md": ["sh"],
     "security.md": [],
     "zkupdater.1": [],
