@@ -68,7 +68,8 @@ for C, and so for every language that can call C.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzkupdater-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${package_version}), zkupdater (= ${package_version})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+  "${library_package} (= ${package_version}), zkupdater (= ${package_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "files to develop applications that have themselves updated
 Headers for C and C++, the static library, an example, and what CMake and
 pkg-config need to find them.")

@@ -58,7 +58,8 @@ class Update:
     """
 
     def __init__(self, installer, folder):
-        self._made = _owned(self, _update_begin, _update_free, os.fsencode(installer), os.fsencode(folder), 0, TIME_LIMIT)
+        self._made = _owned(self, _update_begin, _update_free,
+                            os.fsencode(installer), os.fsencode(folder), 0, TIME_LIMIT)
 
     def poll(self):
         """Looks once what has become of the installer, and returns the state. Does not block."""

@@ -1,4 +1,5 @@
 import os
+import shutil
 
 import pytest
 
@@ -29,4 +30,8 @@ def packages(build, tmp_path_factory):
 @pytest.fixture(scope="session")
 def bare_system(tmp_path_factory):
     """A Debian 12 with hardly anything installed."""
-    return BareSystem(tmp_path_factory.mktemp("bare"))
+    folder = tmp_path_factory.mktemp("bare")
+    try:
+        yield BareSystem(folder)
+    finally:
+        shutil.rmtree(folder)

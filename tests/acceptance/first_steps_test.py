@@ -15,6 +15,7 @@ from support.semaphores import Semaphore
 
 pytestmark = pytest.mark.xdist_group("debian")
 
+NEEDED = ["zkupdater", "libzkupdater1", "libzkupdater-dev"]
 MARK = "=====typed====="
 
 
@@ -39,7 +40,7 @@ def assert_prints(output, steps):
 
 def test_the_transcript_works_with_what_is_in_the_packages(checkout, packages, scene):
     install, *steps = transcript(checkout)
-    assert install[0].startswith("apt-get install --yes ./libzkupdater1_*.deb ./libzkupdater-dev_*.deb ./zkupdater_*.deb")
+    assert set(re.findall(r"\./(\S+)_\*\.deb", install[0])) == set(NEEDED)
     mounts = PrivateMounts(scene)
     tree = scene.make_folder("installed")
     for package in packages.values():
@@ -49,12 +50,12 @@ def test_the_transcript_works_with_what_is_in_the_packages(checkout, packages, s
     home = scene.make_folder("home")
     for folder in ("first_steps/build", "first_steps"):
         scene.stack.callback(Semaphore(lock_of(home.resolve() / folder / "app/Hello")).unlink)
-    assert_prints(output_of(*mounts.enter, *TIED, "sh", "-ec", script_of(steps), cwd=home), steps)
+    assert_prints(output_of(*mounts.enter, *TIED, "sh", "-ec", script_of(steps), cwd=home, timeout=300), steps)
 
 
 @pytest.mark.full
 def test_the_transcript_works_on_a_bare_system(checkout, packages, bare_system):
-    for name in ("zkupdater", "libzkupdater1", "libzkupdater-dev"):
+    for name in NEEDED:
         shutil.copy2(packages[name].path, bare_system.folder / "root")
     steps = transcript(checkout)
     bare_system.run("apt-get update")
@@ -67,4 +68,4 @@ def test_the_transcript_works_on_a_bare_system(checkout, packages, bare_system):
 def test_the_commands_that_make_the_packages_are_those_that_the_tests_run(checkout):
     # The first two are the README's; debian_test.py runs all three.
     assert only(checkout / "docs/first-steps.md", "sh") == (
-        "cmake --preset release -DZK_TESTS=OFF && cmake --build build && cpack --preset release    # in build/packages\n")
+        "cmake --preset release -DZK_TESTS=OFF && cmake --build build && cpack --preset release  # in build/packages\n")

@@ -40,7 +40,8 @@ class Window:
         self.errors = scene.folder / "errors"
         with open(self.errors, "w") as errors:
             environment = {**os.environ, "DISPLAY": display.name, "LC_ALL": "C.UTF-8"}
-            self.process = scene.start([checkout / "examples/open_window", scene.folder], env=environment, stderr=errors)
+            command = [checkout / "examples/open_window", scene.folder]
+            self.process = scene.start(command, env=environment, stderr=errors)
         self.shown = display.titled("Hello 1.0 (1)")
         # The button is the lowest thing in the window. The pointer alone changes its look, so it is put there first.
         display.point_at(*max(display.leaves(self.shown), key=lambda centre: centre[1]))
