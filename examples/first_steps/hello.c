@@ -23,22 +23,22 @@ static zk_update_state start_installer(const char* folder) {
   return state;
 }
 
-/* What the installer starts works, so the old version may go. */
-static void accept_update(int count, char** arguments, const char* folder) {
+/* Whether the installer has started this process. If so, the new version works, and the old one may go. */
+static int follows_update(int count, char** arguments, const char* folder) {
   zk_outcome* outcome;
-  if (zk_outcome_read(count, (const char* const*)arguments, folder, &outcome) != 0) return;
+  if (zk_outcome_read(count, (const char* const*)arguments, folder, &outcome) != 0) return 0;
+  const int follows = zk_outcome_follows_update(outcome);
   if (zk_outcome_was_installed(outcome)) zk_outcome_accept(outcome);
   zk_outcome_free(outcome);
+  return follows;
 }
 
 int main(int count, char** arguments) {
   char folder[4096];
   if (!find_update_folder(folder, sizeof folder)) return 1;
   printf("This is version %d.\n", VERSION);
-  if (count > 1) {
-    accept_update(count, arguments, folder);
-    return 0;
-  }
+  if (follows_update(count, arguments, folder)) return 0;
+
   const zk_update_state state = start_installer(folder);
   puts(state == ZK_UPDATE_READY ? "The installer is ready. Good-bye." : zk_update_reason(state));
   return 0;
