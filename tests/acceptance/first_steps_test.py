@@ -50,7 +50,9 @@ def test_the_transcript_works_with_what_is_in_the_packages(checkout, packages, s
     home = scene.make_folder("home")
     for folder in ("first_steps/build", "first_steps"):
         scene.stack.callback(Semaphore(lock_of(home.resolve() / folder / "app/Hello")).unlink)
-    assert_prints(output_of(*mounts.enter, *TIED, "sh", "-ec", script_of(steps), cwd=home, timeout=300), steps)
+    script = f"cd {home}\n{script_of(steps)}"
+    assert_prints(output_of(*mounts.enter, *TIED, "sh", "-ec", script, timeout=300), steps)
+    assert (home / "first_steps").is_dir()
 
 
 @pytest.mark.full
