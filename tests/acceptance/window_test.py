@@ -33,7 +33,6 @@ class Window:
     """The application in version 1, with an update to version 2 and the pointer on its button."""
 
     def __init__(self, scene, display, checkout):
-        self.display = display
         self.bundle = scene.applications / "Hello.app"
         self.update_folder = scene.folder / "cache/com.example.hello/update"
         scene.stack.callback(Semaphore(lock_of(self.bundle.resolve())).unlink)
