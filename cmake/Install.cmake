@@ -1,6 +1,11 @@
 # What `cmake --install` puts into place: the executable, both libraries, the public headers, what CMake and pkg-config
-# need to find them, man pages, and the documents for those who use it.
+# need to find them, man pages, and the documents for those who use it. The components are those of the packages
+# (Packaging.cmake), which share the documents out themselves.
 
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_LIBRARY_ARCHITECTURE AND EXISTS /etc/debian_version)
+  # Under any prefix: Debian's loader, compilers and pkg-config look there below /usr/local, too.
+  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE STRING "Folder of the libraries, below the prefix")
+endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -26,8 +31,12 @@ set(ZK_PUBLIC_HEADERS
 )
 
 install(TARGETS zkupdater zkupdater_shared zkupdater_static EXPORT zkupdater
+  RUNTIME COMPONENT program
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT zkupdater NAMESPACE zk:: FILE zkupdaterTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
+install(EXPORT zkupdater NAMESPACE zk:: FILE zkupdaterTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater
+  COMPONENT development)
 
 # Side by side in one folder, the headers include each other without folders.
 list(TRANSFORM ZK_PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE headers)
@@ -41,18 +50,18 @@ install(CODE "
     file(WRITE \"\$ENV{DESTDIR}\${installed}\" \"\${text}\")
     list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${installed}\")
   endforeach()
-")
+" COMPONENT development)
 
 configure_package_config_file(cmake/zkupdaterConfig.cmake.in ${PROJECT_BINARY_DIR}/zkupdaterConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zkupdaterConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zkupdaterConfig.cmake ${PROJECT_BINARY_DIR}/zkupdaterConfigVersion.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater COMPONENT development)
 
 file(RELATIVE_PATH ZK_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zkupdater.pc.in ${PROJECT_BINARY_DIR}/zkupdater.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zkupdater.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(FILES docs/zkupdater.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES docs/zkupdater.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
+install(FILES ${PROJECT_BINARY_DIR}/zkupdater.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES docs/zkupdater.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+install(FILES docs/zkupdater.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT program)
 install(FILES docs/embedding.md docs/file-formats.md docs/protocol.svg docs/recovery.md docs/security.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documents)

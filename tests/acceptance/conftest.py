@@ -1,7 +1,9 @@
 import os
+import shutil
 
 import pytest
 
+from support.debian import BareSystem, make_packages
 from support.fixtures import (application, build, checkout, installer, prefix, sanitizers, scene,  # noqa: F401
                               shown)
 from support.traces import Trace, why_not_traced
@@ -18,3 +20,19 @@ def traced(scene, sanitizers, tmp_path):
     if reason:
         pytest.skip(reason)
     return lambda *options: Trace(tmp_path / f"trace-{len(os.listdir(tmp_path))}", *options)
+
+
+@pytest.fixture(scope="session")
+def packages(build, tmp_path_factory):
+    """The Debian packages of the build, by their names."""
+    return make_packages(build, tmp_path_factory.mktemp("packages"))
+
+
+@pytest.fixture(scope="session")
+def bare_system(tmp_path_factory):
+    """A Debian 12 with hardly anything installed."""
+    folder = tmp_path_factory.mktemp("bare")
+    try:
+        yield BareSystem(folder)
+    finally:
+        shutil.rmtree(folder)

@@ -28,11 +28,14 @@ from support.scene import RELAUNCH_ARGUMENTS
 # Documents all of whose listings a test of their own carries out.
 ELSEWHERE = {
     "CONTRIBUTING.md": "contributing_test.py",
+    "docs/first-steps.md": "first_steps_test.py",
 }
 
 # Commands that no test can run, or that would take too long. What can be said of them without running them is tested.
 NOT_RUN = {
     "apt-get install g++ cmake ninja-build": "only root may, and it changes the machine",
+    "examples/open_window FOLDER": "opens windows; window_test.py does it in a screen of its own",
+    "apt-get purge zkupdater libzkupdater1 libzkupdater-dev": "only root may; first_steps_test.py does it on a bare system",
     "sudo bench/install --chart docs/install-benchmark.svg": "takes hours",
     "sudo bench/install --on ext4 --recipes app": "takes minutes and wants root",
     "bench/install --rounds 3 --scale 0.1": "takes minutes",
