@@ -1,5 +1,6 @@
 """Disks that fill up, and limits, at each moment of a run."""
 
+import contextlib
 import os
 import shutil
 import subprocess
@@ -124,9 +125,11 @@ def test_a_disk_that_may_not_be_written(disks, checkout):
 def fill(mount, kilobytes):
     """Leaves so much room for contents. Returns the file that takes the rest."""
     ballast = mount / "ballast"
-    with open(ballast, "wb") as file:
-        state = os.statvfs(mount)
-        os.posix_fallocate(file.fileno(), 0, max(1, state.f_bfree * state.f_frsize - (kilobytes << 10)))
+    with open(ballast, "wb", buffering=0) as file, contextlib.suppress(OSError):
+        while True:
+            file.write(bytes(1 << 20))
+    os.sync()
+    os.truncate(ballast, max(0, ballast.stat().st_size - (kilobytes << 10)))
     os.sync()
     return ballast
 

@@ -64,10 +64,10 @@ def children():
 
 
 def program_of(pid):
-    """The name of the file that a process runs, or nothing if it has ended."""
+    """The name of the file that a process runs, or nothing if it has ended or is hidden from this user."""
     try:
         return os.path.basename(os.readlink(f"/proc/{pid}/exe"))
-    except (FileNotFoundError, ProcessLookupError):
+    except (FileNotFoundError, ProcessLookupError, PermissionError):
         return None
 
 
