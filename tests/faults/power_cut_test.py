@@ -1,5 +1,5 @@
-"""The power is cut at hundreds of moments of a run. Whatever had reached the drive by then, the old version is whole, in
-its place or in the backup, or the new one is in its place; and after status 0 both are."""
+"""The power is cut at hundreds of moments of a run. Whatever had reached the drive by then, the old version is whole,
+in its place or in the backup, or the new one is in its place; and after status 0 both are."""
 
 import collections
 import contextlib
@@ -17,12 +17,14 @@ from support.scene import Scene
 
 DRIVES = {"a drive that keeps what it has completed": False, "a drive that loses what was not flushed": True}
 
+MOST_OF_A_RUN = 400  # moments; looking at one takes much longer than keeping it
+
 # A run takes a hundredth of a second. This way each of its system calls takes so many microseconds more.
 SLOWLY = ["strace", "-D", "-f", "-qq", "-o", "/dev/null", "-e", "inject=all:delay_exit=300"]
 
-# Where a copy shares the blocks of the old version, there are no contents that could be lost: all that happens is in
-# the journal or the transactions, which keep the order of the installer's calls. A run without a single sync then loses
-# its last steps, and nothing else. Contents of its own, which are written late, make it matter that they are waited for.
+# Btrfs shares the blocks of the old version, which are on the disk: a copy is then nothing but changes of the tree, and
+# a transaction has all that happened before it. Without a single sync such a run only loses its last steps. (On ext4,
+# which shares nothing, both versions were lost.) Contents of a copy's own are written late: then waiting matters.
 WITHOUT_SHARING = ["-e", "inject=ioctl:error=EOPNOTSUPP", "-e", "inject=copy_file_range:error=EXDEV"]
 WITHOUT_SYNCS = ["-e", "inject=syncfs,fsync,fdatasync,sync_file_range:retval=0"]
 
@@ -110,12 +112,12 @@ def cut(installer, application, disk, monkeypatch, options):
 @pytest.fixture
 def faults_of_moments(installer, application, disk, monkeypatch):
     def find(count, step=1, options=()):
-        """The faults of so many moments at least, and of each `step`th of a run."""
+        """The faults of so many moments at least, and of each `step`th of a run; of a slow run, of fewer."""
         adopt_orphans()
         found = []
         while len(found) < count:
             faults_at = cut(installer, application, disk, monkeypatch, options)
-            found += [faults_at(moment) for moment in disk.moments[::-step]]
+            found += [faults_at(moment) for moment in disk.moments[:: -max(step, len(disk.moments) // MOST_OF_A_RUN)]]
             disk.forget_moments()
         return found
 
