@@ -7,7 +7,7 @@ import shutil
 import pytest
 
 from support.installer import INSTALLED
-from support.processes import an_unused_pid, eventually, stays
+from support.processes import an_unused_pid, eventually, program_of, stays
 
 
 def written(content):
@@ -117,6 +117,28 @@ def test_a_record_in_any_form_shows_whether_the_holder_lives(scene, form):
     scene.end_target()
     holder.kill()
     assert run.outcome() == INSTALLED
+
+
+def test_a_process_that_a_record_names_is_left_alone(scene):
+    named = scene.start(["/usr/bin/sleep", "infinity"])
+    scene.update_semaphore.create(taken=True)
+    scene.record_path().write_bytes(plistlib.dumps({"pid": named.pid, "executablePath": "/another/program"}))
+    assert scene.install() == INSTALLED
+    assert named.poll() is None
+    assert program_of(named.pid) == "sleep"
+
+
+def test_a_path_in_a_record_is_only_compared(scene, traced):
+    path = scene.folder / "named by the record"
+    path.write_text("#!/bin/sh\n")
+    named = scene.start(["/usr/bin/sleep", "infinity"])
+    scene.update_semaphore.create(taken=True)
+    scene.record_path().write_bytes(plistlib.dumps({"pid": named.pid, "executablePath": str(path)}))
+    trace = traced()
+    assert scene.install(wrapper=trace.command) == INSTALLED
+    calls = trace.calls()
+    assert any(call.name == "read" and path.name in call.arguments for call in calls), "the record was read"
+    assert [call for call in calls if call.name != "read" and path.name in call.arguments] == []
 
 
 def test_an_installer_whose_own_path_is_not_valid_text_does_its_work(scene):

@@ -69,6 +69,13 @@ def test_it_is_started_as_its_user_after_a_failed_update_too(scene, session):
     assert report.version == "1"
 
 
+def test_the_umask_is_the_installers(scene, session):
+    start_target_of_the_user(scene, session)
+    assert scene.install(wrapper=["sh", "-c", 'umask 027; exec "$0" "$@"']) == INSTALLED
+    (report,) = scene.launched()
+    assert report.status("Umask") == "0027"
+
+
 def test_an_installer_inside_the_bundle_does_not_start_it_as_root(scene, session):
     installer = scene.target.executable.parent / "zkupdater"
     installer.write_bytes(scene.installer.read_bytes())

@@ -1,62 +1,29 @@
-"""Whole runs under memcheck: no access to memory that is not the installer's, no use of a value that was never set, no
-leak."""
+"""What runs of the acceptance tests under memcheck would find."""
 
-import shutil
+import subprocess
 
 import pytest
 
-from support.bundles import add_socket
-from support.installer import INSTALLED, failed_with
-from support.processes import eventually
+from support import memcheck
 
-LIMIT = 300.0  # seconds; everything is slow under it
-FOUND_SOMETHING = 99
-MEMCHECK = ["valgrind", f"--error-exitcode={FOUND_SOMETHING}", "--leak-check=full",
-            "--errors-for-leak-kinds=definite,indirect", "--track-origins=yes"]
-
-pytestmark = pytest.mark.full
+PROGRAMS = {
+    "nothing": ("return 0;", 0),
+    "a leak": ("volatile char* lost = malloc(10); lost = 0; return 0;", 1),
+    "a value that was never set": ("volatile int* x = malloc(8); int is = *x; free((void*)x); return is == 3;", 1),
+    "memory that is not its own": ("volatile char* end = malloc(8); end[8] = 1; free((void*)end); return 0;", 1),
+}
 
 
-@pytest.fixture
-def memcheck(scene, sanitizers):
-    """Runs the installer under memcheck to its end."""
-    if shutil.which("valgrind") is None:
-        pytest.skip("needs valgrind")
-    if sanitizers:
-        pytest.skip("runs with no other sanitizer")
-
-    def run(is_ready, **changes):
-        report = scene.folder / "memcheck"
-        run = scene.begin_plainly(scene.settings(**changes), wrapper=[*MEMCHECK, f"--log-file={report}"])
-        eventually(lambda: is_ready() or run.has_ended(), "the installer waits for the target", LIMIT)
-        scene.end_target()
-        outcome = run.outcome(LIMIT)
-        assert outcome.status != FOUND_SOMETHING, report.read_text()
-        return outcome
-
-    return run
-
-
-def test_an_update(scene, memcheck):
-    update = scene.update.tree()
-    assert memcheck(scene.record_path().exists) == INSTALLED
-    assert scene.target.tree() == update
-
-
-def test_a_failed_swap(scene, memcheck):
-    add_socket(scene.update.resources)
-    assert memcheck(scene.record_path().exists) == failed_with(
-        "Copy update to target failed. Performing rollback.", "Unable to relaunch target application."
-    )
-
-
-def test_a_lock_that_is_taken_over_from_a_dead_holder(scene, memcheck):
-    dead = scene.begin(installerSemaphore=None)
-    record = scene.record_path().read_bytes()
-    dead.end()
-    assert memcheck(lambda: scene.record_path().exists() and scene.record_path().read_bytes() != record) == INSTALLED
-    assert scene.is_nothing_held()
-
-
-def test_settings_that_are_missing(scene, memcheck):
-    assert memcheck(lambda: False, updatePath=None).status == 1
+@pytest.mark.parametrize("body, count", PROGRAMS.values(), ids=PROGRAMS)
+def test_it_finds(body, count, tmp_path, sanitizers):
+    if reason := memcheck.missing(sanitizers):
+        pytest.skip(reason)
+    program = tmp_path / "program"
+    subprocess.run(["gcc", "-x", "c", "-O0", "-o", program, "-"], check=True, text=True,
+                   input=f"#include <stdlib.h>\nint main(void) {{ {body} }}\n")
+    reports = tmp_path / "reports"
+    reports.mkdir()
+    checked = memcheck.Memcheck(reports)
+    status = subprocess.run([*checked.command, program], check=False).returncode
+    assert status == (memcheck.FOUND_SOMETHING if count else 0)
+    assert (checked.count(), len(checked.findings())) == (1, count)

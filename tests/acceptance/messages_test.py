@@ -108,6 +108,7 @@ def test_an_installer_semaphore_that_only_another_user_may_use(scene):
     assert_old_version_is_started_again(scene)
 
 
+@pytest.mark.without_memcheck("waits of its own would be interrupted")
 def test_a_wait_for_the_installer_semaphore_that_is_interrupted(scene):
     scene.installer_semaphore.create(taken=True)
     outcome = scene.install(wrapper=[*REFUSE_CALL, "futex", "EINTR"])

@@ -74,3 +74,9 @@ def test_progress_is_read_from_either_runner(run_tests):
 def test_running_a_command_returns_its_status_and_output(run_tests, capfd):
     assert run_tests.run("a command", [sys.executable, "-c", "print('told'); raise SystemExit(3)"]) == (3, "told\n")
     assert "a command: " in capfd.readouterr().out
+
+
+def test_the_table_of_points_is_found_whole(run_tests):
+    table = "matrix  tried  failed\na_test      5       0\n"
+    assert run_tests.points_in(f"ok\n==== points ====\n{table}==== 1 passed ====\n") == table
+    assert run_tests.points_in("==== 1 passed ====\n") == ""

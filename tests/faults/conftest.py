@@ -54,19 +54,26 @@ def try_all(record_property):
 
 
 def pytest_terminal_summary(terminalreporter):
-    """One table: points tried and points failed, a line for each matrix."""
+    """One table: points tried and points failed, a line for each matrix. After it a line for each measurement."""
     totals = {}
+    measured = []
     for reports in terminalreporter.stats.values():
         for report in reports:
             properties = dict(getattr(report, "user_properties", ()))
-            if getattr(report, "when", None) == "call" and "tried" in properties:
+            if getattr(report, "when", None) != "call":
+                continue
+            if "measured" in properties:
+                measured.append(properties["measured"])
+            if "tried" in properties:
                 name = report.nodeid.rpartition("/")[2].partition("[")[0]
                 tried, failed = totals.get(name, (0, 0))
                 totals[name] = (tried + properties["tried"], failed + properties["failed"])
-    if not totals:
+    if not totals and not measured:
         return
     terminalreporter.section("points")
-    width = max(map(len, totals))
+    width = max(map(len, ["matrix", *totals]))
     terminalreporter.write_line(f"{'matrix':{width}}  {'tried':>6}  {'failed':>6}")
     for name, (tried, failed) in sorted(totals.items()):
         terminalreporter.write_line(f"{name:{width}}  {tried:6}  {failed:6}")
+    for line in measured:
+        terminalreporter.write_line(line)

@@ -1,13 +1,16 @@
 """Disks that fill up, and limits, at each moment of a run."""
 
+import contextlib
 import os
 import shutil
 import subprocess
+import tempfile
 
 import pytest
 
 from injection.verdict import check_locks, check_next_run, check_outcome, check_poor_run
 from injection.world import snapshot
+from power.disk import MAKE, Disk, keep_mounts_private, missing
 from support.bundles import Bundle
 from support.installer import INSTALLED, failed_with
 from support.namespaces import PrivateMounts
@@ -114,6 +117,56 @@ def test_a_disk_without_room_for_the_new_version(disks, checkout, try_all):
 def test_a_disk_that_may_not_be_written(disks, checkout):
     result = disks.check_run(checkout, kilobytes=10 * disks.kilobytes, is_read_only=True)
     assert result.outcome == failed_with("Unable to create temporary directory.")
+
+
+# Full disks of other kinds
+
+
+def fill(mount, kilobytes):
+    """Leaves so much room for contents. Returns the file that takes the rest."""
+    ballast = mount / "ballast"
+    with open(ballast, "wb", buffering=0) as file, contextlib.suppress(OSError):
+        while True:
+            file.write(bytes(1 << 20))
+    os.sync()
+    os.truncate(ballast, max(0, ballast.stat().st_size - (kilobytes << 10)))
+    os.sync()
+    return ballast
+
+
+def check_full_disk(world, checkout, disk, template, kilobytes):
+    """A run with so much room on a disk, then one with more. Hands back what the first came to."""
+    with disk.at() as mount:
+        world.applications = mount / "Applications"
+        shutil.rmtree(world.applications, ignore_errors=True)
+        subprocess.run(["cp", "-a", template, world.applications], check=True)
+        world.target = Bundle(world.applications / "Editor.app")
+        world.old = snapshot(world.target.path)
+        ballast = fill(mount, kilobytes)
+        result = world.run()
+        ballast.unlink()
+        check_outcome(world, result)
+        check_next_run(world, checkout)
+        for process in world.processes:  # the new version runs from the disk
+            process.wait()
+        return result.outcome
+
+
+@pytest.mark.full
+@pytest.mark.parametrize("kind", MAKE)
+def test_a_full_disk_of_every_kind(kit, checkout, try_all, kind):
+    """Where blocks are shared, a backup takes hardly any room; then it is the new version that finds none."""
+    if reason := missing():
+        pytest.skip(reason)
+    keep_mounts_private()
+    with kit.world() as world, tempfile.TemporaryDirectory(prefix="zk-limits-", dir="/dev/shm") as folder:
+        disk = Disk(folder, kind, is_forgetful=False)
+        template = world.applications.rename(world.folder / "template")
+        found = []
+        try_all([0, 8, 40, 80, 160, 320, 1000, 20_000],
+                lambda room: found.append(check_full_disk(world, checkout, disk, template, room)))
+        assert INSTALLED in found
+        assert any(outcome.status == 1 for outcome in found)
 
 
 # The limits of a process

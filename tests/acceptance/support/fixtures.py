@@ -11,6 +11,7 @@ from pathlib import Path
 import pytest
 
 from support.documents import listings_by_name
+from support.memcheck import Memcheck
 from support.processes import adopt_orphans
 from support.scene import Scene
 
@@ -76,10 +77,16 @@ def shown(request, checkout):
 
 
 @pytest.fixture
-def scene(installer, application):
+def scene(request, installer, application):
     adopt_orphans()
     scene = Scene(installer, application)
     try:
+        if request.config.getoption("--memcheck", default=False):
+            scene.memcheck = Memcheck(scene.make_folder("memcheck"))
         yield scene
+        if scene.memcheck:
+            findings = scene.memcheck.findings()
+            request.node.user_properties += [("checked", scene.memcheck.count()), ("faulty", len(findings))]
+            assert not findings, "\n".join(findings)
     finally:
         scene.close()

@@ -1,16 +1,21 @@
 """A run of the installer, and what it logged."""
 
+import os
 import re
 import subprocess
 import time
 from typing import NamedTuple
 
-from support.processes import LIMIT, eventually, is_asleep, program_of
+from support import processes
+from support.processes import eventually, is_asleep, program_of
 
 LINE = re.compile(
     r"(?P<time>\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (?P<program>\S+)\[(?P<process>\d+):(?P<thread>\d+)\] "
     r"\[ZKUpdater \((?P<object>0x[0-9a-f]+)\)\](?: (?P<category>[^ :]+):)? (?P<message>.*)"
 )
+
+# What a process that runs the installer executes.
+PROGRAMS = ("zkupdater", f"memcheck-{'amd64' if os.uname().machine == 'x86_64' else 'arm64'}-linux")
 
 BEGIN = "Begin installation"
 END = "End installation"
@@ -69,14 +74,14 @@ class Run:
         def is_waiting():
             nonlocal asleep
             # A single look may find it asleep for a moment only, waiting for a page or for its turn.
-            asleep = asleep + 1 if program_of(self.pid) == "zkupdater" and is_asleep(self.pid) else 0
+            asleep = asleep + 1 if program_of(self.pid) in PROGRAMS and is_asleep(self.pid) else 0
             return self.has_ended() or asleep > 10
 
         eventually(is_waiting, "the installer waits or has ended")
         return self
 
-    def status(self, limit=LIMIT):
-        return self.process.wait(limit)
+    def status(self, limit=None):
+        return self.process.wait(limit or processes.LIMIT)
 
     def lines(self):
         """The lines of its log, split into their parts. Every line must have the same form."""
@@ -92,7 +97,7 @@ class Run:
             for line in self.lines()
         ]
 
-    def outcome(self, limit=LIMIT):
+    def outcome(self, limit=None):
         status = self.status(limit)
         assert self.output_path.read_bytes() == b"", "the installer has written to its standard output"
         return Outcome(status, self.messages())

@@ -63,6 +63,7 @@ class Scene:
         self.processes = []
         self.running = None  # the process of the target
         self.user = None  # the user that the installer runs as, if not the tests' own
+        self.memcheck = None  # checks every installer, if set
         self.prefix = []  # a command that starts the target and the installer in another environment
         with contextlib.ExitStack() as self.stack:
             self._prepare()
@@ -156,8 +157,9 @@ class Scene:
 
     def begin_plainly(self, arguments, wrapper=(), installer=None, **options):
         """Starts an installer with exactly these arguments. A wrapper is a command that starts it."""
+        checker = self.memcheck.command if self.memcheck else []
         run = Run(
-            [*self.prefix, *TIED, *wrapper, installer or self.installer, *arguments],
+            [*self.prefix, *TIED, *wrapper, *checker, installer or self.installer, *arguments],
             self.make_folder(f"run-{next(_numbers)}"),
             env={**os.environ, "ZK_REPORTS": str(self.reports)},
             **self._as_user(self.user),
