@@ -23,6 +23,10 @@ def built(checkout, processor):
     return lambda name: mach_o.read(folder / name)
 
 
+def test_the_installer_calls_what_only_macos_has(built):
+    assert {"_dlopen", "_posix_spawn"} <= built("zkupdater").imported
+
+
 @pytest.mark.parametrize("name, kind", [("zkupdater", "executable"), ("c/libzkupdater.dylib", "library")])
 def test_macos_13_loads_it_with_nothing_but_the_systems_libraries(built, processor, name, kind):
     file = built(name)

@@ -21,7 +21,7 @@ _SIGNATURE = 0x1D
 _SYSTEM = 0x32
 
 _SYMBOL = struct.Struct("<IBBHQ")
-_KIND_OF_SYMBOL = 0x0E
+_KIND_OF_SYMBOL = 0xEE  # with the bits that only a debugger's symbols have
 _UNDEFINED = 0
 
 

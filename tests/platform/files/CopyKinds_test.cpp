@@ -179,7 +179,7 @@ class MessyTree {
     fs::create_directories(top);
     for (int count = 0; count < 100; ++count) addItem("item" + std::to_string(count));
     for (auto path = folders_.rbegin(); path != folders_.rend(); ++path) {
-      setMode(*path, 0700 | pick(0100) | (pick(4) << 10));
+      setMode(*path, static_cast<mode_t>(0700 | pick(0100) | (pick(4) << 10)));
       setTimes(*path, anyTime(), anyTime());
     }
   }
@@ -202,7 +202,7 @@ class MessyTree {
         break;
       case 2:
         ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-        setMode(path, pick(01000));
+        setMode(path, static_cast<mode_t>(pick(01000)));
         break;
       case 3:
         if (!files_.empty()) {
@@ -226,7 +226,7 @@ class MessyTree {
     if (::geteuid() == 0 && pick(4) == 0) {
       EXPECT_EQ(::chown(path.c_str(), pick(5000), pick(5000)), 0);
     }
-    setMode(path, pick(010000) | readable());
+    setMode(path, static_cast<mode_t>(pick(010000) | readable()));
     files_.push_back(path);
   }
 

@@ -104,7 +104,8 @@ TEST(NSTask, EndsTheProgramWithAllThatItHasStarted) {
   const Ref<NSTask> task = launched(kShell, {"-c", "{ echo; sleep 60; } > \"$0\" & wait", folder / "fifo"});
   ASSERT_TRUE(task);
   char byte;
-  waitUntil([&] { return ::read(fifo.get(), &byte, 1) == 1; });
+  bool hasStarted = false;
+  waitUntil([&] { return hasStarted = hasStarted || ::read(fifo.get(), &byte, 1) == 1; });
   task->kill();
   EXPECT_FALSE(task->isRunning());
   EXPECT_EQ(task->terminationStatus(), 128 + SIGKILL);
