@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <barrier>
 #include <cerrno>
 #include <functional>
 #include <thread>
@@ -42,14 +43,18 @@ TEST_F(WaitBriefly, TakesAFreeSemaphoreAtOnce) {
 }
 
 TEST_F(WaitBriefly, FailsWhenTheTimeIsUp) {
-  timespec before;
-  timespec after;
-  ::clock_gettime(CLOCK_MONOTONIC, &before);
-  errno = 0;
-  EXPECT_EQ(waitBriefly(semaphore, kShortTime), -1);
-  EXPECT_EQ(errno, ETIMEDOUT);
-  ::clock_gettime(CLOCK_MONOTONIC, &after);
-  EXPECT_GE((after.tv_sec - before.tv_sec) * 1'000'000'000 + after.tv_nsec - before.tv_nsec, kShortTime);
+  EXPECT_EQ(statusInChild([this] {
+              ::alarm(kLongestTime);
+              timespec before;
+              timespec after;
+              ::clock_gettime(CLOCK_MONOTONIC, &before);
+              errno = 0;
+              EXPECT_EQ(waitBriefly(semaphore, kShortTime), -1);
+              EXPECT_EQ(errno, ETIMEDOUT);
+              ::clock_gettime(CLOCK_MONOTONIC, &after);
+              EXPECT_GE((after.tv_sec - before.tv_sec) * 1'000'000'000 + after.tv_nsec - before.tv_nsec, kShortTime);
+            }),
+            0);
 }
 
 TEST_F(WaitBriefly, TakesASemaphoreThatIsReleasedMeanwhile) {
@@ -131,9 +136,11 @@ TEST(DiscardPending, DoesNotWaitIfNothingIsPending) {
 
 TEST(DiscardPending, DoesNotWaitIfAnotherThreadIsFaster) {
   EXPECT_EQ(statusWithBlocked([] {
-              const auto discard = [] {
-                for (int count = 0; count < 2000; ++count) {
-                  ::kill(::getpid(), SIGPIPE);
+              // Both threads see the one signal of each round, and one of them takes it.
+              std::barrier start(2, []() noexcept { ::kill(::getpid(), SIGPIPE); });
+              const auto discard = [&start] {
+                for (int round = 0; round < 5000; ++round) {
+                  start.arrive_and_wait();
                   discardPending(signalSet({SIGPIPE}));
                 }
               };

@@ -53,7 +53,9 @@ TEST(Spawn, PutsTheStandardStreamsOnTheNullDevice) {
 
 TEST(Spawn, GivesTheProgramDefaultSignals) {
   EXPECT_EQ(statusInChild([] {
-              for (const int number : {SIGHUP, SIGPIPE, SIGTERM, SIGUSR1}) ::signal(number, SIG_IGN);
+              for (const int number : {SIGHUP, SIGPIPE, SIGTERM, SIGUSR1}) {
+                EXPECT_NE(::signal(number, SIG_IGN), SIG_ERR);
+              }
               sigset_t all;
               sigfillset(&all);
               ::pthread_sigmask(SIG_SETMASK, &all, nullptr);

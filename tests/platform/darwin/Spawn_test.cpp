@@ -14,6 +14,7 @@
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
+// NOLINTNEXTLINE(readability-redundant-declaration): macOS does not declare it.
 extern "C" char** environ;
 
 namespace zk::test {
@@ -77,7 +78,7 @@ TEST(SpawnTask, HasItsErrorOutputAndItsStatusRead) {
 }
 
 TEST(SpawnTask, CanBeKilledWithAllThatItHasStarted) {
-  const Ref<NSTask> task = spawnTask(kShell, {"-c", "sleep 600 & sleep 600"}, environ);
+  const Ref<NSTask> task = spawnTask(kShell, {"-c", "sleep 60 & sleep 60"}, environ);
   ASSERT_TRUE(task);
   EXPECT_TRUE(task->isRunning());
   task->kill();
