@@ -19,5 +19,9 @@ set(CMAKE_INSTALL_NAME_TOOL ":")
 set(CMAKE_INSTALL_NAME_DIR "@rpath")
 set(CMAKE_BUILD_WITH_INSTALL_NAME_DIR ON)
 
+# This linker takes an option and its value only together.
+set(CMAKE_CXX_LINK_LIBRARY_USING_WHOLE_ARCHIVE "-Wl,-force_load,<LIBRARY>")
+set(CMAKE_CXX_LINK_LIBRARY_USING_WHOLE_ARCHIVE_SUPPORTED TRUE)
+
 # This compiler makes none.
 set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)

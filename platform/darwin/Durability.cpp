@@ -17,7 +17,7 @@ SystemError port::waitUntilOnDrive(int item) {
   return isUnsupported(error) || error.is(EINVAL, ENOTTY) ? waitUntilAtDrive(item) : error;
 }
 
-// No call here waits for a whole volume and also reports an error: fsync_volume_np() drops it.
+// No call is documented to wait for a whole volume and to report write errors.
 bool port::isTrusted(int /*folder*/) { return false; }
 SystemError port::syncFileSystem(int /*folder*/) { return SystemError(ENOTSUP); }
 

@@ -53,11 +53,11 @@ Object selectorNamed(const char* name) {
 
 void* openPool() {
   current->pools.emplace_back();
-  return reinterpret_cast<void*>(current->pools.size());
+  return &current->pools.back();
 }
 
 void closePool(void* pool) {
-  EXPECT_EQ(pool, reinterpret_cast<void*>(current->pools.size()));
+  EXPECT_EQ(pool, &current->pools.back());
   for (const Object object : current->pools.back()) current->foundation.functions.CFRelease(object);
   current->pools.pop_back();
 }

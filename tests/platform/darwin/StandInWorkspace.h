@@ -1,5 +1,6 @@
 #pragma once
 
+#include <list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +40,7 @@ class StandInWorkspace {
 
   StandInFoundation& foundation;
   /// The objects that each open pool releases at its end.
-  std::vector<std::vector<darwin::Object>> pools;
+  std::list<std::vector<darwin::Object>> pools;
   const darwin::Object argumentsKey;
 };
 
