@@ -8,6 +8,7 @@ import time
 
 import pytest
 
+from support import processes
 from support.installer import INSTALLED, seconds_since
 from support.processes import an_unused_pid, eventually, stays
 
@@ -39,7 +40,7 @@ def assert_taken_over_at_once(scene):
     assert scene.update_semaphore.identity() != identity, "a new semaphore has replaced the old one"
     scene.end_target()
     assert run.outcome() == INSTALLED
-    assert seconds_since(start) < AT_ONCE
+    assert seconds_since(start) < AT_ONCE * processes.slowness
     assert scene.is_nothing_held()
 
 
@@ -119,7 +120,7 @@ def test_the_lock_is_taken_over_at_once_when_its_holder_dies(scene, holder):
     start = time.monotonic()
     holder.kill()
     assert run.outcome() == INSTALLED
-    assert seconds_since(start) < AT_ONCE
+    assert seconds_since(start) < AT_ONCE * processes.slowness
     assert scene.is_nothing_held()
 
 
@@ -134,6 +135,7 @@ def let_finish(first, second, target):
     assert second.outcome() == INSTALLED
 
 
+@pytest.mark.without_memcheck("another installer sees valgrind's program in the place of the holder's")
 def test_a_second_installer_waits_for_the_first_to_finish(scene):
     other = scene.start([scene.target.executable, "stay"])
     first = scene.begin(pid=other.pid)
@@ -147,6 +149,7 @@ def test_a_second_installer_waits_for_the_first_to_finish(scene):
     assert sorted(report.version for report in scene.launched()) == ["2", "2"]
 
 
+@pytest.mark.without_memcheck("another installer sees valgrind's program in the place of the holder's")
 def test_a_suspended_installer_is_alive(scene):
     other = scene.start([scene.target.executable, "stay"])
     first = scene.begin(pid=other.pid)

@@ -3,6 +3,8 @@
 import plistlib
 import shutil
 
+import pytest
+
 from support.bundles import tree
 from support.installer import INSTALLED
 from support.processes import stays
@@ -32,6 +34,7 @@ def test_an_installer_that_is_missing_in_the_update_finishes_its_work(scene):
     assert [report.version for report in scene.launched()] == ["2"]
 
 
+@pytest.mark.without_memcheck("another installer sees valgrind's program in the place of the holder's")
 def test_an_installer_whose_bundle_was_replaced_still_counts_as_alive(scene):
     """Another installer of the same update waits for it, even though the bundle around it is a new one."""
     helper = put_installer_into(scene, scene.target)

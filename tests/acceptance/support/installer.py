@@ -7,7 +7,7 @@ import time
 from typing import NamedTuple
 
 from support import processes
-from support.processes import eventually, is_asleep, program_of
+from support.processes import LIMIT, eventually, is_asleep, program_of
 
 LINE = re.compile(
     r"(?P<time>\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (?P<program>\S+)\[(?P<process>\d+):(?P<thread>\d+)\] "
@@ -80,8 +80,8 @@ class Run:
         eventually(is_waiting, "the installer waits or has ended")
         return self
 
-    def status(self, limit=None):
-        return self.process.wait(limit or processes.LIMIT)
+    def status(self, limit=LIMIT):
+        return self.process.wait(limit * processes.slowness)
 
     def lines(self):
         """The lines of its log, split into their parts. Every line must have the same form."""
@@ -97,7 +97,7 @@ class Run:
             for line in self.lines()
         ]
 
-    def outcome(self, limit=None):
+    def outcome(self, limit=LIMIT):
         status = self.status(limit)
         assert self.output_path.read_bytes() == b"", "the installer has written to its standard output"
         return Outcome(status, self.messages())
