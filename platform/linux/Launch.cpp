@@ -63,11 +63,13 @@ struct Program {
   // A program whose start could not be reported would run all the same, and its starter would wait for its end.
   if (report != kReportDescriptor && ::dup2(report, kReportDescriptor) < 0) ::_exit(127);
   if (program.standardError >= 0 && ::dup2(program.standardError, STDERR_FILENO) < 0) ::_exit(127);
-  ::closefrom(kReportDescriptor + 1);
   ::fcntl(kReportDescriptor, F_SETFD, FD_CLOEXEC);
 
   ::setsid();
   if (openStandardStreams(program.standardError >= 0) && ::chdir("/") == 0) {
+    // If neither the kernel nor /proc helps here, the C library ends this process with a message on standard error,
+    // which must not be the installer's log any more.
+    ::closefrom(kReportDescriptor + 1);
     resetSignals();
     if ((program.owner == nullptr || becomeUser(*program.owner)) && tell(kReportDescriptor)) {
       ::execve(program.path, program.arguments, program.environment);

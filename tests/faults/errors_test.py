@@ -105,7 +105,16 @@ def try_alternative(kit, checkout, try_all, refused, failures):
 @pytest.mark.parametrize("refused", ALTERNATIVES, ids="-".join)
 def test_some_calls_of_another_way_fail(kit, checkout, try_all, refused):
     failures = failures_of_alternative(kit, refused)
-    try_alternative(kit, checkout, try_all, refused, sample(failures, lambda failure: failure.call.name, 6))
+    chosen = sample(failures, lambda failure: (failure.call.process, failure.call.name), 6)
+    try_alternative(kit, checkout, try_all, refused, chosen)
+
+
+def test_a_new_process_that_cannot_find_out_its_descriptors_writes_nothing_into_the_log(kit, checkout, try_all):
+    """The C library ends it with a message on standard error."""
+    refused = ("close_range", "ENOSYS")
+    failures = [failure for failure in failures_of_alternative(kit, refused)
+                if failure.call.process == 1 and failure.call.path.startswith("/proc/self/fd")]
+    try_alternative(kit, checkout, try_all, refused, failures)
 
 
 @pytest.mark.full
