@@ -61,6 +61,7 @@ def test_a_closed_standard_error_costs_only_the_lines(scene):
     assert_installs(scene, wrapper=["sh", "-c", 'exec "$0" "$@" 2>&-'])
 
 
+@pytest.mark.without_memcheck("its report would take the place of a standard stream")
 def test_closed_standard_streams_never_lead_to_a_file_being_copied(scene):
     run = scene.begin(wrapper=["sh", "-c", 'exec "$0" "$@" <&- >&- 2>&-'])
     assert [os.readlink(f"/proc/{run.pid}/fd/{stream}") for stream in range(3)] == ["/dev/null"] * 3
@@ -123,6 +124,7 @@ def test_a_full_device_costs_only_the_lines(scene):
         assert_installs(scene, stderr=full)
 
 
+@pytest.mark.without_memcheck("its report could not grow either")
 def test_a_log_file_that_may_not_grow_costs_only_the_lines(scene):
     run = scene.begin(wrapper=["sh", "-c", 'ulimit -f 0; exec "$0" "$@"'], updatePath=scene.folder / "nowhere")
     scene.end_target()
