@@ -194,6 +194,7 @@ def test_the_record_of_a_waiting_installer_is_a_binary_property_list_that_descri
     assert plistlib.loads(converted) == record, "another reader sees the same"
 
 
+@pytest.mark.without_memcheck("the record names valgrind's program")
 def test_the_record_of_an_installer_in_a_bundle_names_that_bundle(scene):
     helper = scene.target.resources / "zkupdater"
     shutil.copy2(scene.installer, helper)

@@ -81,6 +81,7 @@ def test_a_failed_creation_touches_nothing(scene, cause, message):
     assert scene.backups() == []
 
 
+@pytest.mark.without_memcheck("valgrind needs a current folder")
 def test_a_relative_update_path_is_invalid_if_the_current_folder_is_gone(scene):
     gone = scene.make_folder("gone")
     wrapper = ["sh", "-c", 'rmdir "$PWD"; exec "$0" "$@"']
