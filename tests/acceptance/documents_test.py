@@ -95,9 +95,9 @@ def test_what_is_not_run_is_in_a_document(checkout):
 
 def test_the_debian_packages_of_commands_exist(checkout):
     texts = [*listings_by_name(checkout).values(), *(path.read_text() for path in documents(checkout))]
-    installing = re.compile(r"\bapt(?:-get)? (?:install|remove|purge)((?: [\w.+-]+)+)")
+    installing = re.compile(r"\bapt(?:-get)? (?:install|remove|purge)((?: [\w.+*/-]+)+)")
     words = " ".join(installed for text in texts for installed in installing.findall(text)).split()
-    packages = {word for word in words if not re.match(r"-|(lib)?zkupdater", word)}
+    packages = {word for word in words if not re.match(r"-|\./|(lib)?zkupdater", word)}
     assert packages
     for package in packages:
         found = subprocess.run(["dpkg-query", "--show", package], capture_output=True, text=True)

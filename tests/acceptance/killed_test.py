@@ -41,9 +41,9 @@ MOMENTS = [
     Moment("fsync", lambda has: 1, False, "old"),
     Moment("utimensat", lambda has: has.items, False, "old"),  # the backup's own date, set once all else is on the disk
     Moment("fsync", lambda has: 2, True, "old"),
-    # Each item's place is cleared before it is copied: so far only those of the backup.
-    Moment("unlinkat", lambda has: has.items + 2, True, "old"),
-    Moment("unlinkat", lambda has: 2 * has.items + 1, True, "part"),
+    # The first of these has cleared the backup's name.
+    Moment("unlinkat", lambda has: 2, True, "old"),
+    Moment("unlinkat", lambda has: has.items + 1, True, "part"),
     Moment("mkdirat", lambda has: has.folders + 2, True, "part"),
     Moment(CONTENTS, lambda has: has.files + 4, True, "part"),
     Moment("symlinkat", lambda has: 2, True, "part"),
