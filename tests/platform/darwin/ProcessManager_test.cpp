@@ -112,9 +112,10 @@ TEST_F(ProcessManager, TellsTheLaunchStampInAllItsBits) {
 
 TEST_F(ProcessManager, IsAskedForNoNameAndNoFile) {
   launchStamp();
-  EXPECT_EQ(manager.record.processInfoLength, 72U);
-  EXPECT_EQ(manager.record.processName, nullptr);
-  EXPECT_EQ(manager.record.processAppRef, nullptr);
+  // Copies, since nothing may refer to the members of a packed record.
+  EXPECT_EQ(std::uint32_t{manager.record.processInfoLength}, 72U);
+  EXPECT_TRUE(manager.record.processName == nullptr);
+  EXPECT_TRUE(manager.record.processAppRef == nullptr);
 }
 
 TEST_F(ProcessManager, HasNoLaunchStampIfItsCallFails) {
