@@ -25,8 +25,8 @@ def is_sync_of(call, item):
 
 
 def assert_waited_for_at_once(calls, top):
-    """One syncfs() comes behind the last change to what the folder `top` holds. Only then does the folder get its own date,
-    which shows that the copy is complete, and is waited for once more. Nothing waits for a single file."""
+    """One syncfs() comes behind the last change to what the folder `top` holds. Only then does the folder get its own
+    date, which shows that the copy is complete, and is waited for once more. Nothing waits for a single file."""
     waited = last(calls, lambda call: call.name == "syncfs" and call.has_succeeded() and call.is_on(top))
     assert waited > last(calls, lambda call: is_change(call) and call.is_on(top) and call.path != str(top))
     dated = last(calls, lambda call: call.name == "utimensat" and call.path == str(top))

@@ -35,7 +35,7 @@ ELSEWHERE = {
 NOT_RUN = {
     "apt-get install g++ cmake ninja-build": "only root may, and it changes the machine",
     "examples/open_window FOLDER": "opens windows; window_test.py does it in a screen of its own",
-    "apt-get purge zkupdater libzkupdater1 libzkupdater-dev": "only root may; first_steps_test.py does it on a bare system",
+    "apt-get purge zkupdater libzkupdater1 libzkupdater-dev": "only root may; done by first_steps_test.py",
     "sudo bench/install --chart docs/install-benchmark.svg": "takes hours",
     "sudo bench/install --on ext4 --recipes app": "takes minutes and wants root",
     "bench/install --rounds 3 --scale 0.1": "takes minutes",
