@@ -27,11 +27,15 @@ Ref<NSURL> noteURL(const Ref<NSURL>& updateFolder) {
   return updateFolder->URLByAppendingPathComponent(".zk-update-note"_ns);
 }
 
-/// In nanoseconds, after a moment that only has to be the same each time; 0 when it cannot be found out.
+/// In nanoseconds since 1970; 0 when it cannot be found out.
 std::int64_t modificationTimeOf(const fs::path& folder) {
   std::error_code error;
   const fs::file_time_type time = fs::last_write_time(folder, error);
-  return error ? 0 : std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+  if (error) return 0;
+  // The file clock itself counts from another moment in each C++ library, and the old and the new version may be built
+  // with different ones.
+  const auto sinceEpoch = std::chrono::file_clock::to_sys(time).time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count();
 }
 
 /// What the name of each backup of the bundle at `path` begins with; 16 hexadecimal digits follow.

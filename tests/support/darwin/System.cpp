@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <stdexcept>
-#include <string_view>
 
 #include "darwin/Declarations.h"
+#include "support/NameList.h"
 #include "system/FileDescriptor.h"
 
 namespace zk::test {
@@ -61,11 +61,7 @@ std::set<std::string> attributeNames(const fs::path& path) {
   std::string list(kLargest, '\0');
   const ssize_t size = ::flistxattr(item.get(), list.data(), list.size(), 0);
   if (size < 0 && errno != ENOTSUP) throw std::runtime_error("cannot list " + path.string());
-  std::set<std::string> names;
-  for (const char* name = list.data(); name < list.data() + size; name += std::string_view(name).size() + 1) {
-    names.insert(name);
-  }
-  return names;
+  return namesIn({list.data(), size < 0 ? 0 : static_cast<std::size_t>(size)});
 }
 
 std::optional<std::string> attributeOf(const fs::path& path, const char* name) {

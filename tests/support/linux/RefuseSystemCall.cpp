@@ -1,25 +1,16 @@
 #include "support/linux/RefuseSystemCall.h"
 
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sys/prctl.h>
 
-#include <cstddef>
-#include <cstdint>
+#include "support/linux/SystemCallFilter.h"
 
 namespace zk::test {
 
 namespace {
 
-/// @param action what happens at a call of this number: SECCOMP_RET_...
 bool filterSystemCall(long number, std::uint32_t action) {
-  sock_filter filter[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, action),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program{sizeof filter / sizeof *filter, filter};
+  auto filter = filterOfSystemCall(number, action);
+  const sock_fprog program{filter.size(), filter.data()};
   return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 

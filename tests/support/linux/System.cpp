@@ -12,8 +12,8 @@
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
-#include <string_view>
 
+#include "support/NameList.h"
 #include "support/linux/RefuseSystemCall.h"
 
 namespace zk::test {
@@ -50,11 +50,7 @@ std::set<std::string> attributeNames(const fs::path& path) {
   std::string list(kLargest, '\0');
   const ssize_t size = ::llistxattr(path.c_str(), list.data(), list.size());
   if (size < 0 && errno != ENOTSUP) throw std::runtime_error("cannot list " + path.string());
-  std::set<std::string> names;
-  for (const char* name = list.data(); name < list.data() + size; name += std::string_view(name).size() + 1) {
-    names.insert(name);
-  }
-  return names;
+  return namesIn({list.data(), size < 0 ? 0 : static_cast<std::size_t>(size)});
 }
 
 std::optional<std::string> attributeOf(const fs::path& path, const char* name) {

@@ -1,19 +1,16 @@
 #include "support/linux/SystemCallPauses.h"
 
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <future>
 #include <thread>
 
+#include "support/linux/SystemCallFilter.h"
 #include "system/FileDescriptor.h"
 
 namespace zk::test {
@@ -22,13 +19,8 @@ namespace {
 
 /// Lets the calling thread pause before each call of this number. @return where the pauses are told, or -1
 int tellPauses(long number) {
-  sock_filter filter[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program{sizeof filter / sizeof *filter, filter};
+  auto filter = filterOfSystemCall(number, SECCOMP_RET_USER_NOTIF);
+  const sock_fprog program{filter.size(), filter.data()};
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
   constexpr unsigned kFlags = SECCOMP_FILTER_FLAG_NEW_LISTENER;
   return static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, kFlags, &program));
