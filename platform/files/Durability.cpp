@@ -37,11 +37,7 @@ SystemError syncTree(const std::string& top) {
 SystemError syncOutermost(int outermost) {
   FileDescriptor folder;
   const auto error = openFolder({outermost, "."}, Links::refused, folder);
-  if (!error) return port::waitUntilOnDrive(folder.get());
-  if (!error.is(EACCES)) return error;
-  // A folder that we may write to but not read cannot be waited for on its own, so we wait for everything.
-  ::sync();
-  return {};
+  return error ? error : port::waitUntilOnDrive(folder.get());
 }
 
 }  // namespace
@@ -54,7 +50,7 @@ bool Durability::beginWithFolder(int folder) {
 
 SystemError Durability::waitForContents(const ItemPath& top) {
   // Each item was waited for, but may still be only in the drive's cache.
-  if (!isTrusted_) return folder_.isOpen() ? port::waitUntilOnDrive(folder_.get()) : SystemError();
+  if (!isTrusted_) return folder_.isOpen() ? port::waitForBarrier(folder_.get()) : SystemError();
   const auto error = port::syncFileSystem(folder_.get());
   isWholeFileSystemSynced_ = !error;
   // The error may be another file's. Waiting for each item shows whether it was one of ours.
@@ -65,7 +61,13 @@ SystemError Durability::waitForTop(int outermost) const {
   if (isTrusted_) {
     if (const auto error = port::waitUntilOnDrive(folder_.get())) return error;
   }
-  return isWholeFileSystemSynced_ ? SystemError() : syncOutermost(outermost);
+  if (isWholeFileSystemSynced_) return {};
+  const auto error = syncOutermost(outermost);
+  if (!error.is(EACCES)) return error;
+  // A folder that we may write to but not read cannot be waited for on its own, so we wait for everything. Where that
+  // call does not reach the drive's storage, waiting for the copy does.
+  ::sync();
+  return folder_.isOpen() ? port::waitUntilOnDrive(folder_.get()) : SystemError();
 }
 
 }  // namespace zk

@@ -36,6 +36,7 @@ SystemError port::waitUntilOnDrive(int item) {
 
 // This system has the drive write out its cache at every wait.
 SystemError port::waitUntilAtDrive(int item) { return port::waitUntilOnDrive(item); }
+SystemError port::waitForBarrier(int item) { return port::waitUntilOnDrive(item); }
 
 /// The one list of file systems that are trusted, and why.
 ///

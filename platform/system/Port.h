@@ -139,6 +139,10 @@ bool liftLocks(Item item);
 /// system that does not support this.
 SystemError waitUntilAtDrive(int item);
 
+/// Waits as waitUntilAtDrive() does, and puts a barrier there: the drive stores nothing that is written to the same file
+/// system later before what was written until now.
+SystemError waitForBarrier(int item);
+
 /// Waits until the data and metadata of an open file or folder are on the drive, not only in its cache. Succeeds
 /// without waiting on a file system that does not support this.
 SystemError waitUntilOnDrive(int item);

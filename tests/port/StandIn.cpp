@@ -69,6 +69,7 @@ void removeInheritedACLs(Item /*item*/) {}
 SystemError copyLocks(Item /*original*/, const struct stat& /*status*/, Item /*copy*/) { return {}; }
 bool liftLocks(Item /*item*/) { return false; }
 SystemError waitUntilAtDrive(int /*item*/) { return {}; }
+SystemError waitForBarrier(int /*item*/) { return {}; }
 SystemError waitUntilOnDrive(int /*item*/) { return {}; }
 bool isTrusted(int /*folder*/) { return false; }
 SystemError syncFileSystem(int /*folder*/) { return SystemError(ENOSYS); }
