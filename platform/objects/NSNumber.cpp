@@ -76,7 +76,7 @@ Ref<NSString> NSNumber::description() const {
   if (isReal()) {
     const InCLocale scope;
     char text[32];
-    std::snprintf(text, sizeof text, "%.17g", doubleValue());
+    static_cast<void>(std::snprintf(text, sizeof text, "%.17g", doubleValue()));
     return NSString::stringWithUTF8String(text);
   }
   const bool isUnsigned = std::holds_alternative<std::uint64_t>(value_);

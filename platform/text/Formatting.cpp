@@ -144,7 +144,7 @@ class Filler {
     } else {
       const std::size_t start = result_.size();
       result_.resize(start + length + 1);
-      std::snprintf(result_.data() + start, length + 1, format.c_str(), value);
+      static_cast<void>(std::snprintf(result_.data() + start, length + 1, format.c_str(), value));
       result_.pop_back();
     }
     return true;
