@@ -35,7 +35,7 @@ std::string timeStamp() {
   char stamp[40];
   ::gettimeofday(&now, nullptr);
   ::localtime_r(&now.tv_sec, &parts);
-  ::strftime(seconds, sizeof seconds, "%Y-%m-%d %H:%M:%S", &parts);
+  static_cast<void>(::strftime(seconds, sizeof seconds, "%Y-%m-%d %H:%M:%S", &parts));
   static_cast<void>(
       std::snprintf(stamp, sizeof stamp, "%s.%03d", seconds, static_cast<int>(now.tv_usec / 1000 % 1000)));
   return stamp;

@@ -22,7 +22,7 @@ void openStandardDescriptors() {
 
 void setAction(void (*action)(int)) {
   // The call fails for signals that cannot be changed, which does no harm.
-  for (int number = 1; number <= port::highestSignalNumber(); ++number) ::signal(number, action);
+  for (int number = 1; number <= port::highestSignalNumber(); ++number) static_cast<void>(::signal(number, action));
 }
 
 /// Sets the default action for every signal, and ignores those that an installer must survive. All stay blocked until
@@ -32,7 +32,7 @@ void setActionsOfInstaller() {
   const sigset_t all = allSignals();
   ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
   setAction(SIG_DFL);
-  for (const int ignored : {SIGHUP, SIGPIPE, SIGXFSZ}) ::signal(ignored, SIG_IGN);
+  for (const int ignored : {SIGHUP, SIGPIPE, SIGXFSZ}) static_cast<void>(::signal(ignored, SIG_IGN));
 }
 
 }  // namespace
