@@ -1,7 +1,11 @@
 #include "UpdateCheck.h"
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 #include "Application.h"
 #include "ZKVersion.h"
@@ -35,15 +39,47 @@ bool isExecutable(const Ref<NSString>& path) {
   return fs::is_regular_file(status) && (status.permissions() & kAnyExecute) != fs::perms::none;
 }
 
-/// Whether the versions of both bundles can be compared and that of the update is not greater. Versions are compared
-/// under the same key only.
-bool isKnownNotToBeNewer(const NSBundle& application, const NSBundle& update) {
-  for (const auto& key : {"CFBundleShortVersionString"_ns, "CFBundleVersion"_ns}) {
-    const Ref<ZKVersion> installed = ZKVersion::versionWithString(application.infoText(key));
-    const Ref<ZKVersion> offered = ZKVersion::versionWithString(update.infoText(key));
-    if (installed && offered) return !offered->isGreaterThan(installed);
+/// The numbers of a version such as "1.2.3" or "2026.10", without zeros at the end; nothing for any other text.
+std::optional<std::vector<std::uint64_t>> numbersOf(const Ref<NSString>& version) {
+  const std::string_view text = version ? std::string_view(version->bytes()) : std::string_view();
+  const char* const end = text.data() + text.size();
+  std::vector<std::uint64_t> numbers;
+  for (const char* place = text.data();;) {
+    std::uint64_t number = 0;
+    const auto [rest, error] = std::from_chars(place, end, number);
+    if (error != std::errc()) return std::nullopt;
+    numbers.push_back(number);
+    if (rest == end) break;
+    if (*rest != '.') return std::nullopt;
+    place = rest + 1;
   }
-  return false;
+  while (!numbers.empty() && numbers.back() == 0) numbers.pop_back();
+  return numbers;
+}
+
+/// 1, 0 or -1: whether `left` is greater than, equal to or smaller than `right`; nothing if that cannot be said.
+std::optional<int> comparison(const Ref<NSString>& left, const Ref<NSString>& right) {
+  if (length(left) > 0 && areEqual(left, right)) return 0;
+  // Plain numbers are compared one by one: a ZKVersion needs all four parts, and cuts large ones.
+  const auto leftNumbers = numbersOf(left);
+  const auto rightNumbers = numbersOf(right);
+  if (leftNumbers && rightNumbers) return *leftNumbers == *rightNumbers ? 0 : *leftNumbers > *rightNumbers ? 1 : -1;
+  const Ref<ZKVersion> leftVersion = ZKVersion::versionWithString(left);
+  const Ref<ZKVersion> rightVersion = ZKVersion::versionWithString(right);
+  if (leftVersion && rightVersion) return leftVersion->compare(rightVersion);
+  return std::nullopt;
+}
+
+/// Whether the versions of both bundles can be compared and that of the update is not greater. Versions are compared
+/// under the same key only; the second key decides between equal ones.
+bool isKnownNotToBeNewer(const NSBundle& application, const NSBundle& update) {
+  bool isKnown = false;
+  for (const auto& key : {"CFBundleShortVersionString"_ns, "CFBundleVersion"_ns}) {
+    const std::optional<int> order = comparison(update.infoText(key), application.infoText(key));
+    if (order && *order != 0) return *order < 0;
+    isKnown = isKnown || order.has_value();
+  }
+  return isKnown;
 }
 
 }  // namespace

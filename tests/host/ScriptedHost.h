@@ -1,10 +1,15 @@
 #pragma once
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "process/NSTask.h"
+#include "support/ChildProcess.h"
 #include "support/ForwardingSystem.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
@@ -31,6 +36,21 @@ inline void writeBundle(const std::filesystem::path& bundle, const std::string& 
 /// An entry of a property list, as XML.
 inline std::string entry(const std::string& key, const std::string& value) {
   return "<key>" + key + "</key><string>" + value + "</string>";
+}
+
+/// Runs `body` in a child process of a user who may change nothing in `folder`. @return its exit status
+inline int statusWithoutAccessTo(const std::filesystem::path& folder, const std::function<void()>& body) {
+  namespace fs = std::filesystem;
+  const fs::perms before = fs::status(folder).permissions();
+  fs::permissions(folder, fs::perms(0555));
+  const int status = statusInChild([&body] {
+    if (::geteuid() == 0) {
+      ASSERT_EQ(::setuid(65534), 0);
+    }
+    body();
+  });
+  fs::permissions(folder, before);
+  return status;
 }
 
 /// A process that runs from a bundle in a folder of the test's, and that starts no program: a scripted installer takes

@@ -147,6 +147,28 @@ TEST_F(UpdateOutcome, IsAcceptedWithoutABackupToo) {
   EXPECT_FALSE(fs::exists(host.updates));
 }
 
+TEST_F(UpdateOutcome, IsNotAcceptedAndKeepsItsNoteWhileTheBackupCannotBeRemoved) {
+  startInstaller();
+  backUp();
+  swap();
+  fs::permissions(host.folder.path(), fs::perms(0755));
+  fs::permissions(host.updates, fs::perms(0777));
+  EXPECT_EQ(statusWithoutAccessTo(host.application.parent_path(),
+                                  [this] {
+                                    const auto found = outcome();
+                                    EXPECT_FALSE(found->accept());
+                                    EXPECT_TRUE(found->wasInstalled());
+                                  }),
+            0);
+  EXPECT_TRUE(outcome()->wasInstalled());
+}
+
+TEST_F(UpdateOutcome, IsNotAcceptedWhileTheUpdateFolderCannotBeRemoved) {
+  startInstaller();
+  EXPECT_EQ(statusWithoutAccessTo(host.folder.path(), [this] { EXPECT_FALSE(outcome()->accept()); }), 0);
+  EXPECT_TRUE(fs::exists(host.updates));
+}
+
 TEST_F(UpdateOutcome, AcceptsNoFolderThatNoInstallerWasStartedWith) {
   EXPECT_FALSE(outcome()->accept());
   EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, "")->accept());
@@ -178,6 +200,16 @@ TEST_F(UpdateOutcome, LeavesTheNewBundleInPlaceWhenTheOldOneCannotBePutBack) {
   EXPECT_FALSE(found->putBack());
   EXPECT_NE(installedInfo().find("<string>2</string>"), std::string::npos);
   EXPECT_EQ(std::distance(fs::directory_iterator(host.application.parent_path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(UpdateOutcome, LeavesBothBundlesWhereTheyAreWhenTheyCannotBeMoved) {
+  startInstaller();
+  const fs::path backup = backUp();
+  swap();
+  fs::permissions(host.folder.path(), fs::perms(0755));
+  EXPECT_EQ(statusWithoutAccessTo(host.application.parent_path(), [this] { EXPECT_FALSE(outcome()->putBack()); }), 0);
+  EXPECT_NE(installedInfo().find("<string>2</string>"), std::string::npos);
+  EXPECT_TRUE(fs::exists(backup));
 }
 
 TEST_F(UpdateOutcome, PutsNothingBackWhenNothingWasInstalled) {
