@@ -13,8 +13,6 @@ namespace {
 
 int numberIn(const Ref<NSError>& error) { return error ? static_cast<int>(error->code()) : c::kOutOfMemory; }
 
-Ref<NSURL> folderURL(const char* folder) { return NSURL::fileURLWithPath(c::textOf(folder)); }
-
 /// Opens a semaphore by `open` and hands it over.
 template <class Open>
 int openInto(zk_semaphore** semaphore, const char* name, const Open& open) {
@@ -35,6 +33,15 @@ int resultOf(const zk_semaphore* semaphore, const Wait& wait) {
   return c::errorNumberOf([&] {
     Ref<NSError> error;
     return wait(*semaphore->object, &error) ? c::kNoError : numberIn(error);
+  });
+}
+
+/// What becomes of `use`, which is given the folder of a record.
+template <class Use>
+int resultIn(const char* folder, const Use& use) {
+  return c::errorNumberOf([&] {
+    const Ref<NSURL> url = NSURL::fileURLWithPath(c::textOf(folder));
+    return url ? use(url) : ZKEINVAL;
   });
 }
 
@@ -75,14 +82,16 @@ int zk_semaphore_post(zk_semaphore* semaphore) {
 }
 
 int zk_semaphore_wait_guarded(zk_semaphore* semaphore, const char* folder, size_t most_pauses, double pause) {
-  if (folder == nullptr) return ZKEINVAL;
-  return resultOf(semaphore, [&](ZKPOSIXSemaphore& object, Ref<NSError>* error) {
-    return object.waitWithProcessInfo(folderURL(folder), most_pauses, pause, error);
+  return resultIn(folder, [&](const Ref<NSURL>& url) {
+    return resultOf(semaphore, [&](ZKPOSIXSemaphore& object, Ref<NSError>* error) {
+      return object.waitWithProcessInfo(url, most_pauses, pause, error);
+    });
   });
 }
 
 int zk_semaphore_post_guarded(zk_semaphore* semaphore, const char* folder) {
-  if (semaphore == nullptr || folder == nullptr) return ZKEINVAL;
-  return c::errorNumberOf(
-      [&] { return semaphore->object->postWithProcessInfo(folderURL(folder)) ? c::kNoError : ZKENOENT; });
+  if (semaphore == nullptr) return ZKEINVAL;
+  return resultIn(folder, [&](const Ref<NSURL>& url) {
+    return semaphore->object->postWithProcessInfo(url) ? c::kNoError : ZKENOENT;
+  });
 }

@@ -41,6 +41,14 @@ std::chrono::milliseconds milliseconds(double seconds) {
   return std::chrono::milliseconds(static_cast<long long>(bounded * 1000));
 }
 
+zk_update_state stateOf(const zk_update& update) { return static_cast<zk_update_state>(update.object->state()); }
+
+/// Whether there are as many arguments as their number says.
+bool areThere(int count, const char* const* arguments) {
+  if (count <= 0) return true;
+  return arguments != nullptr && std::find(arguments, arguments + count, nullptr) == arguments + count;
+}
+
 }  // namespace
 
 int zk_update_begin(const char* installer, const char* update_folder, int may_be_older, double time_limit,
@@ -56,12 +64,14 @@ int zk_update_begin(const char* installer, const char* update_folder, int may_be
 
 zk_update_state zk_update_poll(zk_update* update) {
   if (update == nullptr) return ZK_UPDATE_NOT_STARTED;
-  return static_cast<zk_update_state>(unlessOutOfMemory([&] { return update->object->poll(); }));
+  unlessOutOfMemory([&] { update->object->poll(); });
+  return stateOf(*update);
 }
 
 zk_update_state zk_update_wait(zk_update* update) {
   if (update == nullptr) return ZK_UPDATE_NOT_STARTED;
-  return static_cast<zk_update_state>(unlessOutOfMemory([&] { return update->object->wait(); }));
+  unlessOutOfMemory([&] { update->object->wait(); });
+  return stateOf(*update);
 }
 
 const char* zk_update_reason(zk_update_state state) { return ZKUpdateStart::reasonFor(static_cast<State>(state)); }
@@ -77,7 +87,7 @@ void zk_update_free(zk_update* update) { delete update; }
 int zk_outcome_read(int argument_count, const char* const* arguments, const char* update_folder, zk_outcome** outcome) {
   if (outcome == nullptr) return ZKEINVAL;
   *outcome = nullptr;
-  if (update_folder == nullptr || (arguments == nullptr && argument_count > 0)) return ZKEINVAL;
+  if (update_folder == nullptr || !areThere(argument_count, arguments)) return ZKEINVAL;
   return c::errorNumberOf([&] {
     const auto object = ZKUpdateOutcome::outcomeOfUpdate(argument_count, arguments, update_folder);
     *outcome = new zk_outcome{object, object->backupPath()};

@@ -20,7 +20,9 @@ int zk_version_parse(const char* text, uint64_t* version) {
 int zk_version_compare(uint64_t left, uint64_t right) { return left == right ? 0 : left > right ? 1 : -1; }
 
 void zk_version_text(uint64_t version, char* text, size_t size) {
-  if (text == nullptr || size < ZK_VERSION_TEXT_SIZE) return;
+  if (text == nullptr || size == 0) return;
+  *text = 0;
+  if (size < ZK_VERSION_TEXT_SIZE) return;
   unlessOutOfMemory([&] {
     const Ref<NSString> description = ZKVersion(version).description();
     std::copy_n(description->UTF8String(), description->length() + 1, text);

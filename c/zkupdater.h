@@ -1,13 +1,17 @@
 /** @file
  * The C interface of zkupdater: semaphores with a guarded wait, version numbers, and the host's side of an update.
  *
- * - Texts are UTF-8 and end with a zero byte. Paths are bytes as the file system knows them. Times are seconds.
+ * - Texts are UTF-8 and end with a zero byte. Paths are bytes as the file system knows them, and start from the current
+ *   folder unless they are absolute. Times are seconds.
  * - "Answers an error number" means: 0 when it succeeded, else an error number as macOS counts them, on every system.
- *   2 is no such file, 12 out of memory, 17 exists, 22 invalid argument (also a null pointer), 35 taken, 63 name too
- *   long. zk_error_text() describes it.
+ *   2 is no such file, 12 out of memory, 17 exists, 22 invalid argument, 35 taken, 63 name too long. zk_error_text()
+ *   describes it.
+ * - A null pointer is an invalid argument: functions that answer an error number answer 22. The others answer what they
+ *   have for nothing: 0, the empty text, ZK_UPDATE_NOT_STARTED, or -1 for an exit status.
  * - What a function puts into its last parameter, a pointer to a pointer, is the caller's to give back to the function
  *   named there, which takes a null pointer, too. On failure a null pointer is put there.
- * - Each object is used from one thread at a time. No C++ exception comes out of any function.
+ * - Each object is used from one thread at a time, different objects from any number of threads at once. Functions
+ *   without an object may be called by any thread. No C++ exception comes out of any function.
  */
 #ifndef ZKUPDATER_H
 #define ZKUPDATER_H
@@ -55,34 +59,40 @@ int zk_semaphore_post(zk_semaphore* semaphore);
 
 /** Takes the semaphore, and takes it over from a holder that has died: its record in `folder`, ".<name>.semaphore",
  * tells that. While it is taken this sleeps `pause` seconds and tries again, at most `most_pauses` times (SIZE_MAX for
- * any number); a holder without a record is then taken over from, even if it lives. Leaves this process's own record.
- * Answers an error number: ZK_BUSY when the holder still lives. */
+ * any number); a holder without a record is then taken over from, even if it lives. Leaves this process's own record;
+ * it is no error if that cannot be written. Answers an error number: ZK_BUSY when the holder still lives, 22 when
+ * `folder` cannot be a path, because it is empty or too long. */
 int zk_semaphore_wait_guarded(zk_semaphore* semaphore, const char* folder, size_t most_pauses, double pause);
 
 /** Deletes the record and gives the semaphore back. Answers an error number: 2 when one of the two failed, as a rule
- * because there was no record; the semaphore is given back all the same. */
+ * because there was no record; the semaphore is given back all the same. 22 as zk_semaphore_wait_guarded() does. */
 int zk_semaphore_post_guarded(zk_semaphore* semaphore, const char* folder);
 
 /* Versions of four parts, as one number whose decimal digits carry them: major * 100,000,000 + minor * 1,000,000 +
- * micro * 10,000 + spin. Such numbers compare as versions do. These functions may be called by any thread. */
+ * micro * 10,000 + spin. Such numbers compare as versions do. */
 
 /** Room for the text of any version, in bytes, with the zero. */
 #define ZK_VERSION_TEXT_SIZE 32
 
-/** Reads "1.2.3.4", "1.2.3 (4)" or "1.2 (4)". Answers an error number: 22 for any other form. */
+/** Reads "1.2.3.4", "1.2.3 (4)" or "1.2 (4)". Answers an error number: 22 for any other form; `version` then stays as
+ * it was. */
 int zk_version_parse(const char* text, uint64_t* version);
 
 /** -1, 0 or 1: whether `left` is smaller than, equal to or greater than `right`. */
 int zk_version_compare(uint64_t left, uint64_t right);
 
-/** Writes the version as "1.2.3 (4)", or "1.2 (4)" when its third part is 0, with a zero byte. Does nothing when `size`
- * is less than ZK_VERSION_TEXT_SIZE. */
+/** Writes the version as "1.2.3 (4)", or "1.2 (4)" when its third part is 0, with a zero byte; the empty text when
+ * `size` is less than ZK_VERSION_TEXT_SIZE or memory has run out, and nothing at all when it is 0. */
 void zk_version_text(uint64_t version, char* text, size_t size);
 
 /** The version of this library. */
 uint64_t zk_library_version(void);
 
-/** The host's side: one attempt of the running application to have itself updated. */
+/** The host's side: one attempt of the running application to have itself updated.
+ *
+ * The installer is a child process of the application. It has a session of its own and inherits no open files. If the
+ * application is killed, the installer goes on: it installs the update and starts the new version. If it had not found
+ * the application yet, it ends without a change. */
 typedef struct zk_update zk_update;
 
 /** What an attempt has come to. */
@@ -103,39 +113,43 @@ typedef enum zk_update_state {
   ZK_UPDATE_LATE = 11        /**< the installer was not ready in time, and was ended */
 } zk_update_state;
 
-/** Looks at the update and starts the installer; does not wait for it. A refusal is no error: it is the state. Answers
- * an error number. Give back with zk_update_free().
+/** Looks at the update and starts the installer; does not wait for it. A refusal or a failed start is no error: it is
+ * the state. Answers an error number: 22 or 12. Give back with zk_update_free().
  * - installer: path of the executable zkupdater
  * - update_folder: path of the folder that holds the new bundle
  * - may_be_older: not 0 to take an update that is not newer, too
- * - time_limit: how many seconds the installer may take until it is ready; 10 is plenty */
+ * - time_limit: how many seconds from now the installer may take until it is ready, a day at most; 10 is plenty */
 int zk_update_begin(const char* installer, const char* update_folder, int may_be_older, double time_limit,
                     zk_update** update);
 
 /** Looks once what has become of the installer. Does not block: for a timer, every 50 to 500 milliseconds. */
 zk_update_state zk_update_poll(zk_update* update);
 
-/** Waits, at most the time limit, until the state is another than ZK_UPDATE_WAITING. */
+/** Waits, at most the time limit, until the state is another than ZK_UPDATE_WAITING. It is still that one if memory has
+ * run out meanwhile. */
 zk_update_state zk_update_wait(zk_update* update);
 
 /** The state as an English sentence. Static; the empty text for a number that is no state. */
 const char* zk_update_reason(zk_update_state state);
 
-/** The exit status of an installer that has ended, 128 and the signal's number if a signal ended it; else -1. */
+/** The exit status of an installer that has ended, 128 and the signal's number if a signal ended it. Else -1, and also
+ * when another part of the process has asked for its end, for instance with waitpid(). */
 int zk_update_exit_status(const zk_update* update);
 
 /** Of an installer that has ended or was late: the first line in which it told of an error, else the last that it
  * wrote; else the empty text. Belongs to `update`. */
 const char* zk_update_log_line(const zk_update* update);
 
-/** Ends an installer that is still being waited for. One that is ready goes on. */
+/** Gives back the memory, and ends an installer that is still being waited for. One that is ready goes on. */
 void zk_update_free(zk_update* update);
 
 /** The host's side at the next start: what became of the update. */
 typedef struct zk_outcome zk_outcome;
 
-/** The outcome of the last update from this folder. Answers an error number. Give back with zk_outcome_free().
- * - argument_count, arguments: those of this process, its own name first */
+/** The outcome of the last update from this folder. Answers an error number: 22 or 12. Give back with
+ * zk_outcome_free().
+ * - argument_count, arguments: those of this process, its own name first
+ * - update_folder: the one that zk_update_begin() was given; a new version starts in another current folder, "/" */
 int zk_outcome_read(int argument_count, const char* const* arguments, const char* update_folder, zk_outcome** outcome);
 
 /** Gives back the memory of an outcome, and nothing else. */
@@ -154,10 +168,13 @@ const char* zk_outcome_from_version(const zk_outcome* outcome);
 /** The path of the backup, a complete bundle; the empty text when nothing was installed. Belongs to `outcome`. */
 const char* zk_outcome_backup_path(const zk_outcome* outcome);
 
-/** The new version works: removes the backup and the update folder. 0 when one of them is still there. */
+/** The new version works: removes the backup, then the update folder. 0 when one of them is still there, or the folder
+ * is none that zk_update_begin() has started an installer with. */
 int zk_outcome_accept(zk_outcome* outcome);
 
-/** The new version does not work: puts the old bundle back in its place. 0 when it could not. */
+/** The new version does not work: puts the old bundle back in its place and removes the new one. Then quit: the next
+ * start is one of the old version. 0 when nothing was installed, or the bundles could not be exchanged: then the new
+ * one stays in place. */
 int zk_outcome_put_back(zk_outcome* outcome);
 
 #ifdef __cplusplus

@@ -8,7 +8,7 @@
 namespace zk {
 
 /// Functions that make errors in NSPOSIXErrorDomain. `code` is a POSIX error number in the macOS numbering (see
-/// macOSErrorNumber() in system/ErrorNumbers.h) and is never changed. Its English description comes from the POSIX
+/// macOSErrorNumber() in ErrorNumbers.h) and is never changed. Its English description comes from the POSIX
 /// error table, and is left out if that has none. Absent or empty texts and an absent URL are left out. All return a
 /// shared error, or absent if there is no memory for its user information.
 namespace POSIX {

@@ -12,7 +12,7 @@ class ZKUpdateOutcome final : public NSObject {
  public:
   /// The outcome of the last update that ZKUpdateStart has started from a folder. Never absent.
   /// @param argumentCount, arguments those of this process, its own name first, as main() gets them; they are not kept
-  /// @param updateFolder path of that folder
+  /// @param updateFolder path of that folder; a new version starts in another current folder, "/"
   static Ref<ZKUpdateOutcome> outcomeOfUpdate(int argumentCount, const char* const* arguments,
                                               const std::string& updateFolder);
 

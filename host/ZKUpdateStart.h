@@ -24,6 +24,10 @@ struct ZKUpdateOptions {
 /// removes the name as soon as the outcome is known. The update semaphore's name comes from the path of the
 /// application's bundle, so all installers of one application share it. Used from one thread at a time. Nothing is
 /// thrown but std::bad_alloc.
+///
+/// The installer is a child process of the application. It has a session of its own and inherits no open files. If the
+/// application is killed, the installer goes on: it installs the update and starts the new version. If it had not found
+/// the application yet, it ends without a change.
 class ZKUpdateStart final : public NSObject {
  public:
   /// What an attempt has come to. Only `waiting` changes.
@@ -80,7 +84,7 @@ class ZKUpdateStart final : public NSObject {
   static const char* reasonFor(State state);
 
   /// The exit status of an installer that has `ended`: 128 and the signal's number if a signal ended it. Else -1, and
-  /// also when another part of the process has asked for its end.
+  /// also when another part of the process has asked for its end, for instance with waitpid().
   int exitStatus() const { return exitStatus_; }
   /// Of an installer that has `ended` or was `late`: the first line in which it told of an error, else the last that it
   /// wrote; empty if it wrote none.

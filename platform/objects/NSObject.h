@@ -12,8 +12,8 @@
 /// Objects are shared by reference count. What an operation returns is the caller's to share, and no object given to an
 /// operation is taken away from its owner. An argument may be absent only where its declaration says so. Objects that
 /// cannot change may be used by any number of threads at once, all others by one thread at a time. Different objects
-/// may always be used by different threads. Texts are UTF-8 and lengths are in bytes. Nothing throws but
-/// std::bad_alloc, when memory has run out; a program without exceptions ends then.
+/// may always be used by different threads, and functions that use no object by any thread. Texts are UTF-8 and lengths
+/// are in bytes. Nothing throws but std::bad_alloc, when memory has run out; a program without exceptions ends then.
 namespace zk {
 
 class NSString;

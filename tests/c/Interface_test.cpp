@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <climits>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "host/ScriptedHost.h"
 #include "support/SemaphoreName.h"
@@ -23,10 +25,34 @@ TEST(CInterface, ReportsAPostThatFails) {
   zk_semaphore_close(semaphore);
 }
 
-TEST(CInterface, LeavesRoomThatIsTooSmallForAVersionAlone) {
+TEST(CInterface, RefusesAFolderThatCannotBeAPath) {
+  const SemaphoreName name;
+  zk_semaphore* semaphore = nullptr;
+  ASSERT_EQ(zk_semaphore_create(name.bytes().c_str(), 1, 0600, 1, &semaphore), 0);
+  const std::string tooLong(5000, 'x');
+  for (const char* folder : std::vector<const char*>{"", tooLong.c_str(), nullptr}) {
+    EXPECT_EQ(zk_semaphore_wait_guarded(semaphore, folder, 0, 0), ZKEINVAL);
+    EXPECT_EQ(zk_semaphore_post_guarded(semaphore, folder), ZKEINVAL);
+  }
+  EXPECT_EQ(name.count(), 1) << "neither taken nor given back";
+  zk_semaphore_close(semaphore);
+}
+
+TEST(CInterface, RefusesFewerArgumentsThanTheirNumberSays) {
+  const char* arguments[] = {"X", nullptr};
+  zk_outcome* outcome = nullptr;
+  EXPECT_EQ(zk_outcome_read(2, arguments, "/", &outcome), ZKEINVAL);
+  EXPECT_EQ(outcome, nullptr);
+  EXPECT_EQ(zk_outcome_read(1, arguments, "/", &outcome), 0);
+  zk_outcome_free(outcome);
+}
+
+TEST(CInterface, PutsTheEmptyTextIntoRoomThatIsTooSmallForAVersion) {
   char text[ZK_VERSION_TEXT_SIZE] = "before";
-  zk_version_text(1, text, ZK_VERSION_TEXT_SIZE - 1);
+  zk_version_text(1, text, 0);
   EXPECT_STREQ(text, "before");
+  zk_version_text(1, text, sizeof text - 1);
+  EXPECT_STREQ(text, "");
   zk_version_text(std::numeric_limits<std::uint64_t>::max(), text, sizeof text);
   EXPECT_STREQ(text, "50273.9.55 (1615)");
 }

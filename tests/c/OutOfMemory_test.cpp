@@ -54,6 +54,15 @@ TEST(OutOfMemory, IsAnErrorNumberOfVersions) {
   EXPECT_EQ(version, 102'030'004U);
 }
 
+TEST(OutOfMemory, LeavesTheTextOfAVersionEmpty) {
+  char text[ZK_VERSION_TEXT_SIZE] = "before";
+  {
+    const FailingAllocation failing(0, FailingAllocation::How::fromThenOn);
+    zk_version_text(102'030'004, text, sizeof text);
+  }
+  EXPECT_STREQ(text, "");
+}
+
 TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
   ScriptedHost host;
   const System::Scope scope(host);
@@ -70,6 +79,27 @@ TEST(OutOfMemory, IsAnErrorNumberOfUpdates) {
     zk_semaphore* semaphore = nullptr;
     EXPECT_EQ(zk_semaphore_open(name.c_str(), &semaphore), ZKENOENT) << name;
     zk_semaphore_close(semaphore);
+  }
+}
+
+TEST(OutOfMemory, DoesNotHideWhatAnUpdateHasComeTo) {
+  ScriptedHost host;
+  const System::Scope scope(host);
+  writeBundle(host.updates / "X.app");
+  bool hasFailed = true;
+  for (std::size_t succeeding = 0; hasFailed; ++succeeding) {
+    host.installer = {};
+    zk_update* update = nullptr;
+    ASSERT_EQ(zk_update_begin("/opt/zkupdater", host.updates.c_str(), 0, 10, &update), 0);
+    host.installer = {false, 1, "a line that is too long for a string to hold it without an allocation"};
+    zk_update_state state = ZK_UPDATE_WAITING;
+    {
+      const FailingAllocation failing(succeeding, FailingAllocation::How::fromThenOn);
+      state = zk_update_poll(update);
+      hasFailed = failing.hasFailed();
+    }
+    EXPECT_EQ(state, ZK_UPDATE_ENDED) << "with " << succeeding << " allocations";
+    zk_update_free(update);
   }
 }
 
