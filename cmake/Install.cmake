@@ -59,8 +59,12 @@ install(FILES ${PROJECT_BINARY_DIR}/zkupdaterConfig.cmake ${PROJECT_BINARY_DIR}/
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zkupdater COMPONENT development)
 
 file(RELATIVE_PATH ZK_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/zkupdater.pc.in ${PROJECT_BINARY_DIR}/zkupdater.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zkupdater.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+# The shared library has the C interface only. Where both libraries are, linkers prefer it.
+foreach(package zkupdater zkupdater-static)
+  configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
+endforeach()
 install(FILES docs/zkupdater.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
 install(FILES docs/zkupdater.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT program)
 install(FILES docs/embedding.md docs/file-formats.md docs/protocol.svg docs/recovery.md docs/security.md

@@ -47,8 +47,8 @@ def test_program_library_and_development_files_are_apart(trees):
 
     assert {"zkupdater", "zkupdater.1.gz", "recovery.md"} <= names("zkupdater")
     assert {"libzkupdater.so.1"} <= names("libzkupdater1")
-    assert {"libzkupdater.so", "libzkupdater.a", "zkupdater.h", "zkupdater.pc", "zkupdaterConfig.cmake",
-            "hello.c"} <= names("libzkupdater-dev")
+    assert {"libzkupdater.so", "libzkupdater.a", "zkupdater.h", "zkupdater.pc", "zkupdater-static.pc",
+            "zkupdaterConfig.cmake", "hello.c"} <= names("libzkupdater-dev")
     assert set(trees) == {"zkupdater", "libzkupdater1", "libzkupdater-dev", "zkupdater-dbg"}
 
 

@@ -1,12 +1,15 @@
 """The listings of docs/embedding.md work as printed. Those that need the library are built with it as installed."""
 
+import json
 import os
 import re
 import subprocess
+from pathlib import Path
 
 import pytest
 
 from example_test import lock_of
+from support.compiling import compile_like
 from support.documents import commands, listings_by_name, run_in
 from support.processes import eventually
 from support.semaphores import Semaphore
@@ -93,8 +96,32 @@ def test_the_targets_that_the_guide_names_exist(checkout):
     guide = (checkout / "docs/embedding.md").read_text()
     names = {name for name in re.findall(r"`zk::([a-z]\w*)`", guide)}
     package = (checkout / "cmake/zkupdaterConfig.cmake.in").read_text()
-    known = set(re.search(r"foreach\(library ([\w ]+)\)", package)[1].split()) | {"shared"}
+    known = set(re.search(r"foreach\(library ([\w ]+)\)", package)[1].split()) | {"shared", "zkupdater"}
     assert names == known
+
+
+TREE_IN_PROJECT = """cmake_minimum_required(VERSION 3.25)
+project(host LANGUAGES C CXX)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+add_subdirectory(zkupdater EXCLUDE_FROM_ALL)
+add_executable(c main.c)
+target_link_libraries(c PRIVATE zk::shared)
+add_executable(cxx main.cpp)
+target_link_libraries(cxx PRIVATE zk::host zk::semaphore zk::errors zk::version zk::c)
+file(GENERATE OUTPUT installer CONTENT $<TARGET_FILE:zk::zkupdater>)
+"""
+
+
+def test_they_exist_in_a_project_with_this_tree_as_well(checkout, tmp_path):
+    (tmp_path / "zkupdater").symlink_to(checkout)
+    (tmp_path / "CMakeLists.txt").write_text(TREE_IN_PROJECT)
+    for name in ("main.c", "main.cpp"):
+        (tmp_path / name).write_text('#include "zkupdater.h"\n')
+    run_in(tmp_path, "cmake -G Ninja -B build")
+    for entry in json.loads((tmp_path / "build/compile_commands.json").read_text()):
+        if Path(entry["file"]).parent == tmp_path:
+            assert compile_like(entry, entry["file"]).stderr == ""
+    assert (tmp_path / "build/installer").read_text() == str(tmp_path / "build/zkupdater/zkupdater")
 
 
 @pytest.mark.full

@@ -41,6 +41,7 @@ target_link_libraries(c_static PRIVATE zk::c)
 set_target_properties(c_static PROPERTIES LINKER_LANGUAGE CXX)
 add_executable(cxx_static main.cpp)
 target_link_libraries(cxx_static PRIVATE zk::host zk::version)
+file(GENERATE OUTPUT installer CONTENT $<TARGET_FILE:zk::zkupdater>)
 """
 
 
@@ -68,6 +69,7 @@ def test_programs_are_built_with_the_cmake_package(prefix, project):
         program = project / "build" / name
         assert run([program]) == "1.2.3 (4)\n"
         assert ("libzkupdater.so.1" in libraries_of(program)) == (name == "c_shared")
+    assert (project / "build/installer").read_text() == str(prefix / "bin/zkupdater")
 
 
 @pytest.mark.full
@@ -78,6 +80,12 @@ def test_programs_are_built_with_pkg_config(prefix, project):
     assert "libzkupdater.so.1" in libraries_of(shared)
 
     for compiler, source in (("gcc", "main.c"), ("g++ -std=c++20", "main.cpp")):
+        program = project / f"with-{source}"
+        options = pkg_config(prefix, "--cflags", "--libs", package="zkupdater-static")
+        run([*compiler.split(), project / source, "-o", program, *options])
+        assert run([program]) == "1.2.3 (4)\n"
+        assert "libzkupdater.so.1" not in libraries_of(program)
+
         static = project / f"static-{source}"
         options = pkg_config(prefix, "--static", "--cflags", "--libs")
         run([*compiler.split(), project / source, "-static", "-o", static, *options])

@@ -79,8 +79,8 @@ def test_a_program_may_do_without_exceptions_and_type_information(prefix, scene,
     source = tmp_path / "main.cpp"
     source.write_text(ALL_UNITS)
     program = tmp_path / "main"
-    subprocess.run(["g++", "-std=c++20", "-Wall", "-Wextra", "-Werror", *options, "-static", source, "-o",
-                    program, *pkg_config(prefix, "--static", "--cflags", "--libs")], check=True)
+    subprocess.run(["g++", "-std=c++20", "-Wall", "-Wextra", "-Werror", *options, source, "-o", program,
+                    *pkg_config(prefix, "--cflags", "--libs", package="zkupdater-static")], check=True)
     name = scene.semaphore("user").name
     told = subprocess.run([program, name], check=True, capture_output=True, text=True).stdout
     assert told == TOLD

@@ -9,9 +9,9 @@ def library_folder(prefix):
     return library.parent
 
 
-def pkg_config(prefix, *options):
-    """What pkg-config says that a program needs."""
+def pkg_config(prefix, *options, package="zkupdater"):
+    """What pkg-config says that a program needs to use a package."""
     environment = {"PATH": "/usr/bin", "PKG_CONFIG_PATH": str(library_folder(prefix) / "pkgconfig")}
-    found = subprocess.run(["pkg-config", *options, "zkupdater"], env=environment, check=True, capture_output=True,
+    found = subprocess.run(["pkg-config", *options, package], env=environment, check=True, capture_output=True,
                            text=True)
     return shlex.split(found.stdout)
