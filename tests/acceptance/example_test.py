@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 
 from support.bundles import EXECUTABLE
-from support.processes import eventually
+from support.processes import eventually, stat_fields, wait_for_end
 from support.semaphores import Semaphore
 
 
@@ -54,6 +54,11 @@ class Example:
 
     def installer_pid(self):
         return int((self.scene.folder / "pid").read_text())
+
+    def has_settings(self):
+        """Whether the installer has noted them."""
+        path = self.scene.folder / "settings"
+        return path.exists() and path.read_text().endswith("-enableLog\nYES\n")
 
     def settings(self):
         """The settings that the installer was given, by their keys."""
@@ -106,6 +111,46 @@ def test_it_updates_itself_even_after_an_installer_was_killed_with_its_semaphore
     assert example.journal(1)[-1] == "the installer is ready; quits"
     os.kill(example.installer_pid(), signal.SIGKILL)
     example.lock.post()
+
+    assert_updates(example)
+
+
+@pytest.fixture
+def gate(example):
+    """A file without which the installer does not begin."""
+    example.write_installer("until [ -e gate ]; do sleep 0.01; done", f'exec "{example.scene.installer}" "$@"')
+    return example.scene.folder / "gate"
+
+
+def start_waiting(example):
+    """Starts version 1, which waits for an installer. Returns its process and the installer's semaphore."""
+    process = example.start()
+    eventually(example.has_settings, "the installer was given its settings")
+    semaphore = Semaphore(example.settings()["-installerSemaphore"])
+    example.scene.stack.callback(semaphore.unlink)
+    return process, semaphore
+
+
+def test_an_installer_finishes_the_update_of_an_application_that_is_killed_while_it_waits(example, gate):
+    process, semaphore = start_waiting(example)
+    process.send_signal(signal.SIGSTOP)
+    eventually(lambda: stat_fields(process.pid)[0] == "T", "the application is stopped")
+    gate.touch()
+    eventually(lambda: semaphore.count() == 0, "the installer holds its semaphore")
+    process.kill()
+    eventually(lambda: example.journal(2)[-1:] == ["ends"], "version 2 has come up and ended")
+    assert example.bundle.version() == "2"
+
+
+def test_an_installer_that_does_not_find_the_application_any_more_changes_nothing(example, gate):
+    process, _ = start_waiting(example)
+    process.kill()
+    process.wait()
+    gate.touch()
+    wait_for_end(example.installer_pid())
+    assert example.bundle.version() == "1"
+    assert example.scene.backups(beside=example.bundle.path) == []
+    assert example.journal(2) == []
 
     assert_updates(example)
 

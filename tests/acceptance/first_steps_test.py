@@ -66,6 +66,10 @@ def test_the_transcript_works_on_a_bare_system(checkout, packages, bare_system):
     print(f"from the packages to the second update: {time.monotonic() - begun:.0f} s")
     assert_prints(output, steps)
 
+    (removal,) = re.findall(r"`apt-get purge ([^`]*)`", (checkout / "docs/first-steps.md").read_text())
+    bare_system.run(f"apt-get purge --yes {removal}")
+    assert [name for name in bare_system.files() if "zkupdater" in name and not name.startswith("root/")] == []
+
 
 def test_the_commands_that_make_the_packages_are_those_that_the_tests_run(checkout):
     # The first two are the README's; debian_test.py runs all three.
