@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -55,6 +56,36 @@ TEST(CInterface, PutsTheEmptyTextIntoRoomThatIsTooSmallForAVersion) {
   EXPECT_STREQ(text, "");
   zk_version_text(std::numeric_limits<std::uint64_t>::max(), text, sizeof text);
   EXPECT_STREQ(text, "50273.9.55 (1615)");
+}
+
+TEST(CInterface, TellsItsOwnVersion) { EXPECT_EQ(zk_library_version(), 100'010'013U); }
+
+TEST(CInterface, TellsOfNoUpdateWhereThereWasNone) {
+  const TemporaryFolder updates;
+  zk_outcome* outcome = nullptr;
+  ASSERT_EQ(zk_outcome_read(0, nullptr, updates.path().c_str(), &outcome), 0);
+  EXPECT_EQ(zk_outcome_follows_update(outcome), 0);
+  EXPECT_EQ(zk_outcome_was_installed(outcome), 0);
+  EXPECT_STREQ(zk_outcome_from_version(outcome), "");
+  EXPECT_STREQ(zk_outcome_backup_path(outcome), "");
+  EXPECT_EQ(zk_outcome_accept(outcome), 0);
+  EXPECT_EQ(zk_outcome_put_back(outcome), 0);
+  EXPECT_TRUE(std::filesystem::exists(updates.path()));
+  zk_outcome_free(outcome);
+}
+
+TEST(CInterface, PutsTheOldVersionBack) {
+  ScriptedHost host;
+  const System::Scope scope(host);
+  writeBundle(host.updates / "X.app", entry("CFBundleVersion", "2"));
+  host.startInstaller();
+  host.backUp();
+  host.swap();
+  zk_outcome* outcome = nullptr;
+  ASSERT_EQ(zk_outcome_read(0, nullptr, host.updates.c_str(), &outcome), 0);
+  EXPECT_EQ(zk_outcome_put_back(outcome), 1);
+  EXPECT_EQ(readFile(host.application / "Contents/Info.plist").find("CFBundleVersion"), std::string::npos);
+  zk_outcome_free(outcome);
 }
 
 TEST(CInterface, ComparesVersions) {

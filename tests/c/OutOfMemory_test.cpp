@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "ZKUpdateStart.h"
 #include "host/ScriptedHost.h"
 #include "support/Memory.h"
 #include "support/SemaphoreName.h"
@@ -108,14 +107,8 @@ TEST(OutOfMemory, IsAnErrorNumberOfOutcomes) {
   const System::Scope scope(host);
   writeBundle(host.updates / "X.app");
   const std::string updates = host.updates;
-  host.onSleep = [&] {
-    const auto semaphore = ZKPOSIXSemaphore::initWithOpen(NSString::stringWithBytes(host.semaphoreNames.back()));
-    semaphore->tryWait();
-  };
-  ASSERT_TRUE(ZKUpdateStart::startInstaller("/opt/zkupdater", updates)->isReady());
-  const std::filesystem::path backup = host.application.parent_path() / ".X.app-0123456789abcdef";
-  std::filesystem::copy(host.application, backup, std::filesystem::copy_options::recursive);
-  std::filesystem::last_write_time(backup, std::filesystem::last_write_time(host.application));
+  host.startInstaller();
+  const std::filesystem::path backup = host.backUp();
 
   const char* arguments[] = {"X"};
   zk_outcome* outcome = nullptr;

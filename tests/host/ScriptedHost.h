@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ZKUpdateStart.h"
 #include "process/NSTask.h"
 #include "support/ChildProcess.h"
 #include "support/ForwardingSystem.h"
@@ -75,6 +76,25 @@ class ScriptedHost : public ForwardingSystem {
   void sleepForTimeInterval(double seconds) override {
     sleeps.push_back(seconds);
     if (onSleep) onSleep();
+  }
+
+  /// The application starts an installer, which becomes ready, and which it leaves behind when it quits.
+  void startInstaller() {
+    onSleep = [this] { ZKPOSIXSemaphore::initWithOpen(NSString::stringWithBytes(semaphoreNames.back()))->tryWait(); };
+    const auto start = ZKUpdateStart::startInstaller("/opt/zkupdater", updates.string());
+    EXPECT_TRUE(start->isReady()) << start->reason();
+  }
+  /// What the installer does with the old bundle. @return the backup
+  std::filesystem::path backUp(const std::string& digits = "0123456789abcdef") const {
+    std::filesystem::path backup = application.parent_path() / (".X.app-" + digits);
+    std::filesystem::copy(application, backup, std::filesystem::copy_options::recursive);
+    std::filesystem::last_write_time(backup, std::filesystem::last_write_time(application));
+    return backup;
+  }
+  /// What it does with the new one.
+  void swap() const {
+    std::filesystem::remove_all(application);
+    std::filesystem::copy(updates / "X.app", application, std::filesystem::copy_options::recursive);
   }
 
   const TemporaryFolder folder;

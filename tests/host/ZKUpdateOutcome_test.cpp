@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ZKUpdateStart.h"
 #include "host/ScriptedHost.h"
 #include "support/TreeDescription.h"
 
@@ -21,28 +20,6 @@ class UpdateOutcome : public testing::Test {
     writeBundle(host.updates / "X.app", entry("CFBundleShortVersionString", "2"));
     // Something to tell one folder from another by.
     fs::last_write_time(host.application, fs::last_write_time(host.application) - std::chrono::hours(1));
-  }
-
-  /// The application starts an installer, whom it leaves behind when it quits.
-  void startInstaller() {
-    host.onSleep = [this] {
-      const auto semaphore = ZKPOSIXSemaphore::initWithOpen(NSString::stringWithBytes(host.semaphoreNames.back()));
-      semaphore->tryWait();
-    };
-    const auto start = ZKUpdateStart::startInstaller("/opt/zkupdater", host.updates.string());
-    EXPECT_TRUE(start->isReady()) << start->reason();
-  }
-
-  /// What the installer does with the bundles. @return the backup
-  fs::path backUp(const std::string& digits = "0123456789abcdef") const {
-    const fs::path backup = host.application.parent_path() / (".X.app-" + digits);
-    fs::copy(host.application, backup, fs::copy_options::recursive);
-    fs::last_write_time(backup, fs::last_write_time(host.application));
-    return backup;
-  }
-  void swap() const {
-    fs::remove_all(host.application);
-    fs::copy(host.updates / "X.app", host.application, fs::copy_options::recursive);
   }
 
   Ref<ZKUpdateOutcome> outcome(std::vector<const char*> arguments = {}) const {
@@ -68,9 +45,9 @@ TEST_F(UpdateOutcome, FollowsAnUpdateByTheArgumentsOfTheInstaller) {
 }
 
 TEST_F(UpdateOutcome, TellsFromWhichVersionAndWhereTheBackupIs) {
-  startInstaller();
-  const fs::path backup = backUp();
-  swap();
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  host.swap();
   const auto found = outcome();
   EXPECT_TRUE(found->wasInstalled());
   EXPECT_EQ(found->fromVersion(), "1");
@@ -84,8 +61,8 @@ TEST_F(UpdateOutcome, TakesTheVersionThatIsShownToPeople) {
            {"", ""},
        }) {
     writeBundle(host.application, info);
-    startInstaller();
-    const fs::path backup = backUp();
+    host.startInstaller();
+    const fs::path backup = host.backUp();
     EXPECT_EQ(outcome()->fromVersion(), version);
     fs::remove_all(backup);
   }
@@ -93,44 +70,49 @@ TEST_F(UpdateOutcome, TakesTheVersionThatIsShownToPeople) {
 
 TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAFinishedBackup) {
   EXPECT_FALSE(outcome()->wasInstalled()) << "nothing was started";
-  startInstaller();
+  host.startInstaller();
   EXPECT_FALSE(outcome()->wasInstalled()) << "no backup was made";
   EXPECT_EQ(outcome()->fromVersion(), "");
   EXPECT_EQ(outcome()->backupPath(), "");
-  const fs::path backup = backUp();
+  const fs::path backup = host.backUp();
   EXPECT_TRUE(outcome()->wasInstalled());
   fs::last_write_time(backup, fs::last_write_time(backup) + std::chrono::nanoseconds(1));
   EXPECT_FALSE(outcome()->wasInstalled()) << "it is not finished";
 }
 
 TEST_F(UpdateOutcome, PassesOverEarlierBackupsAndWhatOnlyLooksLikeOne) {
-  const fs::path earlier = backUp("00000000000000aa");
-  startInstaller();
+  const fs::path earlier = host.backUp("00000000000000aa");
+  host.startInstaller();
   for (const char* digits : {"00000000000000AA", "0123456789abcde", "0123456789abcdef0", "0123456789abcdeg"}) {
-    backUp(digits);
+    host.backUp(digits);
   }
   fs::create_directory_symlink(earlier, host.application.parent_path() / ".X.app-00000000000000ab");
   EXPECT_FALSE(outcome()->wasInstalled());
   EXPECT_EQ(outcome()->backupPath(), "");
-  const fs::path backup = backUp();
+  const fs::path backup = host.backUp();
   EXPECT_EQ(outcome()->backupPath(), backup);
 }
 
 TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAReadableNote) {
-  startInstaller();
-  backUp();
+  host.startInstaller();
+  host.backUp();
   writeFile(host.updates / ".zk-update-note", "{}");
   EXPECT_FALSE(outcome()->wasInstalled());
+  const std::string time = "<plist><dict><key>modificationTime</key><integer>1</integer>";
+  for (const char* rest : {"</dict></plist>", "<key>backups</key><array><integer>1</integer></array></dict></plist>"}) {
+    writeFile(host.updates / ".zk-update-note", time + rest);
+    EXPECT_FALSE(outcome()->wasInstalled());
+  }
   writeFile(host.updates / ".zk-update-note", "");
   EXPECT_FALSE(outcome()->wasInstalled());
   EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, "")->wasInstalled());
 }
 
 TEST_F(UpdateOutcome, IsAcceptedByRemovingTheBackupAndTheUpdateFolder) {
-  const fs::path earlier = backUp("00000000000000aa");
-  startInstaller();
-  const fs::path backup = backUp();
-  swap();
+  const fs::path earlier = host.backUp("00000000000000aa");
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  host.swap();
   const auto accepted = outcome();
   EXPECT_TRUE(accepted->accept());
   EXPECT_FALSE(fs::exists(backup));
@@ -142,15 +124,15 @@ TEST_F(UpdateOutcome, IsAcceptedByRemovingTheBackupAndTheUpdateFolder) {
 }
 
 TEST_F(UpdateOutcome, IsAcceptedWithoutABackupToo) {
-  startInstaller();
+  host.startInstaller();
   EXPECT_TRUE(outcome()->accept());
   EXPECT_FALSE(fs::exists(host.updates));
 }
 
 TEST_F(UpdateOutcome, IsNotAcceptedAndKeepsItsNoteWhileTheBackupCannotBeRemoved) {
-  startInstaller();
-  backUp();
-  swap();
+  host.startInstaller();
+  host.backUp();
+  host.swap();
   fs::permissions(host.folder.path(), fs::perms(0755));
   fs::permissions(host.updates, fs::perms(0777));
   EXPECT_EQ(statusWithoutAccessTo(host.application.parent_path(),
@@ -164,7 +146,7 @@ TEST_F(UpdateOutcome, IsNotAcceptedAndKeepsItsNoteWhileTheBackupCannotBeRemoved)
 }
 
 TEST_F(UpdateOutcome, IsNotAcceptedWhileTheUpdateFolderCannotBeRemoved) {
-  startInstaller();
+  host.startInstaller();
   EXPECT_EQ(statusWithoutAccessTo(host.folder.path(), [this] { EXPECT_FALSE(outcome()->accept()); }), 0);
   EXPECT_TRUE(fs::exists(host.updates));
 }
@@ -176,9 +158,9 @@ TEST_F(UpdateOutcome, AcceptsNoFolderThatNoInstallerWasStartedWith) {
 }
 
 TEST_F(UpdateOutcome, PutsTheOldBundleBack) {
-  startInstaller();
-  const auto old = describeTree(backUp());
-  swap();
+  host.startInstaller();
+  const auto old = describeTree(host.backUp());
+  host.swap();
   writeFile(host.application / "Contents/Resources/made by version 2", "");
 
   const auto found = outcome();
@@ -192,9 +174,9 @@ TEST_F(UpdateOutcome, PutsTheOldBundleBack) {
 }
 
 TEST_F(UpdateOutcome, LeavesTheNewBundleInPlaceWhenTheOldOneCannotBePutBack) {
-  startInstaller();
-  const fs::path backup = backUp();
-  swap();
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  host.swap();
   const auto found = outcome();
   fs::remove_all(backup);
   EXPECT_FALSE(found->putBack());
@@ -203,13 +185,23 @@ TEST_F(UpdateOutcome, LeavesTheNewBundleInPlaceWhenTheOldOneCannotBePutBack) {
 }
 
 TEST_F(UpdateOutcome, LeavesBothBundlesWhereTheyAreWhenTheyCannotBeMoved) {
-  startInstaller();
-  const fs::path backup = backUp();
-  swap();
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  host.swap();
   fs::permissions(host.folder.path(), fs::perms(0755));
   EXPECT_EQ(statusWithoutAccessTo(host.application.parent_path(), [this] { EXPECT_FALSE(outcome()->putBack()); }), 0);
   EXPECT_NE(installedInfo().find("<string>2</string>"), std::string::npos);
   EXPECT_TRUE(fs::exists(backup));
+}
+
+TEST_F(UpdateOutcome, PutsNothingIntoThePlaceOfAnApplicationThatIsGone) {
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  const auto found = outcome();
+  fs::remove_all(host.application);
+  EXPECT_FALSE(found->putBack());
+  EXPECT_EQ(fs::directory_iterator(host.application.parent_path())->path(), backup);
+  EXPECT_EQ(std::distance(fs::directory_iterator(host.application.parent_path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(UpdateOutcome, PutsNothingBackWhenNothingWasInstalled) {

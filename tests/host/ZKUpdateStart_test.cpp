@@ -140,6 +140,7 @@ TEST_F(UpdateStart, IsRefusedWithAVersionThatIsNotNewer) {
       {"1.2.3 (4)", "1.2.3.3"},
       {"1.2.3.4", "1.2.3"},
       {"1.2", "1.2.0"},
+      {"0", "0.0"},
       {"1.10", "1.9.9"},
       {"2026.1.0.0", "2025.1.0.0"},
       {"2", "1"},
@@ -147,7 +148,7 @@ TEST_F(UpdateStart, IsRefusedWithAVersionThatIsNotNewer) {
   };
   for (const char* key : {"CFBundleShortVersionString", "CFBundleVersion"}) {
     for (const auto& [installed, offered] : versions) {
-      SCOPED_TRACE(installed + " " + offered);
+      SCOPED_TRACE(::testing::Message() << installed << " " << offered);
       giveVersions(entry(key, installed), entry(key, offered));
       expectRefused(State::notNewer);
     }
@@ -315,6 +316,7 @@ TEST_F(UpdateStart, IsReadyOnceTheInstallerHasTakenTheSemaphore) {
   takeSemaphore();
   EXPECT_EQ(start->poll(), State::ready);
   EXPECT_TRUE(start->isReady());
+  EXPECT_FALSE(start->isRefused());
   EXPECT_TRUE(host.sleeps.empty()) << "nothing blocks";
   EXPECT_EQ(count(), -1) << "the name is removed";
   EXPECT_TRUE(isNoteThere());
