@@ -137,7 +137,7 @@ int main(void) {
 }
 """)
     program = tmp_path / "null"
-    subprocess.run(["gcc", "-std=c11", "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", header(checkout).parent, source,
-                    "-o", program, library, f"-Wl,-rpath,{library.parent}"], check=True)
+    subprocess.run(["gcc", "-std=c11", "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", header(checkout).parent,
+                    source, "-o", program, library, f"-Wl,-rpath,{library.parent}"], check=True)
     told = subprocess.run([program], check=True, capture_output=True, text=True).stdout
     assert told == "22 " * 17 + "9 9 -1 .0 0 0 0"

@@ -98,7 +98,8 @@ def test_every_header_that_is_installed_can_be_included_by_itself_and_needs_no_o
     assert "ZKVersion.h" in [header.name for header in headers]
     assert not {"System.h", "Port.h"} & {header.name for header in headers}
     for header in headers:
-        run(["g++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-include", header, "-I", prefix / "include", "/dev/null"])
+        run(["g++", "-std=c++20", "-fsyntax-only", "-I", prefix / "include", "-x", "c++", "-include", header,
+             "/dev/null"])
         assert re.findall(r'^#include "[^"]*/', header.read_text(), re.MULTILINE) == []
 
 

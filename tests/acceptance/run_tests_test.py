@@ -31,7 +31,8 @@ def results(run_tests, tmp_path):
 def test_every_test_is_counted_with_its_outcome(results):
     assert results(
         '<testcase classname="file_test" name="a"/>'
-        '<testcase classname="file_test" name="b"><failure message="Failed"/><system-out>it broke</system-out></testcase>'
+        '<testcase classname="file_test" name="b"><failure message="Failed"/>'
+        '<system-out>it broke</system-out></testcase>'
         '<testcase classname="file_test" name="c"><failure message="AssertionError">assert 1 == 2</failure></testcase>'
         '<testcase classname="file_test" name="d"><error message="failed on setup">no such fixture</error></testcase>',
         status=1,

@@ -1,5 +1,5 @@
-"""What tests of the built installer are given. It is looked for in the folder that ZK_BUILD names, by default `build` in
-this checkout."""
+"""What tests of the built installer are given. It is looked for in the folder that ZK_BUILD names, by default `build`
+in this checkout."""
 
 import os
 import re

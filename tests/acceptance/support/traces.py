@@ -31,8 +31,8 @@ class Call(NamedTuple):
 
     @property
     def path(self):
-        """The item that the call is made on: what its first argument has open, or a name in that folder. For a call that
-        copies from one file to another, the other one."""
+        """The item that the call is made on: what its first argument has open, or a name in that folder. For a call
+        that copies from one file to another, the other one."""
         source = SOURCE.match(self.arguments) if self.name == "copy_file_range" else None
         found = FOLDER_AND_NAME.match(self.arguments[source.end() if source else 0 :])
         return found and os.path.normpath(os.path.join(unescaped(found["folder"]), unescaped(found["name"] or "")))

@@ -2,12 +2,13 @@
 
 A disk is an image in a file, on a loop device. That file lies in an XFS that lets files share blocks, and a moment is
 kept by cloning it in one call. The clone holds exactly what had reached the device: the loop device writes through the
-page cache of the file (no direct I/O), where all that it has completed is found; the call locks the file against writes,
-writes that cache back, then shares the blocks. What the inner file system still holds in its own cache is not in there.
+page cache of the file (no direct I/O), where all that it has completed is found; the call locks the file against
+writes, writes that cache back, then shares the blocks. What the inner file system still holds in its own cache is not
+in there.
 
-Such a drive loses nothing that it has completed. A forgetful drive has a write cache: its image lies in a file system of
-its own in the file that is cloned. What the loop device has completed is then in the page cache of that one, and reaches
-the cloned file when the inner file system has the drive flushed: all that was not flushed is lost.
+Such a drive loses nothing that it has completed. A forgetful drive has a write cache: its image lies in a file system
+of its own in the file that is cloned. What the loop device has completed is then in the page cache of that one, and
+reaches the cloned file when the inner file system has the drive flushed: all that was not flushed is lost.
 """
 
 import contextlib
