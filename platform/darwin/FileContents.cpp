@@ -40,11 +40,16 @@ bool makeClone(int source, const struct stat& status, Item copy, port::CopyMeans
 
 }  // namespace
 
-// What a clone loses, or gets from its folder, is what every new file lacks or gets: the caller puts it right.
+// What a clone loses is what every new file lacks: the caller puts it right.
 SystemError port::copyContents(int source, const struct stat& status, Item copy, mode_t mode, CopyMeans& means,
                                FileDescriptor& made) {
   SystemError cloneError;
-  if (makeClone(source, status, copy, means, cloneError)) return openClone(copy, made);
+  if (makeClone(source, status, copy, means, cloneError)) {
+    if (const auto error = openClone(copy, made)) return error;
+    // The manual page leaves open whether a clone keeps its original's ACL, which may forbid to set anything else.
+    removeInheritedACLs({made.get()});
+    return {};
+  }
   if (cloneError) return cloneError;
 
   constexpr int kCreate = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;

@@ -1,10 +1,6 @@
-#include <dirent.h>
 #include <fcntl.h>
 
-#include <cerrno>
-#include <memory>
-#include <string_view>
-
+#include "darwin/FolderEntries.h"
 #include "system/Port.h"
 
 namespace zk {
@@ -14,23 +10,6 @@ int port::flagsToSearch() { return O_SEARCH; }
 timespec port::accessTime(const struct stat& status) { return status.st_atimespec; }
 timespec port::modificationTime(const struct stat& status) { return status.st_mtimespec; }
 
-SystemError port::readEntries(int folder, std::vector<Entry>& entries) {
-  // Closing the stream closes its descriptor, so it gets one of its own.
-  FileDescriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
-  if (!own.isOpen()) return lastError();
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(own.get()), &::closedir);
-  if (!stream) return lastError();
-  own.release();
-  while (true) {
-    errno = 0;
-    const dirent* entry = ::readdir(stream.get());
-    // A folder that was removed holds nothing.
-    if (entry == nullptr) return errno == ENOENT ? SystemError() : lastError();
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      entries.push_back({std::string(name), static_cast<mode_t>(DTTOIF(entry->d_type))});
-    }
-  }
-}
+SystemError port::readEntries(int folder, std::vector<Entry>& entries) { return darwin::entriesOf(folder, entries); }
 
 }  // namespace zk

@@ -2,6 +2,7 @@
 # macOS hands out.
 set(ZK_DARWIN_LOGIC
   CoreFoundation.cpp
+  FolderEntries.cpp
   FoundFunctions.cpp
   MissingCalls.cpp
   ProcessManager.cpp

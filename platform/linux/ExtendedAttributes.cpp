@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/xattr.h>
 
 #include <cerrno>
@@ -20,7 +21,9 @@ constexpr const char* kDefaultACL = "system.posix_acl_default";
 class AttributedItem {
  public:
   explicit AttributedItem(Item item) : descriptor_(item.descriptor) {
-    if (!item.isOpen()) path_ = "/proc/self/fd/" + std::to_string(item.descriptor) + "/" + item.name;
+    if (item.isOpen()) return;
+    if (descriptor_ != AT_FDCWD) path_ = "/proc/self/fd/" + std::to_string(descriptor_) + "/";
+    path_ += item.name;
   }
 
   ssize_t list(char* names, std::size_t size) const {

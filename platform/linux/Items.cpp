@@ -16,10 +16,6 @@ int port::flagsToSearch() { return O_PATH; }
 timespec port::accessTime(const struct stat& status) { return status.st_atim; }
 timespec port::modificationTime(const struct stat& status) { return status.st_mtim; }
 
-// Flags are a matter of single file systems here, and copying programs leave them out.
-SystemError port::copyLocks(Item /*original*/, const struct stat& /*status*/, Item /*copy*/) { return {}; }
-bool port::liftLocks(Item /*item*/) { return false; }
-
 // Not by readdir(): its stream takes three to five more calls for each folder.
 SystemError port::readEntries(int folder, std::vector<Entry>& entries) {
   alignas(dirent64) std::array<char, std::size_t{32} * 1024> buffer;

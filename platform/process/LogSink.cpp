@@ -81,7 +81,8 @@ void writeWithoutWaiting(std::string_view line) {
     return;
   }
   pollfd room{STDERR_FILENO, POLLOUT, 0};
-  if (::poll(&room, 1, 0) != 1 || (room.revents & POLLOUT) == 0) return;
+  // On some systems, any thread of the process may get the signal for a pipe without a reader. So none is raised.
+  if (::poll(&room, 1, 0) != 1 || room.revents != POLLOUT) return;
   std::string beginning(line.substr(0, PIPE_BUF));
   beginning.back() = '\n';
   writeOnce(STDERR_FILENO, beginning);

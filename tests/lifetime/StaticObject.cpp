@@ -91,7 +91,7 @@ void usePlatform() {
 
 void useUpdates() {
   const std::string updates = std::getenv("ZK_UPDATES");
-  const auto start = ZKUpdateStart::startInstaller("/bin/false", updates);
+  const auto start = ZKUpdateStart::startInstaller("/usr/bin/false", updates);
   check(start->state() == ZKUpdateStart::State::ended && start->exitStatus() == 1, start->reason());
   check(!ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, updates)->wasInstalled(), "no update");
 }
@@ -102,7 +102,7 @@ void useInterfaceForC() {
   zk_semaphore* semaphore = nullptr;
   check(zk_semaphore_open(semaphoreName()->UTF8String(), &semaphore) == ZKENOENT, "no semaphore from C");
   zk_update* update = nullptr;
-  check(zk_update_begin("/bin/false", "/", 0, 1, &update) == 0, "an update from C");
+  check(zk_update_begin("/usr/bin/false", "/", 0, 1, &update) == 0, "an update from C");
   check(zk_update_poll(update) == ZK_UPDATE_FOLDER_IN_THE_WAY, zk_update_reason(zk_update_poll(update)));
   zk_update_free(update);
 }

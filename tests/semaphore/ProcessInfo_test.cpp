@@ -233,8 +233,6 @@ TEST(ProcessInfoOfRealProcesses, OurOwnRecordIsValidAndHoldsOurPid) {
   const Ref<NSDictionary> record = ZKPOSIXSemaphore::currentProcessInfo();
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(asNumber(record->objectForKey("pid"_ns))->longLongValue(), ::getpid());
-  EXPECT_NE(record->objectForKey("executablePath"_ns), nullptr);
-  EXPECT_NE(record->objectForKey("creationDate"_ns), nullptr);
   EXPECT_TRUE(ZKPOSIXSemaphore::isProcessInfoValid(record));
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <limits>
 #include <map>
 #include <vector>
 
@@ -233,8 +234,9 @@ TEST(ZKPOSIXSemaphore, AnotherSuccessfulOpenReplacesAndClosesTheHandle) {
 }
 
 TEST(ZKPOSIXSemaphore, AnOpenErrorCarriesTheReasonForCreating) {
+  const SemaphoreName name;
   Ref<NSError> error;
-  EXPECT_EQ(ZKPOSIXSemaphore::createWithName(""_ns, false, 0666, 1, &error), nullptr);
+  EXPECT_EQ(create(name, std::numeric_limits<std::size_t>::max(), false, &error), nullptr);
   EXPECT_EQ(error->code(), 22);
   EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
 }
@@ -272,12 +274,6 @@ TEST(ZKPOSIXSemaphore, AValueBeyondTheSystemsLimitIsRefusedAndNotCut) {
   EXPECT_EQ(create(name, (std::size_t{1} << 32) + 1, false, &error), nullptr);
   ASSERT_NE(error, nullptr);
   EXPECT_EQ(reasonOf(error), "Value exceeds SEM_VALUE_MAX.");
-}
-
-TEST(ZKPOSIXSemaphore, AnAbsentNameIsRefusedByTheSystemLikeAnEmptyOne) {
-  Ref<NSError> error;
-  EXPECT_EQ(ZKPOSIXSemaphore::openWithName(nullptr, &error), nullptr);
-  EXPECT_EQ(error->code(), 22);
 }
 
 TEST(ZKPOSIXSemaphore, TheErrorNumberSurvivesTheLookUpOfTheReason) {

@@ -38,5 +38,7 @@ bool setAttribute(const std::filesystem::path& path, const char* name, const std
 
 /// The count of the semaphore of this name, which nobody else may use meanwhile; -1 if there is none.
 int semaphoreCount(const char* name);
+/// The permissions of the semaphore of this name; nothing if the system does not tell.
+std::optional<mode_t> semaphoreMode(const char* name);
 
 }  // namespace zk::test

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+
+#include "system/FileDescriptor.h"
 
 namespace zk::test {
 
@@ -38,6 +42,14 @@ Ref<NSURL> TemporaryFolder::url(std::string_view name) const {
 void writeFile(const fs::path& path, std::string_view content) {
   fs::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << content;
+}
+
+void makeSocket(const fs::path& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(path.string().copy(address.sun_path, sizeof address.sun_path), sizeof address.sun_path) << path;
+  const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+  ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0) << path;
 }
 
 std::string readFile(const fs::path& path) {

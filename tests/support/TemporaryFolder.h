@@ -27,6 +27,8 @@ class TemporaryFolder {
 
 /// Writes a file, making the folders above it.
 void writeFile(const std::filesystem::path& path, std::string_view content);
+/// Makes a socket, an item that cannot be copied.
+void makeSocket(const std::filesystem::path& path);
 /// The content of a file; a failed expectation and "" if it cannot be read.
 std::string readFile(const std::filesystem::path& path);
 

@@ -95,7 +95,7 @@ TEST(Threads, MayStartUpdates) {
   inThreads(10, [] {
     const TemporaryFolder updates;
     writeBundle(updates / "X.app");
-    const auto start = ZKUpdateStart::startInstaller("/bin/false", updates.path());
+    const auto start = ZKUpdateStart::startInstaller("/usr/bin/false", updates.path());
     EXPECT_EQ(start->state(), ZKUpdateStart::State::ended) << start->reason();
     EXPECT_EQ(start->exitStatus(), 1);
     EXPECT_FALSE(ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, updates.path())->wasInstalled());

@@ -162,7 +162,7 @@ TEST_F(RealInstallation, AFailedSwapStopsAtItsFirstErrorAndLeavesTheBackup) {
   std::filesystem::create_directory(folder / "update/A.app");
   std::filesystem::create_symlink("x", folder / "update/A.app/a");
   ASSERT_EQ(::mkfifo((folder / "update/A.app/b").c_str(), 0600), 0);
-  ASSERT_EQ(::mknod((folder / "update/A.app/c").c_str(), S_IFSOCK | 0600, 0), 0);
+  test::makeSocket(folder / "update/A.app/c");
   test::writeFile(folder / "update/A.app/d", "never reached");
   EXPECT_FALSE(install());
   EXPECT_EQ(lines.back(), "Error: Copy update to target failed. Performing rollback.");
@@ -174,7 +174,7 @@ TEST_F(RealInstallation, TheRollbackReadsAnItemOfTheTargetsNameInTheBackup) {
   test::writeFile(folder / "volume/A.app/A.app/inner", "inner");
   std::filesystem::remove_all(folder / "update/A.app");
   std::filesystem::create_directory(folder / "update/A.app");
-  ASSERT_EQ(::mknod((folder / "update/A.app/c").c_str(), S_IFSOCK | 0600, 0), 0);
+  test::makeSocket(folder / "update/A.app/c");
   EXPECT_FALSE(install());
   EXPECT_EQ(test::readFile(folder / "volume/A.app/inner"), "inner");
 }

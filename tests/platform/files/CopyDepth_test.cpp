@@ -165,7 +165,7 @@ TEST_F(CopyDepth, CanLeaveFoldersThatLockTheirOwnerOut) {
 TEST_F(CopyDepth, LeavesNoDescriptorOpen) {
   writeFile(folder / "from/a/b/c/d/e/f/g", "x");
   fs::create_hard_link(folder / "from/a/b/c/d/e/f/g", folder / "from/b");
-  ASSERT_EQ(::mknod((folder / "from/c").c_str(), S_IFSOCK | 0600, 0), 0);
+  makeSocket(folder / "from/c");
   const std::size_t before = openDescriptors();
   EXPECT_FALSE(copyItem(folder / "from", folder / "to").succeeded);
   EXPECT_FALSE(copyItem(folder / "from", folder / "nothing/to").succeeded);

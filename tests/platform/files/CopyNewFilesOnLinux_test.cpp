@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "CopyNewFiles.h"
 #include "FileItems.h"
 #include "support/ChildProcess.h"
 #include "support/System.h"
@@ -20,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t kOther = 1234;  ///< a user without privileges
+constexpr const char* kAccessACL = "system.posix_acl_access";
 constexpr const char* kDefaultACL = "system.posix_acl_default";
 
 /// Whether another user can open the item.
@@ -70,6 +71,34 @@ TEST_F(CopyNewFilesOnLinux, AreOpenToNobodyElseUntilTheCopyIsDone) {
     EXPECT_TRUE(isOpenToOthers(folder / "parent/to/c/d/file"));
     EXPECT_TRUE(removeItem(folder / "parent/to").succeeded);
   }
+}
+
+TEST_F(CopyNewFiles, HaveTheirACLsAnywhereInTheTree) {
+  for (const bool isFirst : {true, false}) {
+    makeFiles(folder / "from/a");
+    makeFiles(folder / "from/b");
+    const fs::path list = folder / (isFirst ? "from/a/384" : "from/b/511");
+    if (!setAttribute(list, kAccessACL, accessListBytes(6))) GTEST_SKIP() << "no ACLs here";
+    expectSameCopies(folder / "to");
+    fs::remove_all(folder / "from");
+  }
+}
+
+TEST_F(CopyNewFiles, InheritNothingFromTheFolderAroundTheCopy) {
+  fs::create_directory(folder / "parent");
+  if (!setAttribute(folder / "parent", kDefaultACL, accessListBytes(7))) GTEST_SKIP() << "no ACLs here";
+  if (::geteuid() == 0) {
+    ASSERT_EQ(::chown((folder / "parent").c_str(), kOther, kOther), 0);
+  }
+  setMode(folder / "parent", 02777);
+  EXPECT_EQ(statusUnprivileged(folder,
+                               [this] {
+                                 makeFiles(folder / "from/a");
+                                 expectSameCopies(folder / "parent/to");
+                               }),
+            0);
+  makeFiles(folder / "from/b");
+  expectSameCopies(folder / "parent/to");
 }
 
 }  // namespace

@@ -1,56 +1,18 @@
-#include <fcntl.h>
-#include <gmock/gmock.h>
+#include "CopyNewFiles.h"
+
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <string>
+#include <utility>
 
-#include "FileItems.h"
-#include "support/ChildProcess.h"
 #include "support/System.h"
-#include "support/TreeDescription.h"
-#include "system/FileDescriptor.h"
 
 namespace zk::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr uid_t kOther = 1234;  ///< a user and a group without privileges
-constexpr const char* kAccessACL = "system.posix_acl_access";
-constexpr const char* kDefaultACL = "system.posix_acl_default";
-
-/// What files are made with in the folders of a copy, where most of them have their owner, group and mode at once.
-class CopyNewFiles : public ::testing::Test {
- protected:
-  void TearDown() override { ::umask(mask); }
-
-  /// Makes files of some modes in the folder `top`.
-  void makeFiles(const fs::path& top) {
-    for (const mode_t mode : Modes{0400, 0600, 0644, 0755, 0777, 02755, 04755}) {
-      writeFile(top / std::to_string(mode), "x");
-      setMode(top / std::to_string(mode), mode);
-    }
-  }
-
-  /// Copies "from" to `to` under some masks, and compares.
-  void expectSameCopies(const fs::path& to) {
-    for (const mode_t newMask : Modes{0000, 0027, 0777}) {
-      ::umask(newMask);
-      const Outcome outcome = copyItem(folder / "from", to);
-      EXPECT_TRUE(outcome.succeeded) << outcome.code() << " at " << outcome.path();
-      EXPECT_EQ(describeTree(to), describeTree(folder / "from")) << std::oct << newMask;
-      EXPECT_TRUE(removeItem(to).succeeded);
-    }
-    ::umask(mask);
-  }
-
-  TemporaryFolder folder;
-  const mode_t mask = ::umask(0022);
-};
 
 TEST_F(CopyNewFiles, BelongToTheOwnersOfTheOriginalsInAnyOrder) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
@@ -78,29 +40,10 @@ TEST_F(CopyNewFiles, HaveTheirAttributesAnywhereInTheTree) {
     makeFiles(folder / "from/b");
     // The names are the modes in decimal digits; 1517 comes first.
     const fs::path note = folder / (isFirst ? "from/a/1517" : "from/b/493");
-    const fs::path list = folder / (isFirst ? "from/a/384" : "from/b/511");
     if (!setAttribute(note, "user.note", "kept")) GTEST_SKIP() << "no extended attributes here";
-    if (!setAttribute(list, kAccessACL, accessListBytes(6))) GTEST_SKIP() << "no ACLs here";
     expectSameCopies(folder / "to");
     fs::remove_all(folder / "from");
   }
-}
-
-TEST_F(CopyNewFiles, InheritNothingFromTheFolderAroundTheCopy) {
-  fs::create_directory(folder / "parent");
-  if (!setAttribute(folder / "parent", kDefaultACL, accessListBytes(7))) GTEST_SKIP() << "no ACLs here";
-  if (::geteuid() == 0) {
-    ASSERT_EQ(::chown((folder / "parent").c_str(), kOther, kOther), 0);
-  }
-  setMode(folder / "parent", 02777);
-  EXPECT_EQ(statusUnprivileged(folder,
-                               [this] {
-                                 makeFiles(folder / "from/a");
-                                 expectSameCopies(folder / "parent/to");
-                               }),
-            0);
-  makeFiles(folder / "from/b");
-  expectSameCopies(folder / "parent/to");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -213,7 +214,8 @@ TEST_F(CopyRace, ALinkNeverWinsAgainstASourceFolder) {
   writeFile(folder / "from/a/own", "x");
   fs::create_directory_symlink(folder / "outside", folder / "link");
   race(folder / "from/a", folder / "link", [this](const Outcome& outcome) {
-    EXPECT_TRUE(outcome.succeeded || outcome.code() == 20 || outcome.code() == 22) << outcome.code();
+    // POSIX lets a system say that a link is no folder, or that it is a link.
+    EXPECT_THAT(outcome.code(), ::testing::AnyOf(0, 20, 22, 62));
     EXPECT_FALSE(!fs::is_symlink(folder / "to/a") && isThere(folder / "to/a/file"));
   });
 }

@@ -46,12 +46,12 @@ TEST_F(DirectoryEnumerator, YieldsAFolderBeforeItsContentsAndSortsByTheBytesOfNa
   writeFile(folder / "b/z", "");
   writeFile(folder / "b/a/deep", "");
   writeFile(folder / "b.c", "");
-  writeFile(folder / "B", "");
+  writeFile(folder / "C", "");
   writeFile(folder / ".hidden/x", "");
-  writeFile(folder / "\xff", "");
-  writeFile(folder / "\xc3\xa9", "");
+  writeFile(folder / "\U0001F600", "");
+  writeFile(folder / "\uFFFD", "");
   EXPECT_THAT(all(),
-              ElementsAre(".hidden", ".hidden/x", "B", "b", "b/a", "b/a/deep", "b/z", "b.c", "\xc3\xa9", "\xff"));
+              ElementsAre(".hidden", ".hidden/x", "C", "b", "b/a", "b/a/deep", "b/z", "b.c", "\uFFFD", "\U0001F600"));
 }
 
 TEST_F(DirectoryEnumerator, YieldsNothingForAnEmptyFolder) { EXPECT_THAT(all(), IsEmpty()); }

@@ -96,12 +96,6 @@ TEST_F(ItemReplacementDirectory, IsBesideALinkAndNotBesideItsTarget) {
   EXPECT_EQ(fs::path(made->path()->bytes()).parent_path(), folder.path());
 }
 
-TEST_F(ItemReplacementDirectory, WorksForANameThatIsNotUTF8) {
-  const Ref<NSURL> made = make(folder.url("\xff\xfe"));
-  ASSERT_NE(made, nullptr);
-  EXPECT_TRUE(fs::is_directory(made->path()->bytes()));
-}
-
 TEST_F(ItemReplacementDirectory, IsAbsentWithAnErrorIfNoFolderCanBeMade) {
   EXPECT_EQ(make(folder.url("nothing/Host.app")), nullptr);
   ASSERT_NE(error, nullptr);

@@ -8,7 +8,7 @@
 
 #include <cerrno>
 #include <climits>
-#include <filesystem>
+#include <optional>
 
 #include "support/ChildProcess.h"
 #include "support/FrequentAlarm.h"
@@ -104,12 +104,11 @@ TEST_F(POSIXSystemTest, CreatesASemaphoreWithTheModeLessTheUmask) {
     create(1, ZKO_CREAT | ZKO_EXCL, mode);
     ::umask(before);
     close();
-    struct stat file {};
-    EXPECT_EQ(::stat(("/dev/shm/sem." + name.bytes()).c_str(), &file), 0);
+    const std::optional<mode_t> found = semaphoreMode(name.bytes().c_str());
     systemCalls().sem_unlink(name.bytes().c_str());
-    return file.st_mode & 07777;
+    return found;
   };
-  if (!std::filesystem::exists("/dev/shm")) GTEST_SKIP() << "Semaphores are no files here.";
+  if (!modeOfNew(0666, 0)) GTEST_SKIP() << "The system does not tell.";
   EXPECT_EQ(modeOfNew(0666, 0), 0666U);
   EXPECT_EQ(modeOfNew(0666, 022), 0644U);
   EXPECT_EQ(modeOfNew(0600, 0), 0600U);
@@ -154,12 +153,9 @@ TEST_F(POSIXSystemTest, ReportsAWaitThatASignalHasInterrupted) {
             0);
 }
 
-TEST_F(POSIXSystemTest, ReportsACountThatWouldBeTooLarge) {
-  create(SEM_VALUE_MAX);
-  errno = 0;
-  expectRefused(systemCalls().sem_post(handle), 84);
-  const SemaphoreName other;
-  EXPECT_EQ(systemCalls().sem_open(other.bytes().c_str(), ZKO_CREAT, 0666, UINT_MAX), ZKSEM_FAILED);
+TEST_F(POSIXSystemTest, RefusesACountThatWouldBeTooLarge) {
+  create(UINT_MAX);
+  EXPECT_EQ(handle, ZKSEM_FAILED);
   EXPECT_EQ(errorNumber(), ZKEINVAL);
 }
 
@@ -173,10 +169,7 @@ TEST_F(POSIXSystemTest, RemovesANameWhileHandlesStayUsable) {
   expectRefused(systemCalls().sem_unlink(name.bytes().c_str()), ZKENOENT);
 }
 
-TEST_F(POSIXSystemTest, ReportsImpossibleNames) {
-  errno = 0;
-  EXPECT_EQ(systemCalls().sem_open("zk/test", ZKO_CREAT, 0666, 1), ZKSEM_FAILED);
-  EXPECT_EQ(errorNumber(), ZKEINVAL);
+TEST_F(POSIXSystemTest, RefusesANameThatIsTooLong) {
   errno = 0;
   EXPECT_EQ(systemCalls().sem_open(std::string(300, 'x').c_str(), ZKO_CREAT, 0666, 1), ZKSEM_FAILED);
   EXPECT_TRUE(errorNumber() == ZKENAMETOOLONG || errorNumber() == ZKEINVAL) << errorNumber();

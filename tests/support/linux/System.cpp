@@ -5,6 +5,7 @@
 #include <semaphore.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 
@@ -71,6 +72,12 @@ int semaphoreCount(const char* name) {
   ::sem_getvalue(semaphore, &value);
   ::sem_close(semaphore);
   return value;
+}
+
+std::optional<mode_t> semaphoreMode(const char* name) {
+  struct stat status;
+  if (::stat(("/dev/shm/sem." + std::string(name)).c_str(), &status) != 0) return std::nullopt;
+  return status.st_mode & 07777;
 }
 
 }  // namespace zk::test
