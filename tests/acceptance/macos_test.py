@@ -1,6 +1,8 @@
 """What ./check builds for macOS on Linux. It cannot be run here, so this reads what the loader of macOS would read."""
 
 import re
+import shutil
+import subprocess
 
 import pytest
 
@@ -45,9 +47,24 @@ def test_a_smashed_stack_ends_the_installer(built):
     assert "___stack_chk_fail" in built("zkupdater").imported
 
 
+def test_the_library_shows_the_c_interface_and_no_name_of_ours_or_of_the_standard_library_beside_it(built, checkout):
+    exported = built("c/libzkupdater.dylib").exported
+    declared = re.findall(r"^[a-z].*?\b(zk_\w+)\(", (checkout / "c/zkupdater.h").read_text(), re.MULTILINE)
+    assert sorted(name for name in exported if "zk" in name) == sorted(f"_{name}" for name in declared)
+    assert [name for name in exported if "St3__1" in name] == []
+
+
 def test_programs_find_the_library_by_its_major_version(built):
     assert built("c/libzkupdater.dylib").name == "@rpath/libzkupdater.1.dylib"
 
 
 def test_a_processor_that_runs_only_signed_programs_runs_the_installer(built, processor):
     assert built("zkupdater").is_signed or processor != "arm64"
+
+
+def test_without_npm_one_line_says_that_nothing_is_built(checkout, tmp_path):
+    for tool in ["bash", "dirname"]:
+        (tmp_path / tool).symlink_to(shutil.which(tool))
+    result = subprocess.run([checkout / "tools/build_for_macos"], env={"PATH": str(tmp_path)}, capture_output=True,
+                            text=True)
+    assert (result.returncode, result.stdout, result.stderr) == (0, "not built for macOS: npm is missing\n", "")

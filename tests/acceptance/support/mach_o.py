@@ -23,6 +23,8 @@ _SYSTEM = 0x32
 _SYMBOL = struct.Struct("<IBBHQ")
 _KIND_OF_SYMBOL = 0xEE  # with the bits that only a debugger's symbols have
 _UNDEFINED = 0
+_SEEN_FROM_OUTSIDE = 0xF1  # with the bits that private symbols and a debugger's have
+_EXTERNAL = 0x01
 
 
 @dataclass
@@ -37,6 +39,7 @@ class MachO:
     libraries: list = field(default_factory=list)
     search_paths: list = field(default_factory=list)
     imported: set = field(default_factory=set)
+    exported: set = field(default_factory=set)
 
 
 def _text(command):
@@ -49,12 +52,15 @@ def _version(number):
     return number >> 16, number >> 8 & 0xFF
 
 
-def _imported(data, command):
+def _read_symbols(data, command, result):
     symbols, count, texts = struct.unpack_from("<III", command, 8)
     for text, kind, *_ in _SYMBOL.iter_unpack(data[symbols : symbols + count * _SYMBOL.size]):
+        start = texts + text
+        name = data[start : data.index(b"\0", start)].decode()
         if kind & _KIND_OF_SYMBOL == _UNDEFINED:
-            start = texts + text
-            yield data[start : data.index(b"\0", start)].decode()
+            result.imported.add(name)
+        elif kind & _SEEN_FROM_OUTSIDE == _EXTERNAL:
+            result.exported.add(name)
 
 
 def read(path):
@@ -79,5 +85,5 @@ def read(path):
             result.system, oldest = struct.unpack_from("<II", command, 8)
             result.oldest_system = _version(oldest)
         elif number == _SYMBOL_TABLE:
-            result.imported.update(_imported(data, command))
+            _read_symbols(data, command, result)
     return result
