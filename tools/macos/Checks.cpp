@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <semaphore.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -10,10 +11,13 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "darwin/FoundFunctions.h"
 #include "darwin/MissingCalls.h"
@@ -111,12 +115,26 @@ void checkPath() {
              "; opened anew: " + (anew.isOpen() ? "yes" : "no") + "; a pipe has a path: " + (hasPipe ? "yes" : "no"));
 }
 
+/// What a write to a pipe without a reader does to a process of two threads, one of which blocks the signal.
 void checkPendingSignals() {
+  static std::atomic<bool> hasStrayed = false;
+  std::signal(SIGPIPE, [](int) { hasStrayed = true; });
+  std::atomic<bool> isOver = false;
+  std::thread other([&isOver] {
+    while (!isOver) ::usleep(1000);
+  });
   const sigset_t signals = signalSet({SIGPIPE});
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  int ends[2];
-  if (::pipe(ends) != 0) return report(8, false, "no pipe");
+  int ends[2] = {-1, -1};
+  const bool hasPipe = ::pipe(ends) == 0;
+  const pollfd empty{ends[1], POLLOUT, 0};
+  pollfd room = empty;
+  const bool isRoomTold = ::poll(&room, 1, 0) == 1 && room.revents == POLLOUT;
   ::close(ends[0]);
+  room = empty;
+  const bool isEndTold = ::poll(&room, 1, 0) == 1 && (room.revents & POLLHUP) != 0;
+  report(8, hasPipe && isRoomTold && isEndTold, "poll() tells of room in a pipe, and that its reader has gone");
+
   const bool hasFailed = ::write(ends[1], "x", 1) < 0 && errno == EPIPE;
   sigset_t pending;
   sigpending(&pending);
@@ -126,7 +144,11 @@ void checkPendingSignals() {
   ::alarm(0);
   sigpending(&pending);
   const bool isPending = sigismember(&pending, SIGPIPE) == 1;
-  report(8, hasFailed && wasPending && !isPending, "a signal of a failed write is pending, and can be taken back");
+  isOver = true;
+  other.join();
+  report(8, hasFailed && wasPending && !isPending && !hasStrayed,
+         std::string("the signal of a failed write goes to ") + (hasStrayed ? "another thread" : "the writing thread") +
+             ", and can be taken back there");
 }
 
 void checkLog() {

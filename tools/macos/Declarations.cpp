@@ -65,6 +65,7 @@ static_assert(offsetof(InfoRecord, processName) == offsetof(::ProcessInfoRec, pr
 static_assert(offsetof(InfoRecord, processLaunchDate) == offsetof(::ProcessInfoRec, processLaunchDate));
 static_assert(offsetof(InfoRecord, processAppRef) == offsetof(::ProcessInfoRec, processAppRef));
 
+ZK_AGREES(ObjectiveCFunctions, objc_getClass);
 ZK_AGREES(ObjectiveCFunctions, sel_registerName);
 ZK_AGREES(ObjectiveCFunctions, class_getClassMethod);
 ZK_AGREES(ObjectiveCFunctions, class_getInstanceMethod);
