@@ -119,6 +119,17 @@ TEST(LogLineOnLinux, IsLostIfAPipeWithoutAReaderCannotBeOpenedAgain) {
   EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message", refuseToOpen), 0);
 }
 
+// On other systems the signal for such a write may end the process.
+TEST(LogLineOnLinux, IsNotWrittenIfAPipeWithoutAReaderCannotBeOpenedAgain) {
+  Pipe pipe;
+  pipe.reading.reset();
+  const auto refuseToOpenOrWrite = [] {
+    refuseToOpen();
+    ASSERT_TRUE(endAtSystemCall(SYS_write));
+  };
+  EXPECT_EQ(statusOfLogging(pipe.writing.get(), "message", refuseToOpenOrWrite), 0);
+}
+
 TEST(LogLineOnLinux, IsCutToTheRoomOfAPipeThatCannotBeOpenedAgain) {
   const Pipe pipe;
   const int size = ::fcntl(pipe.writing.get(), F_SETPIPE_SZ, 2 * PIPE_BUF);
