@@ -20,6 +20,7 @@ SystemError entriesOf(int folder, std::vector<Entry>& entries) {
   own.release();
   while (true) {
     errno = 0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is used here only.
     const dirent* entry = ::readdir(stream.get());
     // A folder that was removed holds nothing.
     if (entry == nullptr) return errno == ENOENT ? SystemError() : lastError();
