@@ -377,6 +377,7 @@ def running(program, *arguments):
 
 
 @pytest.mark.listings("docs/file-formats.md: python")
+@pytest.mark.without_memcheck("the record names valgrind's program")
 def test_a_record_that_another_language_writes_is_one_of_ours(checkout, scene, shown):
     # It makes the same record of a process as the process itself.
     scene.start_target()

@@ -214,6 +214,7 @@ def test_everybody_can_see_the_settings(scene):
 # The environment
 
 
+@pytest.mark.without_memcheck("valgrind writes to the folder for temporary files")
 def test_no_variable_moves_the_backup_or_names_a_file(scene):
     names = ("TMPDIR", "HOME", "PATH", "LANGUAGE", "LC_ALL", "TZ")
     assert scene.install(wrapper=["env", *(f"{name}=/nowhere/../../etc/passwd" for name in names)]) == INSTALLED
@@ -224,6 +225,7 @@ def test_no_variable_moves_the_backup_or_names_a_file(scene):
 
 
 @needs_two_users
+@pytest.mark.without_memcheck("valgrind starts no set-id program")
 def test_a_set_uid_installer_replaces_for_anybody_what_only_its_owner_may_write(scene):
     scene.start_target()
     scene.user = NOBODY
