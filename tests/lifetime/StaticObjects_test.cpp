@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <string>
+#include <filesystem>
 
 #include "host/ScriptedHost.h"
+#include "support/RunningProgram.h"
 
 namespace zk::test {
 namespace {
@@ -16,12 +16,8 @@ TEST(StaticObjects, MayUseTheLibrariesBeforeMainAndAfterIt) {
   std::filesystem::copy_file(ZK_STATIC_OBJECTS_PROGRAM, program, std::filesystem::copy_options::overwrite_existing);
   writeBundle(folder / "Updates/X.app");
 
-  FILE* output = ::popen(("ZK_UPDATES=" + (folder / "Updates").string() + " " + program.string()).c_str(), "r");
-  ASSERT_NE(output, nullptr);
-  std::string text;
-  for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
-  EXPECT_EQ(::pclose(output), 0);
-  EXPECT_EQ(text, "first made\nlast made\nmain\nlast destroyed\nfirst destroyed\n");
+  EXPECT_EQ(outputOf("ZK_UPDATES=" + (folder / "Updates").string() + " " + program.string()),
+            "first made\nlast made\nmain\nlast destroyed\nfirst destroyed\n");
 }
 
 }  // namespace

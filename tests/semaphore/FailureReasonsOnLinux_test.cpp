@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
+#include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 
 namespace zk {
@@ -20,16 +20,10 @@ class FailureReasonsInABundle : public testing::Test {
     std::filesystem::copy_file(ZK_FAILURE_REASONS_PROGRAM, program);
   }
 
-  /// What the program prints in a surrounding with these language settings. It has to succeed.
+  /// What the program prints in a surrounding with these language settings. It fails if a look-up changes errno.
   std::string printed(const std::string& settings) const {
-    const std::string command =
-        "env -u LANGUAGE -u LC_ALL -u LC_MESSAGES -u LANG " + settings + " '" + program.string() + "'";
-    FILE* output = ::popen(command.c_str(), "r");
-    if (output == nullptr) return "(not started)";
-    std::string text;
-    for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
-    EXPECT_EQ(::pclose(output), 0) << "a look-up has changed errno: " << settings;
-    return text;
+    return test::outputOf("env -u LANGUAGE -u LC_ALL -u LC_MESSAGES -u LANG " + settings + " '" + program.string() +
+                          "'");
   }
 
   test::TemporaryFolder folder;

@@ -1,6 +1,9 @@
 #include "support/RunningProgram.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 #include "support/TemporaryFolder.h"
 
@@ -22,6 +25,16 @@ RunningProgram::RunningProgram(const fs::path& path, const std::vector<std::stri
 int RunningProgram::end() {
   input_.writing.reset();
   return process_.wait();
+}
+
+std::string outputOf(const std::string& command) {
+  // NOLINTNEXTLINE(cert-env33-c): the command is a test's own.
+  FILE* output = ::popen(command.c_str(), "r");
+  if (output == nullptr) return "(not started)";
+  std::string text;
+  for (int character; (character = std::fgetc(output)) != EOF;) text += static_cast<char>(character);
+  EXPECT_EQ(::pclose(output), 0) << command;
+  return text;
 }
 
 void copyProgram(const fs::path& program, const fs::path& path) {

@@ -26,6 +26,9 @@ class RunningProgram {
   ChildProcess process_;
 };
 
+/// What a shell command prints on its standard output. The command has to succeed.
+std::string outputOf(const std::string& command);
+
 /// Copies an executable of the system to `path`, making the folders above it.
 void copyProgram(const std::filesystem::path& program, const std::filesystem::path& path);
 
