@@ -24,6 +24,7 @@ class CopyDelegate : public ::testing::Test {
 
   std::vector<std::string> relative(const std::vector<RecordingDelegate::Question>& questions) const {
     std::vector<std::string> paths;
+    paths.reserve(questions.size());
     for (const auto& question : questions) paths.push_back(fs::path(question.first).lexically_relative(folder.path()));
     return paths;
   }
