@@ -143,6 +143,7 @@ TEST_F(TranslationTest, IsReadOnceEvenForSeveralThreads) {
   std::vector<std::string> found(8);
   std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
   std::vector<std::thread> threads;
+  threads.reserve(found.size());
   for (std::string& text : found) {
     threads.emplace_back([&] {
       start.arrive_and_wait();
