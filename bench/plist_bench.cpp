@@ -45,7 +45,7 @@ void countBytes(benchmark::State& state, const Ref<NSData>& data) {
 
 void readDocument(benchmark::State& state, const char* name) {
   const auto data = document(name);
-  for (auto turn : state) benchmark::DoNotOptimize(read(data));
+  for ([[maybe_unused]] auto turn : state) benchmark::DoNotOptimize(read(data));
   countBytes(state, data);
 }
 BENCHMARK_CAPTURE(readDocument, binary, "binary");
@@ -53,7 +53,7 @@ BENCHMARK_CAPTURE(readDocument, xml, "xml");
 
 void writeDocument(benchmark::State& state) {
   const auto propertyList = read(document("binary"));
-  for (auto turn : state) benchmark::DoNotOptimize(write(propertyList));
+  for ([[maybe_unused]] auto turn : state) benchmark::DoNotOptimize(write(propertyList));
   countBytes(state, write(propertyList));
 }
 BENCHMARK(writeDocument);
@@ -61,7 +61,7 @@ BENCHMARK(writeDocument);
 /// Writes a process-info record and reads it back.
 void roundTripRecord(benchmark::State& state) {
   const auto record = read(document("record"));
-  for (auto turn : state) benchmark::DoNotOptimize(read(write(record)));
+  for ([[maybe_unused]] auto turn : state) benchmark::DoNotOptimize(read(write(record)));
 }
 BENCHMARK(roundTripRecord);
 

@@ -15,7 +15,7 @@
 
 // A build with coverage has another definition, which this one gives way to. Nobody else writes down what the child has
 // covered.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the compiler's own name
 extern "C" __attribute__((weak)) int __llvm_profile_write_file() { return 0; }
 
 namespace zk::test {
