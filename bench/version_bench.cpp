@@ -50,7 +50,7 @@ void printWithSnprintf(benchmark::State& state) {
   measure(state, [&parts] {
     char text[32];
     benchmark::DoNotOptimize(parts);
-    std::snprintf(text, sizeof text, "%u.%u.%u (%u)", parts[0], parts[1], parts[2], parts[3]);
+    static_cast<void>(std::snprintf(text, sizeof text, "%u.%u.%u (%u)", parts[0], parts[1], parts[2], parts[3]));
     benchmark::DoNotOptimize(text);
   });
 }
