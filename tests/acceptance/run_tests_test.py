@@ -1,11 +1,17 @@
-"""tools/run_tests: how it reads the results of the two test runners."""
+"""tools/run_tests: how it reads the results of the two test runners, and how it ends them before their time."""
 
 import importlib.machinery
 import importlib.util
+import os
+import shutil
+import signal
+import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree
 
 import pytest
+
+from support.processes import eventually
 
 SKIPPED_BY_GOOGLETEST = "[ RUN      ] A.B\n/a/b.cpp:12: Skipped\nonly root may do this\n\n[  SKIPPED ] A.B (0 ms)\n"
 
@@ -75,6 +81,39 @@ def test_progress_is_read_from_either_runner(run_tests):
 def test_running_a_command_returns_its_status_and_output(run_tests, capfd):
     assert run_tests.run("a command", [sys.executable, "-c", "print('told'); raise SystemExit(3)"]) == (3, "told\n")
     assert "a command: " in capfd.readouterr().out
+
+
+TEST_THAT_MUST_CLEAN_UP = """
+import pathlib, time, pytest
+
+@pytest.fixture
+def thing():
+    pathlib.Path("thing").touch()
+    yield
+    pathlib.Path("thing").unlink()
+
+def test_thing(thing):
+    time.sleep(600)
+"""
+
+
+@pytest.mark.parametrize("request_to_end", [signal.SIGINT, signal.SIGTERM])
+def test_ended_early_it_lets_the_tests_clean_up(checkout, tmp_path, request_to_end):
+    (tmp_path / "thing_test.py").write_text(TEST_THAT_MUST_CLEAN_UP)
+    instead_of_ctest = tmp_path / "ctest"
+    instead_of_ctest.write_text("#!/bin/sh\nexec /usr/bin/python3 -m pytest -n 1 thing_test.py\n")
+    instead_of_ctest.chmod(0o755)
+    (tmp_path / "tools").mkdir()
+    copy = shutil.copy(checkout / "tools/run_tests", tmp_path / "tools")
+    running = subprocess.Popen([copy], env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"},
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    thing = tmp_path / "thing"
+    try:
+        eventually(thing.exists, "the test runs")
+    finally:
+        running.send_signal(request_to_end)
+        assert running.wait(60) != 0
+    assert not thing.exists()
 
 
 def test_the_table_of_points_is_found_whole(run_tests):

@@ -90,7 +90,8 @@ void usePlatform() {
 }
 
 void useUpdates() {
-  const std::string updates = std::getenv("ZK_UPDATES");
+  const char* const updates = std::getenv("ZK_UPDATES");
+  check(updates != nullptr, "a folder of updates in ZK_UPDATES");
   const auto start = ZKUpdateStart::startInstaller("/usr/bin/false", updates);
   check(start->state() == ZKUpdateStart::State::ended && start->exitStatus() == 1, start->reason());
   check(!ZKUpdateOutcome::outcomeOfUpdate(0, nullptr, updates)->wasInstalled(), "no update");
