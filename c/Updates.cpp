@@ -14,7 +14,7 @@ struct zk_update {
 
 struct zk_outcome {
   Ref<ZKUpdateOutcome> object;
-  std::string backupPath;
+  std::string backupPath;  ///< as it was when the outcome was read
 };
 
 namespace {
@@ -110,7 +110,7 @@ const char* zk_outcome_from_version(const zk_outcome* outcome) {
 }
 
 const char* zk_outcome_backup_path(const zk_outcome* outcome) {
-  return outcome == nullptr ? "" : outcome->backupPath.c_str();
+  return outcome != nullptr && outcome->object->hasBackup() ? outcome->backupPath.c_str() : "";
 }
 
 int zk_outcome_accept(zk_outcome* outcome) {

@@ -158,22 +158,26 @@ void zk_outcome_free(zk_outcome* outcome);
 /** Not 0 when the installer has started this process, after an update or a failed attempt: look for no updates now. */
 int zk_outcome_follows_update(const zk_outcome* outcome);
 
-/** Not 0 when the update was installed: the old version is in the backup. */
+/** Not 0 when the update was installed: the new bundle is complete in its place, and the old one in the backup. By the
+ * date of the bundle's folder, so read the outcome before anything is written directly into that folder. */
 int zk_outcome_was_installed(const zk_outcome* outcome);
 
-/** The version that was replaced, as its bundle shows it to people; the empty text when it has none or nothing was
- * installed. Belongs to `outcome`. */
+/** The version in the backup, as its bundle shows it to people; the empty text when it has none or there is no backup.
+ * Belongs to `outcome`. */
 const char* zk_outcome_from_version(const zk_outcome* outcome);
 
-/** The path of the backup, a complete bundle; the empty text when nothing was installed. Belongs to `outcome`. */
+/** The path of the backup, a complete bundle; the empty text when there is none. If there is one, and still nothing was
+ * installed, the installer was stopped before the new bundle was complete: zk_outcome_put_back() is the way out.
+ * Belongs to `outcome`. */
 const char* zk_outcome_backup_path(const zk_outcome* outcome);
 
-/** The new version works: removes the backup, then the update folder. 0 when one of them is still there, or the folder
- * is none that zk_update_begin() has started an installer with. */
+/** The new version works: removes the backup, then the update folder. 0 when one of them is still there, when the
+ * backup may be the only complete bundle, which then stays, or when the folder is none that zk_update_begin() has
+ * started an installer with. */
 int zk_outcome_accept(zk_outcome* outcome);
 
 /** The new version does not work: puts the old bundle back in its place and removes the new one. Then quit: the next
- * start is one of the old version. 0 when nothing was installed, or the bundles could not be exchanged: then the new
+ * start is one of the old version. 0 when there is no backup, or the bundles could not be exchanged: then the new
  * one stays in place. */
 int zk_outcome_put_back(zk_outcome* outcome);
 

@@ -1,5 +1,6 @@
 #include "Application.h"
 
+#include "files/BundleSearch.h"
 #include "system/System.h"
 #include "text/Formatting.h"
 
@@ -27,6 +28,10 @@ Ref<NSBundle> applicationBundle() {
   const Ref<NSString> path = asString(information->objectForKey(ZKBundlePathKey));
   const Ref<NSBundle> bundle = NSBundle::bundleWithURL(NSURL::fileURLWithPath(path));
   return bundle && length(bundle->bundleIdentifier()) > 0 ? bundle : nullptr;
+}
+
+Ref<NSURL> updateFor(const NSBundle& application, const Ref<NSURL>& updateFolder) {
+  return bundleInFolder(updateFolder, application.bundleURL()->lastPathComponent(), application.bundleIdentifier());
 }
 
 std::filesystem::path pathOf(const Ref<NSURL>& url) { return fileSystemRepresentation(url->path()); }

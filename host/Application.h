@@ -11,7 +11,10 @@ namespace zk {
 /// no identifier, so that no installer can update it.
 Ref<NSBundle> applicationBundle();
 
-/// Where a bundle lies.
+/// The bundle in an update folder that the installer would put into the application's place; absent when there is none.
+Ref<NSURL> updateFor(const NSBundle& application, const Ref<NSURL>& updateFolder);
+
+/// The path of a URL, and the URL of a path.
 std::filesystem::path pathOf(const Ref<NSURL>& url);
 Ref<NSURL> urlOf(const std::filesystem::path& path);
 

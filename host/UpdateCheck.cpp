@@ -9,7 +9,6 @@
 
 #include "Application.h"
 #include "ZKVersion.h"
-#include "files/BundleSearch.h"
 #include "system/System.h"
 
 namespace zk {
@@ -24,11 +23,14 @@ bool liesIn(const fs::path& inner, const fs::path& outer) {
   return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
 }
 
-/// Whether one of the two is the other or lies in it, links followed.
+/// Whether one of the two is the other or lies in it, links followed. False when a path leads nowhere, such as through
+/// a loop of links.
 bool overlap(const Ref<NSURL>& left, const Ref<NSURL>& right) {
-  std::error_code error;
-  const fs::path leftPath = fs::weakly_canonical(pathOf(left), error);
-  const fs::path rightPath = fs::weakly_canonical(pathOf(right), error);
+  std::error_code leftError;
+  std::error_code rightError;
+  const fs::path leftPath = fs::weakly_canonical(pathOf(left), leftError);
+  const fs::path rightPath = fs::weakly_canonical(pathOf(right), rightError);
+  if (leftError || rightError) return false;
   return liesIn(leftPath, rightPath) || liesIn(rightPath, leftPath);
 }
 
@@ -88,10 +90,9 @@ State checkedUpdate(const NSBundle& application, const Ref<NSURL>& updateFolder,
   const Ref<NSURL>& place = application.bundleURL();
   if (overlap(updateFolder, place)) return State::folderInTheWay;
 
-  const Ref<NSString> identifier = application.bundleIdentifier();
-  const Ref<NSURL> found = bundleInFolder(updateFolder, place->lastPathComponent(), identifier);
+  const Ref<NSURL> found = updateFor(application, updateFolder);
   const Ref<NSBundle> update = NSBundle::bundleWithURL(found);
-  if (!update || !areEqual(update->bundleIdentifier(), identifier)) return State::noUpdate;
+  if (!update || !areEqual(update->bundleIdentifier(), application.bundleIdentifier())) return State::noUpdate;
   // A link in the update folder may lead back.
   if (overlap(found, place)) return State::folderInTheWay;
 

@@ -7,6 +7,7 @@
 #include "Application.h"
 #include "files/NSDataFiles.h"
 #include "files/NSFileManager.h"
+#include "files/ReplacementFolder.h"
 #include "objects/NSArray.h"
 #include "objects/NSNumber.h"
 #include "plist/NSPropertyListSerialization.h"
@@ -27,19 +28,19 @@ Ref<NSURL> noteURL(const Ref<NSURL>& updateFolder) {
   return updateFolder->URLByAppendingPathComponent(".zk-update-note"_ns);
 }
 
-/// In nanoseconds since 1970; 0 when it cannot be found out.
-std::int64_t modificationTimeOf(const fs::path& folder) {
+/// In nanoseconds since 1970; nothing when it cannot be found out. A copied bundle gets the original's last: until the
+/// copy is finished it has that of the copy's latest step.
+std::optional<std::int64_t> modificationTimeOf(const fs::path& bundle) {
   std::error_code error;
-  const fs::file_time_type time = fs::last_write_time(folder, error);
-  if (error) return 0;
+  const fs::file_time_type time = fs::last_write_time(bundle, error);
+  if (error) return std::nullopt;
   // The file clock itself counts from another moment in each C++ library, and the old and the new version may be built
   // with different ones.
   const auto sinceEpoch = std::chrono::file_clock::to_sys(time).time_since_epoch();
   return std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count();
 }
 
-/// What the name of each backup of the bundle at `path` begins with; 16 hexadecimal digits follow.
-std::string backupPrefix(const fs::path& bundle) { return "." + bundle.filename().string() + "-"; }
+std::string backupPrefix(const fs::path& bundle) { return replacementPrefix(bundle.filename().string()); }
 
 bool areBackupDigits(std::string_view text) {
   return text.size() == 16 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
@@ -67,7 +68,7 @@ std::vector<std::string> backupsBeside(const fs::path& bundle) {
 
 UpdateNote noteOf(const NSBundle& application) {
   const fs::path bundle = pathOf(application.bundleURL());
-  return {shownVersionOf(application), modificationTimeOf(bundle), backupsBeside(bundle)};
+  return {shownVersionOf(application), modificationTimeOf(bundle).value_or(0), backupsBeside(bundle)};
 }
 
 bool writeNote(const UpdateNote& note, const Ref<NSURL>& updateFolder) {
@@ -107,10 +108,15 @@ Ref<NSURL> finishedBackup(const NSBundle& application, const UpdateNote& note) {
   for (const std::string& digits : backupsBeside(bundle)) {
     const fs::path backup = bundle.parent_path() / (backupPrefix(bundle) + digits);
     const bool isNew = std::find(note.backups.begin(), note.backups.end(), digits) == note.backups.end();
-    // The folder gets its own time last: until the copy is finished it has that of the copy's latest step.
     if (isNew && modificationTimeOf(backup) == note.modificationTime) return urlOf(backup);
   }
   return nullptr;
+}
+
+bool isInPlace(const NSBundle& application, const Ref<NSURL>& updateFolder) {
+  const Ref<NSURL> update = updateFor(application, updateFolder);
+  const auto time = update ? modificationTimeOf(pathOf(update)) : std::nullopt;
+  return time && modificationTimeOf(pathOf(application.bundleURL())) == time;
 }
 
 }  // namespace zk

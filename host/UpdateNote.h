@@ -26,4 +26,7 @@ void removeNote(const Ref<NSURL>& updateFolder);
 /// The backup of the update that `note` is of, once it is finished; absent when there is none.
 Ref<NSURL> finishedBackup(const NSBundle& application, const UpdateNote& note);
 
+/// Whether the new bundle in the update folder has come into the application's place, all of it.
+bool isInPlace(const NSBundle& application, const Ref<NSURL>& updateFolder);
+
 }  // namespace zk

@@ -49,6 +49,7 @@ Ref<ZKUpdateOutcome> ZKUpdateOutcome::outcomeOfUpdate(int argumentCount, const c
   if (!application || !note) return outcome;
 
   outcome->place_ = application->bundleURL();
+  outcome->isInPlace_ = isInPlace(*application, outcome->updateFolder_);
   outcome->backup_ = finishedBackup(*application, *note);
   if (outcome->backup_ && note->version) outcome->fromVersion_ = note->version->bytes();
   return outcome;
@@ -59,6 +60,7 @@ std::string ZKUpdateOutcome::backupPath() const { return backup_ ? pathOf(backup
 bool ZKUpdateOutcome::accept() {
   // Without a note this may be any folder.
   if (!place_) return false;
+  if (backup_ && !isInPlace_) return false;
   // The folder holds the note that leads to the backup, so it goes last.
   if (backup_ && !removed(backup_)) return false;
   backup_ = nullptr;

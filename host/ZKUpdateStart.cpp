@@ -1,5 +1,7 @@
 #include "ZKUpdateStart.h"
 
+#include <algorithm>
+
 #include "Application.h"
 #include "UpdateCheck.h"
 #include "UpdateNote.h"
@@ -15,8 +17,11 @@ namespace zk {
 
 namespace {
 
+using std::chrono_literals::operator""ms;
+
 constexpr double kPause = 0.05;  ///< seconds between two looks at the installer
 constexpr int kMostNames = 10;   ///< a name of 64 random bits is hardly taken even once
+constexpr std::chrono::milliseconds kLongestLimit = std::chrono::days(1);
 
 /// A new semaphore that this user alone can open: nobody else can take it to make the installer look ready.
 Ref<ZKPOSIXSemaphore> makeInstallerSemaphore() {
@@ -64,7 +69,7 @@ Ref<ZKUpdateStart> ZKUpdateStart::startInstaller(const std::string& installer, c
 Ref<ZKUpdateStart> ZKUpdateStart::beginInstaller(const std::string& installer, const std::string& updateFolder,
                                                  const ZKUpdateOptions& options) {
   const Ref<ZKUpdateStart> start(new ZKUpdateStart);
-  start->deadline_ = std::chrono::steady_clock::now() + options.timeLimit;
+  start->deadline_ = std::chrono::steady_clock::now() + std::clamp(options.timeLimit, 0ms, kLongestLimit);
   const State state = start->begin(installer, updateFolder, options.mayBeOlder);
   if (state != State::waiting) start->finish(state);
   return start;

@@ -12,7 +12,7 @@ class NSTask;
 /// How an update is to be started.
 struct ZKUpdateOptions {
   bool mayBeOlder = false;                      ///< take an update that is not newer, too
-  std::chrono::milliseconds timeLimit{10'000};  ///< how long the installer may take until it is ready
+  std::chrono::milliseconds timeLimit{10'000};  ///< how long the installer may take until it is ready; a day at most
 };
 
 /// One attempt of the running application to have itself updated: looks at the update, starts the installer, and tells

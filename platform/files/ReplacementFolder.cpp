@@ -11,6 +11,7 @@ namespace zk {
 namespace {
 
 constexpr std::size_t kLongestName = 255;
+constexpr std::size_t kDigits = 16;
 constexpr int kMostAttempts = 100;
 
 /// The first `size` bytes of `name`, or fewer, so that no UTF-8 character is cut.
@@ -23,14 +24,18 @@ std::string cutToSize(std::string name, std::size_t size) {
 
 }  // namespace
 
+std::string replacementPrefix(const std::string& name) {
+  const std::size_t room = kLongestName - kDigits - 2;  // for a dot and a hyphen
+  return "." + cutToSize(name, room) + "-";
+}
+
 SystemError makeReplacementFolder(const ItemPath& item, std::string& name) {
   FileDescriptor parent;
   if (const auto error = openFolderToSearch({AT_FDCWD, item.folder.c_str()}, Links::followed, parent)) return error;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     std::string digits;
     if (const auto error = makeRandomDigits(digits)) return error;
-    const std::string ending = "-" + digits;
-    name = "." + cutToSize(item.name, kLongestName - 1 - ending.size()) + ending;
+    name = replacementPrefix(item.name) + digits;
 
     FileDescriptor made;
     const auto error = makePrivateFolder({parent.get(), name.c_str()}, Surroundings::shared, made);

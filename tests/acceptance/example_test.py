@@ -9,7 +9,9 @@ import pytest
 
 from support.bundles import EXECUTABLE
 from support.processes import eventually, stat_fields, wait_for_end
+from support.scene import RELAUNCH_ARGUMENTS
 from support.semaphores import Semaphore
+from support.traces import killing_at
 
 
 def lock_of(bundle):
@@ -43,14 +45,14 @@ class Example:
         self.installer.write_text("\n".join([*head, *lines, ""]))
         self.installer.chmod(0o755)
 
-    def start(self):
+    def start(self, *arguments):
         environment = {
             "EXAMPLE_JOURNAL": str(self.journal_path),
             "EXAMPLE_INSTALLER": str(self.installer),
             "EXAMPLE_UPDATE": str(self.scene.updates),
         }
         with open(self.errors_path, "w") as errors:
-            return self.scene.start([self.bundle.executable], env={**os.environ, **environment}, stderr=errors)
+            return self.scene.start([self.bundle.executable, *arguments], env={**os.environ, **environment}, stderr=errors)
 
     def installer_pid(self):
         return int((self.scene.folder / "pid").read_text())
@@ -153,6 +155,19 @@ def test_an_installer_that_does_not_find_the_application_any_more_changes_nothin
     assert example.journal(2) == []
 
     assert_updates(example)
+
+
+def test_an_incomplete_new_version_is_not_taken_for_an_installed_update(example):
+    # The second wait for the disk is the one for the new bundle, which has all its files by then.
+    killing = " ".join(killing_at("syncfs", 2))
+    example.write_installer(f'exec {killing} "{example.scene.installer}" "$@"')
+    assert example.start().wait(30) == 0
+    wait_for_end(example.installer_pid())
+    assert example.bundle.version() == "2"
+    assert len(example.scene.backups(beside=example.bundle.path)) == 1
+
+    assert example.start(*RELAUNCH_ARGUMENTS).wait(30) == 0
+    assert "follows an update that was not installed" in example.journal(2)
 
 
 def assert_goes_on(example):

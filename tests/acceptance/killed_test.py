@@ -9,6 +9,7 @@ import pytest
 
 from support.bundles import Bundle
 from support.installer import INSTALLED
+from support.traces import killing_at
 
 # What a copy writes a file with: a clone, or where the file system has none, a copy.
 CONTENTS = "ioctl,copy_file_range"
@@ -53,12 +54,6 @@ MOMENTS = [
     Moment("utimensat", lambda has: 2 * has.items, True, "part"),
     Moment("fsync", lambda has: 4, True, "update"),
 ]
-
-
-def killing_at(calls, number):
-    """A command that runs a program and kills it at that one of these calls. The program keeps the process's id."""
-    return ["strace", "-D", "-o", "/dev/null", "-e", f"trace={calls}",
-            "-e", f"inject={calls}:signal=KILL:when={number}"]
 
 
 def what_is_in_place(scene, old, update):

@@ -88,11 +88,15 @@ TEST(CInterface, PutsTheOldVersionBack) {
   const System::Scope scope(host);
   writeBundle(host.updates / "X.app", entry("CFBundleVersion", "2"));
   host.startInstaller();
-  host.backUp();
+  const std::filesystem::path backup = host.backUp();
   host.swap();
   zk_outcome* outcome = nullptr;
   ASSERT_EQ(zk_outcome_read(0, nullptr, host.updates.c_str(), &outcome), 0);
+  EXPECT_EQ(zk_outcome_was_installed(outcome), 1);
+  EXPECT_EQ(zk_outcome_backup_path(outcome), backup);
   EXPECT_EQ(zk_outcome_put_back(outcome), 1);
+  EXPECT_EQ(zk_outcome_was_installed(outcome), 0);
+  EXPECT_STREQ(zk_outcome_backup_path(outcome), "");
   EXPECT_EQ(readFile(host.application / "Contents/Info.plist").find("CFBundleVersion"), std::string::npos);
   zk_outcome_free(outcome);
 }

@@ -86,7 +86,8 @@ class ScriptedHost : public ForwardingSystem {
   }
   /// What the installer does with the old bundle. @return the backup
   std::filesystem::path backUp(const std::string& digits = "0123456789abcdef") const {
-    std::filesystem::path backup = application.parent_path() / (".X.app-" + digits);
+    const std::string name = application.filename().string().substr(0, 237);
+    std::filesystem::path backup = application.parent_path() / ("." + name + "-" + digits);
     std::filesystem::copy(application, backup, std::filesystem::copy_options::recursive);
     std::filesystem::last_write_time(backup, std::filesystem::last_write_time(application));
     return backup;
@@ -95,6 +96,7 @@ class ScriptedHost : public ForwardingSystem {
   void swap() const {
     std::filesystem::remove_all(application);
     std::filesystem::copy(updates / "X.app", application, std::filesystem::copy_options::recursive);
+    std::filesystem::last_write_time(application, std::filesystem::last_write_time(updates / "X.app"));
   }
 
   const TemporaryFolder folder;

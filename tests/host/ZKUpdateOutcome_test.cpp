@@ -69,15 +69,53 @@ TEST_F(UpdateOutcome, TakesTheVersionThatIsShownToPeople) {
 }
 
 TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAFinishedBackup) {
-  EXPECT_FALSE(outcome()->wasInstalled()) << "nothing was started";
+  EXPECT_FALSE(outcome()->hasBackup()) << "nothing was started";
   host.startInstaller();
-  EXPECT_FALSE(outcome()->wasInstalled()) << "no backup was made";
+  EXPECT_FALSE(outcome()->hasBackup()) << "no backup was made";
   EXPECT_EQ(outcome()->fromVersion(), "");
   EXPECT_EQ(outcome()->backupPath(), "");
   const fs::path backup = host.backUp();
+  host.swap();
   EXPECT_TRUE(outcome()->wasInstalled());
   fs::last_write_time(backup, fs::last_write_time(backup) + std::chrono::nanoseconds(1));
   EXPECT_FALSE(outcome()->wasInstalled()) << "it is not finished";
+  EXPECT_FALSE(outcome()->hasBackup());
+}
+
+TEST_F(UpdateOutcome, IsNoInstalledUpdateBeforeTheNewBundleIsComplete) {
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  const auto beforeTheSwap = outcome();
+  host.swap();
+  fs::last_write_time(host.application, fs::last_write_time(host.application) + std::chrono::nanoseconds(1));
+  const auto duringTheSwap = outcome();
+
+  for (const auto& found : {beforeTheSwap, duringTheSwap}) {
+    EXPECT_FALSE(found->wasInstalled());
+    EXPECT_TRUE(found->hasBackup());
+    EXPECT_EQ(found->backupPath(), backup);
+    EXPECT_FALSE(found->accept());
+  }
+  EXPECT_TRUE(fs::exists(backup));
+  EXPECT_TRUE(fs::exists(host.updates / "X.app"));
+  EXPECT_TRUE(duringTheSwap->putBack());
+  EXPECT_NE(installedInfo().find("<string>1</string>"), std::string::npos);
+}
+
+TEST_F(UpdateOutcome, FindsTheBackupOfABundleWithALongName) {
+  host.application = host.application.parent_path() / (std::string(240, 'n') + ".app");
+  writeBundle(host.application);
+  host.startInstaller();
+  const fs::path backup = host.backUp();
+  EXPECT_EQ(outcome()->backupPath(), backup);
+}
+
+TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutTheNewBundle) {
+  host.startInstaller();
+  host.backUp();
+  host.swap();
+  fs::remove_all(host.updates / "X.app");
+  EXPECT_FALSE(outcome()->wasInstalled());
 }
 
 TEST_F(UpdateOutcome, PassesOverEarlierBackupsAndWhatOnlyLooksLikeOne) {
@@ -87,7 +125,7 @@ TEST_F(UpdateOutcome, PassesOverEarlierBackupsAndWhatOnlyLooksLikeOne) {
     host.backUp(digits);
   }
   fs::create_directory_symlink(earlier, host.application.parent_path() / ".X.app-00000000000000ab");
-  EXPECT_FALSE(outcome()->wasInstalled());
+  EXPECT_FALSE(outcome()->hasBackup());
   EXPECT_EQ(outcome()->backupPath(), "");
   const fs::path backup = host.backUp();
   EXPECT_EQ(outcome()->backupPath(), backup);
@@ -96,6 +134,7 @@ TEST_F(UpdateOutcome, PassesOverEarlierBackupsAndWhatOnlyLooksLikeOne) {
 TEST_F(UpdateOutcome, IsNoInstalledUpdateWithoutAReadableNote) {
   host.startInstaller();
   host.backUp();
+  host.swap();
   writeFile(host.updates / ".zk-update-note", "{}");
   EXPECT_FALSE(outcome()->wasInstalled());
   const std::string time = "<plist><dict><key>modificationTime</key><integer>1</integer>";

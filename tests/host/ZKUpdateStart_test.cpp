@@ -38,7 +38,8 @@ class UpdateStart : public testing::Test {
     EXPECT_EQ(start->poll(), state);
     EXPECT_TRUE(host.launched.empty());
     EXPECT_TRUE(host.semaphoreNames.empty());
-    EXPECT_FALSE(fs::is_regular_file(host.updates / ".zk-update-note"));
+    std::error_code noFolder;
+    EXPECT_FALSE(fs::is_regular_file(host.updates / ".zk-update-note", noFolder));
   }
 
   /// The count of the latest semaphore, through a look from outside; -1 once its name is gone.
@@ -93,6 +94,14 @@ TEST_F(UpdateStart, IsRefusedForALinkBackToTheBundle) {
   fs::remove_all(host.updates / "X.app");
   fs::create_directory_symlink(host.application, host.updates / "X.app");
   expectRefused(State::folderInTheWay);
+}
+
+TEST_F(UpdateStart, IsRefusedFromAFolderThatCannotBeFound) {
+  fs::create_symlink("loop", host.folder / "loop");
+  for (const fs::path& updates : {host.folder / "loop", host.folder / std::string(300, 'n')}) {
+    host.updates = updates;
+    expectRefused(State::noUpdate);
+  }
 }
 
 TEST_F(UpdateStart, IsNotRefusedFromAFolderBesideTheBundle) {
@@ -363,6 +372,15 @@ TEST_F(UpdateStart, EndsAnInstallerThatIsLate) {
   EXPECT_EQ(start->logLine(), "still here");
   EXPECT_EQ(count(), -1);
   EXPECT_FALSE(isNoteThere());
+}
+
+TEST_F(UpdateStart, TakesAnyTimeLimit) {
+  ZKUpdateOptions options;
+  options.timeLimit = milliseconds::max();
+  EXPECT_EQ(begin(options)->poll(), State::waiting);
+  host.installer = {};
+  options.timeLimit = milliseconds::min();
+  EXPECT_EQ(begin(options)->poll(), State::late);
 }
 
 TEST_F(UpdateStart, IsReadyEvenAtTheLastMoment) {

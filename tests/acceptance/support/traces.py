@@ -75,6 +75,12 @@ def refusing(calls, error, when="1+"):
     return ["-e", f"inject={calls}:error={error}:when={when}"]
 
 
+def killing_at(calls, number):
+    """A command that runs a program and kills it at that one of these calls. The program keeps the process's id."""
+    return ["strace", "-D", "-o", "/dev/null", "-e", f"trace={calls}",
+            "-e", f"inject={calls}:signal=KILL:when={number}"]
+
+
 def why_not_traced(folder):
     """What keeps runs in this folder from being traced as the tests expect it; nothing as a rule."""
     if shutil.which("strace") is None:

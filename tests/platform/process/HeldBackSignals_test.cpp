@@ -1,6 +1,5 @@
 #include "process/HeldBackSignals.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -18,10 +17,6 @@
 namespace zk::test {
 
 namespace {
-
-using ::testing::AnyOf;
-using ::testing::Contains;
-using ::testing::Each;
 
 constexpr std::initializer_list<int> kSignals = {SIGINT, SIGTERM, SIGQUIT};
 
