@@ -64,8 +64,8 @@ int zk_semaphore_post(zk_semaphore* semaphore);
  * `folder` cannot be a path, because it is empty or too long. */
 int zk_semaphore_wait_guarded(zk_semaphore* semaphore, const char* folder, size_t most_pauses, double pause);
 
-/** Deletes the record and gives the semaphore back. Answers an error number: 2 when one of the two failed, as a rule
- * because there was no record; the semaphore is given back all the same. 22 as zk_semaphore_wait_guarded() does. */
+/** Deletes the record and gives the semaphore back. Answers an error number: 2 when there was no record to delete (the
+ * semaphore is given back all the same), or when it could not be given back. 22 as zk_semaphore_wait_guarded() does. */
 int zk_semaphore_post_guarded(zk_semaphore* semaphore, const char* folder);
 
 /* Versions of four parts, as one number whose decimal digits carry them: major * 100,000,000 + minor * 1,000,000 +
@@ -74,8 +74,9 @@ int zk_semaphore_post_guarded(zk_semaphore* semaphore, const char* folder);
 /** Room for the text of any version, in bytes, with the zero. */
 #define ZK_VERSION_TEXT_SIZE 32
 
-/** Reads "1.2.3.4", "1.2.3 (4)" or "1.2 (4)". Answers an error number: 22 for any other form; `version` then stays as
- * it was. */
+/** Reads "1.2.3.4", "1.2.3 (4)", "1.2 (4)", or such a number in digits. Dots and white space, in any number, separate
+ * the parts; what follows a fourth part is ignored. Answers an error number: 22 for any other form; `version` then
+ * stays as it was. */
 int zk_version_parse(const char* text, uint64_t* version);
 
 /** -1, 0 or 1: whether `left` is smaller than, equal to or greater than `right`. */
@@ -133,7 +134,7 @@ zk_update_state zk_update_wait(zk_update* update);
 const char* zk_update_reason(zk_update_state state);
 
 /** The exit status of an installer that has ended, 128 and the signal's number if a signal ended it. Else -1, and also
- * when another part of the process has asked for its end, for instance with waitpid(). */
+ * when another part of the process has collected it, for instance with waitpid(). */
 int zk_update_exit_status(const zk_update* update);
 
 /** Of an installer that has ended or was late: the first line in which it told of an error, else the last that it

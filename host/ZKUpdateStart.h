@@ -84,7 +84,7 @@ class ZKUpdateStart final : public NSObject {
   static const char* reasonFor(State state);
 
   /// The exit status of an installer that has `ended`: 128 and the signal's number if a signal ended it. Else -1, and
-  /// also when another part of the process has asked for its end, for instance with waitpid().
+  /// also when another part of the process has collected it, for instance with waitpid().
   int exitStatus() const { return exitStatus_; }
   /// Of an installer that has `ended` or was `late`: the first line in which it told of an error, else the last that it
   /// wrote; empty if it wrote none.

@@ -55,11 +55,15 @@ class ZKUpdater : public NSObject, public NSFileManagerDelegate {
   /// The update's bundle inside the update directory, or absent.
   Ref<NSURL> updateBundleURL() const;
 
+  // Installation.cpp
+
   /// `fileManager:shouldCopyItemAtURL:toURL:`: makes each copy replace what is at its destination.
   bool fileManager(NSFileManager& fileManager, const Ref<NSURL>& shouldCopyItemAtURL, const Ref<NSURL>& toURL) override;
   /// `fileManager:shouldProceedAfterError:copyingItemAtURL:toURL:`: stops each copy at its first error.
   bool fileManager(NSFileManager& fileManager, const Ref<NSError>& shouldProceedAfterError,
                    const Ref<NSURL>& copyingItemAtURL, const Ref<NSURL>& toURL) override;
+
+  // ZKUpdater.cpp
 
   /// Logs a line when logging is on. One that there is no memory for is lost, and nothing else.
   /// @param category null for none

@@ -40,7 +40,7 @@ class NSBundle final : public NSObject {
   Ref<NSString> executablePath() const;
 
   /// `localizedStringForKey:value:table:`: the translation of `key` in this bundle's <language>.lproj/<table>.strings.
-  /// Languages are tried in the order in which LANGUAGE, LC_ALL, LC_MESSAGES and LANG ask for them. Without a
+  /// Languages are tried in the order in which the user wants them (port::userLanguages()). Without a
   /// translation the result is `value`, or `key` itself if `value` is empty or absent. errno stays as it was. The files
   /// of a table are read once, when it is first used. May be called from several threads at once.
   /// @param table the name of the table; absent means Localizable

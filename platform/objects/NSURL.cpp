@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "objects/Path.h"
@@ -17,9 +16,9 @@ Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
 
   std::string absolute = path->bytes();
   if (absolute.front() != '/') {
-    const std::unique_ptr<char, decltype(&std::free)> current(::getcwd(nullptr, 0), &std::free);
-    if (!current) return nullptr;
-    absolute = joinedPath(current.get(), absolute);
+    char current[kLongestPath + 1];
+    if (::getcwd(current, sizeof current) == nullptr) return nullptr;
+    absolute = joinedPath(current, absolute);
   }
   absolute.resize(withoutTrailingSlashes(absolute).size());
   if (absolute.size() > kLongestPath) return nullptr;

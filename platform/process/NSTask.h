@@ -25,15 +25,14 @@ class NSTask : public NSObject {
   virtual bool isRunning();
 
   /// Its exit status; 128 and the signal's number when a signal ended it; kUnknownStatus while it runs, and when
-  /// another part of this process has asked for its end.
+  /// another part of this process has collected it, for instance with waitpid().
   virtual int terminationStatus() const { return status_; }
   static constexpr int kUnknownStatus = -1;
 
   /// What the program has written to its standard error since this was last called, as far as the pipe holds it.
   virtual std::string availableErrorOutput();
 
-  /// Ends the program, and all that it has started in its session, at once, and waits for its end. Does nothing once it
-  /// has ended.
+  /// Ends the program and its process group at once, and waits for its end. Does nothing once it has ended.
   virtual void kill();
 
  private:

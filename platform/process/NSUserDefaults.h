@@ -15,8 +15,8 @@ class NSUserDefaults {
 
   /// The setting as text, or absent.
   Ref<NSString> stringForKey(const Ref<NSString>& key) const;
-  /// The setting as a whole number: white space, an optional sign and decimal digits, saturating at 64 bits; 0 for
-  /// anything else.
+  /// The setting as a whole number: white space, an optional sign and decimal digits, whatever follows them, saturating
+  /// at 64 bits; 0 without a digit.
   std::int64_t integerForKey(const Ref<NSString>& key) const;
   /// The setting as a boolean: true if, after white space, an optional sign and zeros, the next character is one of Y y
   /// T t 1-9.

@@ -31,8 +31,8 @@ class NSWorkspace {
   static NSWorkspace& sharedWorkspace();
 
   /// `launchApplicationAtURL:options:configuration:error:`: starts the program of the bundle at `url` as a new,
-  /// detached instance. Whatever `options` say, every launch starts a new instance, is not waited for, and is added to
-  /// no list of recent items.
+  /// detached instance. On Linux, whatever `options` say, every launch starts a new instance, is not waited for, and
+  /// is added to no list of recent items; macOS follows the options.
   /// @return absent if the bundle names no program inside itself, or the program could not be executed; `error` then
   /// has the POSIX code ENOENT.
   Ref<NSRunningApplication> launchApplicationAtURL(const Ref<NSURL>& url, unsigned long options,

@@ -108,8 +108,8 @@ class System {
   /// @return whether it was started; if the file cannot be executed, no process is left behind
   virtual bool launch(const Ref<NSURL>& bundle, const std::string& executable,
                       const std::vector<std::string>& arguments, unsigned long options) = 0;
-  /// Starts the program `executable` with `arguments` as launch() does, but as a child process that this one can ask
-  /// for its end, and with its standard error on a pipe that this one reads.
+  /// Starts the program `executable` with `arguments` as launch() does, but as a child process whose exit status
+  /// this one collects, and with its standard error on a pipe that this one reads.
   /// @return absent when it cannot be executed; no process is left behind then
   virtual Ref<NSTask> launchTask(const std::string& executable, const std::vector<std::string>& arguments) = 0;
 
