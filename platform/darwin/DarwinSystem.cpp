@@ -17,26 +17,10 @@ namespace zk {
 
 namespace {
 
-/// The look-up itself failed: any status but "no error" and "no such process".
-constexpr OSStatusCode kLookUpFailed = -50;
-
 class DarwinSystem final : public POSIXSystem {
  public:
-  OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override {
-    switch (darwin::existenceOf(pid)) {
-      case darwin::Existence::exists:
-        process.pid = pid;
-        return noErr;
-      case darwin::Existence::gone:
-        return procNotFound;
-      case darwin::Existence::unknown:
-        break;
-    }
-    return kLookUpFailed;
-  }
-
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process, std::uint32_t mask) override {
-    if (darwin::existenceOf(process.pid) == darwin::Existence::gone) return nullptr;
+    if (port::existenceOf(process.pid) == port::Existence::gone) return nullptr;
     const std::optional<uid_t> user = darwin::userOf(process.pid);
     const Ref<NSDictionary> information =
         darwin::informationOf(process.pid, mask, darwin::processManager(), darwin::coreFoundation());
@@ -45,13 +29,6 @@ class DarwinSystem final : public POSIXSystem {
       users_.emplace(bundle->bytes(), user);
     }
     return information;
-  }
-
-  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override {
-    const std::optional<std::uint32_t> stamp = darwin::launchStampOf(process.pid, darwin::processManager());
-    if (!stamp) return kLookUpFailed;
-    info.processLaunchDate = *stamp;
-    return noErr;
   }
 
   /// Nothing is started as root that ran as somebody else: such an application is not started again at all.
@@ -86,6 +63,10 @@ class DarwinSystem final : public POSIXSystem {
 };
 
 }  // namespace
+
+std::optional<std::uint32_t> port::launchStampOf(std::int32_t pid) {
+  return darwin::launchStampOf(pid, darwin::processManager());
+}
 
 System& port::operatingSystem() {
   static DarwinSystem& system = neverDestroyed<DarwinSystem>();

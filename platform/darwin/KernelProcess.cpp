@@ -2,6 +2,8 @@
 
 #include <sys/sysctl.h>
 
+#include "system/Port.h"
+
 namespace zk::darwin {
 
 namespace {
@@ -21,14 +23,6 @@ bool askKernel(std::int32_t pid, kinfo_proc& record, bool& exists) {
 
 }  // namespace
 
-Existence existenceOf(std::int32_t pid) {
-  if (pid <= 0) return Existence::gone;
-  kinfo_proc record;
-  bool exists = false;
-  if (!askKernel(pid, record, exists)) return Existence::unknown;
-  return exists ? Existence::exists : Existence::gone;
-}
-
 std::optional<uid_t> userOf(std::int32_t pid) {
   kinfo_proc record;
   bool exists = false;
@@ -37,3 +31,16 @@ std::optional<uid_t> userOf(std::int32_t pid) {
 }
 
 }  // namespace zk::darwin
+
+namespace zk {
+
+/// From the kernel, which knows every process.
+port::Existence port::existenceOf(std::int32_t pid) {
+  if (pid <= 0) return Existence::gone;
+  kinfo_proc record;
+  bool exists = false;
+  if (!darwin::askKernel(pid, record, exists)) return Existence::unknown;
+  return exists ? Existence::exists : Existence::gone;
+}
+
+}  // namespace zk

@@ -9,7 +9,7 @@
 
 #include <cerrno>
 
-#include "process/POSIXSystem.h"
+#include "process/ProcessStart.h"
 #include "system/FileDescriptor.h"
 #include "system/Uninterrupted.h"
 

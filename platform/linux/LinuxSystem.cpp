@@ -3,7 +3,6 @@
 
 #include "linux/Launch.h"
 #include "linux/ProcessBundle.h"
-#include "linux/ProcessExistence.h"
 #include "linux/ProcessFacts.h"
 #include "linux/ProcessOwner.h"
 #include "objects/NSNumber.h"
@@ -15,27 +14,11 @@ namespace zk {
 
 namespace {
 
-/// The look-up itself failed: any status but "no error" and "no such process".
-constexpr OSStatusCode kLookUpFailed = -50;
-
 class LinuxSystem final : public POSIXSystem {
  public:
-  OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override {
-    switch (existenceOf(pid)) {
-      case Existence::exists:
-        process.pid = pid;
-        return noErr;
-      case Existence::gone:
-        return procNotFound;
-      case Existence::unknown:
-        break;
-    }
-    return kLookUpFailed;
-  }
-
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process,
                                                      std::uint32_t /*mask*/) override {
-    if (existenceOf(process.pid) == Existence::gone) return nullptr;
+    if (port::existenceOf(process.pid) == port::Existence::gone) return nullptr;
     const std::optional<ProcessOwner> owner = ownerOf(process.pid);
     Ref<NSMutableDictionary> information = std::make_shared<NSMutableDictionary>();
     const std::optional<Executable> executable = executableOf(process.pid);
@@ -52,13 +35,6 @@ class LinuxSystem final : public POSIXSystem {
       information->setObject(NSNumber::numberWithBool(true), ZKBundleMayChangeKey);
     }
     return information;
-  }
-
-  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override {
-    const std::optional<std::uint32_t> stamp = launchStampOf(process.pid);
-    if (!stamp) return kLookUpFailed;
-    info.processLaunchDate = *stamp;
-    return noErr;
   }
 
   /// As the user whose process was the first to be looked up in this bundle; as this process's own user where that is

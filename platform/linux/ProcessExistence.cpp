@@ -12,6 +12,8 @@
 
 namespace zk {
 
+using port::Existence;
+
 namespace {
 
 /// Whether the line "Tgid:" of a status file names `pid` itself. In a thread's file it names the process instead.
@@ -33,7 +35,7 @@ bool hasRunOut(int error) { return error == EMFILE || error == ENFILE || error =
 
 }  // namespace
 
-Existence existenceOf(std::int32_t pid) {
+Existence port::existenceOf(std::int32_t pid) {
   // To some calls, 0 and negative ids mean groups or the caller itself. Here they name nothing.
   if (pid <= 0) return Existence::gone;
 

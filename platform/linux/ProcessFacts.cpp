@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
@@ -64,13 +63,6 @@ std::vector<std::string> shownTextsOf(std::int32_t pid, const std::string& name)
   return texts;
 }
 
-std::uint32_t hashOf(std::string_view text) {
-  // FNV-1a.
-  std::uint32_t hash = 2166136261U;
-  for (const char byte : text) hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619U;
-  return hash;
-}
-
 }  // namespace
 
 std::optional<Executable> executableOf(std::int32_t pid) {
@@ -95,22 +87,6 @@ std::optional<std::string> currentFolderOf(std::int32_t pid) {
   const std::optional<ProcLink> link = processLink(pid, "/cwd");
   if (!link) return std::nullopt;
   return link->target;
-}
-
-std::optional<std::uint32_t> launchStampOf(std::int32_t pid) {
-  const std::optional<std::string> boot = readProcFile("/proc/sys/kernel/random/boot_id");
-  const std::optional<std::string> stat = readProcFile(procFolder(pid) + "/stat");
-  const std::optional<std::string> startTime = stat ? statField(*stat, kStatStartTime) : std::nullopt;
-  if (!boot || !startTime) return std::nullopt;
-
-  std::uint64_t ticks = 0;
-  const auto end = startTime->data() + startTime->size();
-  if (std::from_chars(startTime->data(), end, ticks).ptr != end) return std::nullopt;
-  return launchStamp(*boot, ticks);
-}
-
-std::uint32_t launchStamp(std::string_view bootId, std::uint64_t startTicks) {
-  return hashOf(bootId) + static_cast<std::uint32_t>(startTicks);
 }
 
 }  // namespace zk

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace zk {
@@ -21,19 +20,10 @@ std::optional<Executable> executableOf(std::int32_t pid);
 std::vector<std::string> shownArgumentsOf(std::int32_t pid);
 
 /// The environment that a process was started with, one `NAME=value` each. A process can overwrite it; entries without
-/// a
-/// `=` are left out. Nothing if none is left, or if we may not look.
+/// a "=" are left out. Nothing if none is left, or if we may not look.
 std::optional<std::vector<std::string>> shownEnvironmentOf(std::int32_t pid);
 
 /// The folder that a process's relative paths start from; nothing if we may not look.
 std::optional<std::string> currentFolderOf(std::int32_t pid);
-
-/// A number that stays the same for a process's whole life and that no other process of the same boot with the same id
-/// has; nothing if it cannot be found out. It depends on no clock that can be set.
-std::optional<std::uint32_t> launchStampOf(std::int32_t pid);
-
-/// The stamp of a process that started `startTicks` clock ticks after the boot with the id `bootId`. It is the sum of
-/// the id's hash and the ticks, so that two start times of one boot give different stamps until 2^32 ticks have passed.
-std::uint32_t launchStamp(std::string_view bootId, std::uint64_t startTicks);
 
 }  // namespace zk

@@ -23,6 +23,9 @@ const SemaphoreHandle ZKSEM_FAILED = SEM_FAILED;
 
 namespace {
 
+/// The look-up itself failed: any status but "no error" and "no such process".
+constexpr OSStatusCode kLookUpFailed = -50;
+
 /// The longest delay of a signal that may end the process, in nanoseconds.
 constexpr long kSignalLatency = 100'000'000;
 constexpr long kNanosecondsPerSecond = 1'000'000'000;
@@ -85,6 +88,26 @@ int POSIXSystem::sem_post(SemaphoreHandle semaphore) {
 int POSIXSystem::sem_unlink(const char* name) { return ::sem_unlink(name); }
 
 std::int32_t POSIXSystem::getpid() { return ::getpid(); }
+
+OSStatusCode POSIXSystem::GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) {
+  switch (port::existenceOf(pid)) {
+    case port::Existence::exists:
+      process.pid = pid;
+      return noErr;
+    case port::Existence::gone:
+      return procNotFound;
+    case port::Existence::unknown:
+      break;
+  }
+  return kLookUpFailed;
+}
+
+OSStatusCode POSIXSystem::GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) {
+  const std::optional<std::uint32_t> stamp = port::launchStampOf(process.pid);
+  if (!stamp) return kLookUpFailed;
+  info.processLaunchDate = *stamp;
+  return noErr;
+}
 
 void POSIXSystem::sleepForTimeInterval(double seconds) {
   if (!(seconds > 0)) return;

@@ -18,6 +18,8 @@ class POSIXSystem : public System {
   int sem_unlink(const char* name) override;
 
   std::int32_t getpid() override;
+  OSStatusCode GetProcessForPID(std::int32_t pid, ProcessSerialNumber& process) override;
+  OSStatusCode GetProcessInformation(const ProcessSerialNumber& process, ProcessInfoRec& info) override;
   void sleepForTimeInterval(double seconds) override;
   std::vector<std::string> arguments() override;
   void log(const std::string& message) override;
@@ -26,8 +28,5 @@ class POSIXSystem : public System {
 
 /// Sets what System::arguments() returns.
 void setProcessArguments(std::vector<std::string> arguments);
-
-/// Gives every signal its default action, empties the signal mask and drops pending signals.
-void resetSignals();
 
 }  // namespace zk

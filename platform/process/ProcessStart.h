@@ -11,4 +11,7 @@ namespace zk {
 /// a bundle behind. Launched processes inherit none of this.
 void startProcess(int argumentCount, char** arguments);
 
+/// Gives every signal its default action, empties the signal mask and drops pending signals.
+void resetSignals();
+
 }  // namespace zk

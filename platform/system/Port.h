@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,8 +21,9 @@ class System;
 }
 
 /// What the folder of an operating system must define: this list and nothing else. All other sources use only what
-/// POSIX has had since 2008. A new system gets a folder beside linux/, named after CMake's name for it in lower case,
-/// and starts as a copy of tests/port/StandIn.cpp, which defines this list with stand-ins, and a CMakeLists.txt.
+/// POSIX has had since 2008, and MSG_DONTWAIT. A new system gets a folder beside linux/, named after CMake's name for
+/// it in lower case, and starts as a copy of tests/port/StandIn.cpp, which defines this list with stand-ins, and a
+/// CMakeLists.txt.
 ///
 /// Unless a function says otherwise, nothing here throws anything but std::bad_alloc, blocks, or changes the process's
 /// state. All of it may be called from any thread.
@@ -30,9 +32,8 @@ namespace zk::port {
 // The system object.
 
 /// The one object behind System::current(). Its class derives from POSIXSystem (process/POSIXSystem.h) and defines the
-/// five operations of System that POSIXSystem leaves open: GetProcessForPID, ProcessInformationCopyDictionary,
-/// GetProcessInformation, launch and launchTask. The object is never destroyed, so it can be used before main() and
-/// after it.
+/// three operations of System that POSIXSystem leaves open: ProcessInformationCopyDictionary, launch and launchTask.
+/// The object is never destroyed, so it can be used before main() and after it.
 System& operatingSystem();
 
 // Numbers and texts.
@@ -50,6 +51,20 @@ std::string fileSystemRepresentation(std::string_view text);
 /// The languages that the user wants to read, the most wanted first, as the system spells them: with or without a
 /// region and an encoding.
 std::vector<std::string> userLanguages();
+
+// Any process.
+
+enum class Existence { exists, gone, unknown };
+
+/// Whether a process with this id exists now. A zombie does not. A process does if its first thread has ended but
+/// others have not. The id of a thread is not a process's, and 0 and negative ids name nothing. Hidden processes and
+/// other users' count like any other. The answer is `unknown` only if a resource such as descriptors has run out, or
+/// the system does not answer.
+Existence existenceOf(std::int32_t pid);
+
+/// A number that stays the same for a process's whole life and that no other process of the same boot with the same id
+/// has; nothing if it cannot be found out. It depends on no clock that can be set.
+std::optional<std::uint32_t> launchStampOf(std::int32_t pid);
 
 // This process.
 
@@ -139,8 +154,8 @@ bool liftLocks(Item item);
 /// system that does not support this.
 SystemError waitUntilAtDrive(int item);
 
-/// Waits as waitUntilAtDrive() does, and puts a barrier there: the drive stores nothing that is written to the same file
-/// system later before what was written until now.
+/// Waits as waitUntilAtDrive() does, and puts a barrier there: the drive stores nothing that is written to the same
+/// file system later before what was written until now.
 SystemError waitForBarrier(int item);
 
 /// Waits until the data and metadata of an open file or folder are on the drive, not only in its cache. Succeeds

@@ -12,15 +12,9 @@ namespace {
 
 class StandInSystem final : public POSIXSystem {
  public:
-  OSStatusCode GetProcessForPID(std::int32_t /*pid*/, ProcessSerialNumber& /*process*/) override {
-    return procNotFound;
-  }
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& /*process*/,
                                                      std::uint32_t /*mask*/) override {
     return nullptr;
-  }
-  OSStatusCode GetProcessInformation(const ProcessSerialNumber& /*process*/, ProcessInfoRec& /*info*/) override {
-    return procNotFound;
   }
   bool launch(const Ref<NSURL>& /*bundle*/, const std::string& /*executable*/,
               const std::vector<std::string>& /*arguments*/, unsigned long /*options*/) override {
@@ -44,6 +38,9 @@ int macOSErrorNumber(int systemErrorNumber) { return systemErrorNumber; }
 const char* statusComment(std::int32_t /*status*/) { return nullptr; }
 std::string fileSystemRepresentation(std::string_view text) { return std::string(text); }
 std::vector<std::string> userLanguages() { return {}; }
+
+Existence existenceOf(std::int32_t /*pid*/) { return Existence::gone; }
+std::optional<std::uint32_t> launchStampOf(std::int32_t /*pid*/) { return std::nullopt; }
 
 std::string programPath() { return ""; }
 long currentThreadId() { return 0; }

@@ -33,7 +33,7 @@ struct StandInMac {
   bool hasObjectiveC = true;
 
   // What the kernel says about every process.
-  darwin::Existence existence = darwin::Existence::exists;
+  port::Existence existence = port::Existence::exists;
   std::optional<uid_t> user = ::geteuid();
 
   /// The programs that were run, each with its arguments.
@@ -49,6 +49,8 @@ struct StandInMac {
 
 extern "C" char*** _NSGetEnviron() { return &environ; }
 
+zk::port::Existence zk::port::existenceOf(std::int32_t /*pid*/) { return test::StandInMac::current->existence; }
+
 namespace zk::darwin {
 
 using test::StandInMac;
@@ -59,7 +61,6 @@ const ObjectiveCFunctions* objectiveC() {
   return StandInMac::current->hasObjectiveC ? &StandInMac::current->workspace.functions : nullptr;
 }
 
-Existence existenceOf(std::int32_t /*pid*/) { return StandInMac::current->existence; }
 std::optional<uid_t> userOf(std::int32_t /*pid*/) { return StandInMac::current->user; }
 
 Ref<NSTask> spawnTask(const std::string& executable, const std::vector<std::string>& arguments,
@@ -119,9 +120,9 @@ class DarwinSystem : public ::testing::Test {
 TEST_F(DarwinSystem, HasTheKernelSayWhetherAProcessExists) {
   EXPECT_EQ(lookUp(kTool), noErr);
   EXPECT_EQ(process.pid, kTool);
-  mac.existence = darwin::Existence::gone;
+  mac.existence = port::Existence::gone;
   EXPECT_EQ(lookUp(kApplication), procNotFound);
-  mac.existence = darwin::Existence::unknown;
+  mac.existence = port::Existence::unknown;
   EXPECT_NE(lookUp(kApplication), noErr);
   EXPECT_NE(lookUp(kApplication), procNotFound);
 }
@@ -145,7 +146,7 @@ TEST_F(DarwinSystem, KnowsOfAPlainToolOnlyThatItExists) {
 }
 
 TEST_F(DarwinSystem, HasNoInformationAboutAProcessThatIsGone) {
-  mac.existence = darwin::Existence::gone;
+  mac.existence = port::Existence::gone;
   EXPECT_FALSE(informationOf(kApplication));
 }
 

@@ -140,7 +140,7 @@ TEST(ProcessManager, GivesTheLaunchStamp) {
   ProcessInfoRec info;
   info.processInfoLength = sizeof info;
   ASSERT_EQ(System::current().GetProcessInformation({process->pid()}, info), noErr);
-  EXPECT_EQ(info.processLaunchDate, launchStampOf(process->pid()));
+  EXPECT_EQ(info.processLaunchDate, port::launchStampOf(process->pid()));
   EXPECT_EQ(info.processInfoLength, sizeof info);
 }
 

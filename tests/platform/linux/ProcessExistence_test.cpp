@@ -18,7 +18,7 @@
 #include "support/linux/OwnMounts.h"
 #include "support/linux/RefuseSystemCall.h"
 
-namespace zk {
+namespace zk::port {
 
 /// For test output.
 std::ostream& operator<<(std::ostream& out, Existence existence) {
@@ -26,11 +26,13 @@ std::ostream& operator<<(std::ostream& out, Existence existence) {
   return out << kNames[static_cast<int>(existence)];
 }
 
-}  // namespace zk
+}  // namespace zk::port
 
 namespace zk::test {
 
 namespace {
+
+using port::Existence;
 
 /// A way to get the answer.
 struct Way {
@@ -43,12 +45,12 @@ struct Way {
 std::ostream& operator<<(std::ostream& out, const Way& way) { return out << way.name; }
 
 constexpr Way kWays[] = {
-    {"ByProcessDescriptor", existenceOf, 0, 0},
+    {"ByProcessDescriptor", port::existenceOf, 0, 0},
     {"ByProc", existenceByProc, 0, 0},
-    {"WhereTheKernelHasNoProcessDescriptors", existenceOf, SYS_pidfd_open, ENOSYS},
-    {"WhereAFilterRefusesProcessDescriptors", existenceOf, SYS_pidfd_open, EPERM},
+    {"WhereTheKernelHasNoProcessDescriptors", port::existenceOf, SYS_pidfd_open, ENOSYS},
+    {"WhereAFilterRefusesProcessDescriptors", port::existenceOf, SYS_pidfd_open, EPERM},
 #ifdef SYS_poll
-    {"WhereAFilterRefusesToPoll", existenceOf, SYS_poll, EPERM},
+    {"WhereAFilterRefusesToPoll", port::existenceOf, SYS_poll, EPERM},
 #endif
 };
 
@@ -184,7 +186,7 @@ TEST(ProcessExistenceOfAThread, IsRuledOutWithoutADescriptor) {
                 ASSERT_TRUE(refuseSystemCall(SYS_pidfd_open, error));
                 const rlimit none{0, 0};
                 ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-                EXPECT_EQ(existenceOf(thread), Existence::gone);
+                EXPECT_EQ(port::existenceOf(thread), Existence::gone);
               }),
               0)
         << error;

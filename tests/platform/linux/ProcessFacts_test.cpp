@@ -10,6 +10,7 @@
 #include <set>
 
 #include "TestProcesses.h"
+#include "linux/LaunchStamp.h"
 #include "linux/ProcFile.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
@@ -204,35 +205,35 @@ std::unique_ptr<ChildProcess> makeLaterProcess(pid_t pid) {
 
 TEST(LaunchStamp, StaysTheSame) {
   const auto process = makeWaitingProcess();
-  const std::optional<std::uint32_t> stamp = launchStampOf(process->pid());
+  const std::optional<std::uint32_t> stamp = port::launchStampOf(process->pid());
   ASSERT_TRUE(stamp);
   makeLaterProcess(process->pid());
-  EXPECT_EQ(launchStampOf(process->pid()), stamp);
+  EXPECT_EQ(port::launchStampOf(process->pid()), stamp);
 }
 
 TEST(LaunchStamp, StaysTheSameWhenTheProcessBecomesAnotherProgram) {
   const TemporaryFolder folder;
   const WaitingInput input;
   const ChildProcess process([&](const ChildProcess::TellReady&) {
-    writeFile(folder / "stamp", std::to_string(launchStampOf(::getpid()).value()));
+    writeFile(folder / "stamp", std::to_string(port::launchStampOf(::getpid()).value()));
     makeLaterProcess(::getpid());
     input.becomeProgram(kCat, kCat);
   });
   EXPECT_EQ(shownArgumentsOf(process.pid()), std::vector<std::string>{kCat});
-  EXPECT_EQ(std::to_string(launchStampOf(process.pid()).value()), readFile(folder / "stamp"));
+  EXPECT_EQ(std::to_string(port::launchStampOf(process.pid()).value()), readFile(folder / "stamp"));
 }
 
 TEST(LaunchStamp, StaysTheSameWhenTheFirstThreadHasEnded) {
   const auto process = makeProcessWithoutFirstThread();
-  const std::optional<std::uint32_t> stamp = launchStampOf(process->pid());
+  const std::optional<std::uint32_t> stamp = port::launchStampOf(process->pid());
   ASSERT_TRUE(stamp);
-  EXPECT_EQ(launchStampOf(process->pid()), stamp);
+  EXPECT_EQ(port::launchStampOf(process->pid()), stamp);
 }
 
 TEST(LaunchStamp, DiffersForProcessesStartedAtDifferentTimes) {
   const auto first = makeWaitingProcess();
   const auto second = makeLaterProcess(first->pid());
-  EXPECT_NE(launchStampOf(first->pid()), launchStampOf(second->pid()));
+  EXPECT_NE(port::launchStampOf(first->pid()), port::launchStampOf(second->pid()));
 }
 
 TEST(LaunchStamp, DiffersForAnyTwoTimesOfOneBoot) {
@@ -251,13 +252,13 @@ TEST(LaunchStamp, IsMadeOfTheBootIdAndTheStartTime) {
   const auto process = makeWaitingProcess();
   const std::string boot = readProcFile("/proc/sys/kernel/random/boot_id").value();
   const std::string ticks = statField(readProcFile(procFolder(process->pid()) + "/stat").value(), 22).value();
-  EXPECT_EQ(launchStampOf(process->pid()), launchStamp(boot, std::stoull(ticks)));
+  EXPECT_EQ(port::launchStampOf(process->pid()), launchStamp(boot, std::stoull(ticks)));
 }
 
 TEST(LaunchStamp, IsUnknownForNoProcess) {
-  EXPECT_FALSE(launchStampOf(idOfEndedProcess()));
-  EXPECT_FALSE(launchStampOf(0));
-  EXPECT_FALSE(launchStampOf(-1));
+  EXPECT_FALSE(port::launchStampOf(idOfEndedProcess()));
+  EXPECT_FALSE(port::launchStampOf(0));
+  EXPECT_FALSE(port::launchStampOf(-1));
 }
 
 }  // namespace
