@@ -3,33 +3,42 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "files/DirectoryEnumerator.h"
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "files/Folder.h"
 #include "files/ItemPath.h"
 #include "objects/Path.h"
 #include "system/Port.h"
-#include "system/System.h"
 #include "system/Uninterrupted.h"
 
 namespace zk {
 
 namespace {
 
-SystemError syncItem(const std::string& path) {
+/// Waits for one item of a copied tree.
+/// @param entries receives what it holds if it is a folder
+SystemError syncItem(const std::string& path, std::vector<Entry>& entries) {
   constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
   const FileDescriptor item(uninterrupted([&] { return ::open(path.c_str(), kFlags); }));
   // A link reaches the disk together with its folder.
   if (!item.isOpen()) return errno == ELOOP ? SystemError() : lastError();
-  return port::waitUntilOnDrive(item.get());
+  if (const auto error = port::waitUntilOnDrive(item.get())) return error;
+  const auto error = port::readEntries(item.get(), entries);
+  return error.is(ENOTDIR) ? SystemError() : error;
 }
 
-/// Waits for each item of a copied tree separately.
-SystemError syncTree(const std::string& top) {
-  if (const auto error = syncItem(top)) return error;
-  const Ref<NSDirectoryEnumerator> items = makeDirectoryEnumerator(top, Descent::everywhere);
-  if (!items) return lastError();
-  while (const Ref<NSURL> item = items->nextObject()) {
-    if (const auto error = syncItem(fileSystemRepresentation(item->path()))) return error;
+/// Waits for each item of a copied tree separately. An item that cannot be waited for is an error, and so is a folder
+/// that cannot be read: what it holds may not have reached the disk.
+SystemError syncTree(std::string top) {
+  std::vector<std::string> remaining{std::move(top)};
+  while (!remaining.empty()) {
+    const std::string path = std::move(remaining.back());
+    remaining.pop_back();
+    std::vector<Entry> entries;
+    if (const auto error = syncItem(path, entries)) return error;
+    for (const Entry& entry : entries) remaining.push_back(joinedPath(path, entry.name));
   }
   return {};
 }

@@ -84,6 +84,26 @@ def test_a_backup_that_does_not_reach_the_disk_leaves_the_target_unchanged(scene
     assert not any(is_change(call) and call.is_on(scene.target.path) for call in trace.calls())
 
 
+def test_a_backup_that_cannot_be_waited_for_as_a_whole_leaves_the_target_unchanged(scene, traced):
+    # When the wait for the disk fails, each item is waited for. What a folder holds that cannot be read is not.
+    refusing_the_disk = refusing("syncfs", "EIO")
+    trace = traced(*refusing_the_disk)
+    assert scene.install(wrapper=trace.command) == INSTALLED
+    names = [call.name for call in trace.calls()]
+    read_before = names[: names.index("syncfs")].count("getdents64")
+
+    old = scene.target.tree()
+    folders = sum(mode.startswith("d") for mode, *_ in old.values())
+    assert folders > 3
+    for folder in range(folders):
+        scene.start_target()
+        # It takes two calls to read a folder.
+        refusing_a_folder = refusing("getdents64", "EIO", when=read_before + 1 + 2 * folder)
+        trace = traced(*refusing_the_disk, *refusing_a_folder)
+        assert scene.install(wrapper=trace.command) == failed_with("Unable to backup target.")
+        assert scene.target.tree() == old
+
+
 def test_a_new_version_that_does_not_reach_the_disk_is_not_installed(scene, traced):
     old = scene.target.tree()
     trace = traced(*REFUSING_AFTER_THE_BACKUP)
