@@ -19,7 +19,7 @@ class LinuxSystem final : public POSIXSystem {
   Ref<NSDictionary> ProcessInformationCopyDictionary(const ProcessSerialNumber& process,
                                                      std::uint32_t /*mask*/) override {
     if (port::existenceOf(process.pid) == port::Existence::gone) return nullptr;
-    const std::optional<ProcessOwner> owner = ownerOf(process.pid);
+    const std::optional<ProcessOwner> owner = isRoot() ? ownerOf(process.pid) : std::nullopt;
     Ref<NSMutableDictionary> information = std::make_shared<NSMutableDictionary>();
     const std::optional<Executable> executable = executableOf(process.pid);
     if (!executable) return information;
@@ -28,7 +28,7 @@ class LinuxSystem final : public POSIXSystem {
     const ProcessBundle found = bundleOfProcess(process.pid, *executable);
     if (!found.bundle) return information;
     information->setObject(found.bundle->bundleURL()->path(), ZKBundlePathKey);
-    rememberUser(found.bundle->bundleURL(), process.pid, owner);
+    if (isRoot()) rememberUser(found.bundle->bundleURL(), process.pid, owner);
     const Ref<NSString> identifier = found.bundle->bundleIdentifier();
     if (identifier) information->setObject(identifier, kCFBundleIdentifierKey);
     if (executable->isReplaced || found.isFromArguments) {
@@ -37,8 +37,8 @@ class LinuxSystem final : public POSIXSystem {
     return information;
   }
 
-  /// As the user whose process was the first to be looked up in this bundle; as this process's own user where that is
-  /// the same, or where no process was.
+  /// Root starts it as the user whose process was the first to be looked up in this bundle. Anybody else starts it as
+  /// themselves, and so does root where no process was looked up.
   bool launch(const Ref<NSURL>& bundle, const std::string& executable, const std::vector<std::string>& arguments,
               unsigned long /*options*/) override {
     const std::lock_guard lock(mutex_);

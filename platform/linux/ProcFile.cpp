@@ -4,13 +4,14 @@
 
 #include "system/FileDescriptor.h"
 #include "system/ReadingAndWriting.h"
+#include "system/Uninterrupted.h"
 
 namespace zk {
 
 std::string procFolder(std::int32_t pid) { return "/proc/" + std::to_string(pid); }
 
 std::optional<std::string> readProcFile(const std::string& path, std::size_t mostBytes) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
   std::string content;
   if (!file.isOpen() || readAll(file.get(), content, mostBytes)) return std::nullopt;
   return content;

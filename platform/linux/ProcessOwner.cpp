@@ -66,6 +66,8 @@ std::optional<LaunchUser> launchUserOf(std::int32_t pid, const std::optional<Pro
   return LaunchUser{*owner, std::move(*environment)};
 }
 
+bool isRoot() { return ::geteuid() == 0; }
+
 bool isUserOfThisProcess(const ProcessOwner& owner) { return owner.user == ::geteuid(); }
 
 }  // namespace zk

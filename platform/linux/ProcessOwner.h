@@ -36,6 +36,9 @@ struct LaunchUser {
 /// owner has changed, or if the process is another user's and its environment cannot be read.
 std::optional<LaunchUser> launchUserOf(std::int32_t pid, const std::optional<ProcessOwner>& owner);
 
+/// Whether this process acts as root, and so has to take care whom it starts a program as.
+bool isRoot();
+
 /// Whether this process already acts as that user.
 bool isUserOfThisProcess(const ProcessOwner& owner);
 

@@ -8,6 +8,7 @@ import pytest
 from support.bundles import give_to
 from support.installer import INSTALLED, failed_with
 from support.scene import IS_ROOT, RELAUNCH_ARGUMENTS
+from support.traces import Trace, why_not_traced
 
 USER, GROUP, GROUPS = 1234, 4321, [7, 65534, 100000]
 NOT_RELAUNCHED = failed_with("Unable to relaunch target application.").messages
@@ -141,3 +142,18 @@ def test_roots_own_application_gets_the_installers_environment(scene):
     assert report.status("Uid").split() == four_times(0)
     assert "OF_THE_TARGET=1" not in report.all("environment")
     assert f"ZK_REPORTS={scene.reports}" in report.all("environment")
+
+
+@pytest.mark.without_memcheck("it makes calls of its own")
+def test_an_ordinary_user_who_updates_their_own_application_looks_up_nobodys_user(scene, sanitizers):
+    if reason := "sanitizers make calls of their own" if sanitizers else why_not_traced(scene.folder):
+        pytest.skip(reason)
+    scene.become_unprivileged()
+    folder = scene.make_folder("for the trace")
+    folder.chmod(0o777)
+    trace = Trace(folder / "trace", "-e", "trace=openat,exit_group")
+    assert scene.install(wrapper=trace.command) == INSTALLED
+    assert len(scene.launched()) == 1
+    opened = [call.arguments for call in trace.calls()]
+    assert any(f'"/proc/{scene.running.pid}/' in arguments for arguments in opened)
+    assert not any(f'/{file}"' in arguments for arguments in opened for file in ("status", "environ"))

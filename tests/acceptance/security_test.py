@@ -196,6 +196,20 @@ def test_a_program_that_is_a_link_is_started_wherever_it_leads(scene):
     assert [report.version for report in scene.launched()] == ["outside"]
 
 
+@needs_two_users
+def test_the_installers_group_may_do_what_a_group_could_that_it_may_not_give_files_to(scene):
+    scene.become_unprivileged()
+    for bundle in (scene.target, scene.update):
+        secret = bundle.resources / "secret"
+        secret.write_text("secret\n")
+        os.chown(secret, NOBODY, 1234)
+        secret.chmod(0o640)
+    assert scene.install() == INSTALLED
+    for bundle in (Bundle(scene.backup()), scene.target):
+        copy = (bundle.resources / "secret").stat()
+        assert (copy.st_uid, copy.st_gid, stat.S_IMODE(copy.st_mode)) == (NOBODY, NOBODY, 0o640)
+
+
 # The process table
 
 
