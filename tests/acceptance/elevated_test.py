@@ -1,12 +1,15 @@
 """Root updates the application of another user: it is started again as that user, or not at all."""
 
 import os
+import signal
 import subprocess
+from pathlib import Path
 
 import pytest
 
 from support.bundles import give_to
 from support.installer import INSTALLED, failed_with
+from support.processes import eventually, stat_fields, stays
 from support.scene import IS_ROOT, RELAUNCH_ARGUMENTS
 from support.traces import Trace, why_not_traced
 
@@ -70,11 +73,36 @@ def test_it_is_started_as_its_user_after_a_failed_update_too(scene, session):
     assert report.version == "1"
 
 
-def test_the_umask_is_the_installers(scene, session):
+def test_umask_limits_priority_and_control_group_are_the_installers(scene, session):
     start_target_of_the_user(scene, session)
-    assert scene.install(wrapper=["sh", "-c", 'umask 027; exec "$0" "$@"']) == INSTALLED
+    wrapper = ["sh", "-c", 'umask 027; ulimit -n 123; exec nice -n 5 "$0" "$@"']
+    assert scene.install(wrapper=wrapper) == INSTALLED
     (report,) = scene.launched()
     assert report.status("Umask") == "0027"
+    assert ["Max", "open", "files", "123", "123", "files"] in [line.split() for line in report.all("limit")]
+    assert int(report.one("priority")) == os.nice(0) + 5
+    assert report.all("control-group") == Path("/proc/self/cgroup").read_text().splitlines()
+
+
+@pytest.mark.without_memcheck("it makes calls of its own")
+def test_a_user_who_stops_the_new_process_holds_up_an_installer_that_holds_nothing(scene, session):
+    if reason := why_not_traced(scene.folder):
+        pytest.skip(reason)
+    start_target_of_the_user(scene, session)
+    # Only the new process makes this call, to become the user's.
+    stopping = ["strace", "-D", "-f", "-qq", "-o", "/dev/null", "-e", "trace=setresuid",
+                "-e", "inject=setresuid:signal=STOP"]
+    run = scene.begin(wrapper=stopping)
+    scene.end_target()
+    new = int(eventually(Path(f"/proc/{run.pid}/task/{run.pid}/children").read_text, "a process is started"))
+    try:
+        eventually(lambda: stat_fields(new)[0] in "tT" and scene.is_nothing_held(), "it is stopped")
+        stays(lambda: not run.has_ended() and scene.is_nothing_held(), "the installer waits")
+    finally:
+        os.kill(new, signal.SIGKILL)
+    outcome = run.outcome()
+    assert (outcome.status, outcome.messages) == (0, NOT_RELAUNCHED)
+    assert scene.target.version() == "2"
 
 
 def test_an_installer_inside_the_bundle_does_not_start_it_as_root(scene, session):

@@ -17,6 +17,7 @@ The rest of it is shown by
 
 import os
 import plistlib
+import shutil
 import signal
 import stat
 import subprocess
@@ -228,11 +229,26 @@ def test_everybody_can_see_the_settings(scene):
 # The environment
 
 
-@pytest.mark.without_memcheck("valgrind writes to the folder for temporary files")
-def test_no_variable_moves_the_backup_or_names_a_file(scene):
-    names = ("TMPDIR", "HOME", "PATH", "LANGUAGE", "LC_ALL", "TZ")
-    assert scene.install(wrapper=["env", *(f"{name}=/nowhere/../../etc/passwd" for name in names)]) == INSTALLED
+def test_no_variable_moves_the_backup_or_names_a_file(scene, traced):
+    contents = scene.make_bundle(scene.folder / "Installer.app", "1").path / "Contents"
+    installer = shutil.copy(scene.installer, contents / "MacOS")
+    translations = contents / "Resources/de.lproj/Localizable.strings"
+    translations.parent.mkdir()
+    translations.write_text("{}")
+    names = ("TMPDIR", "HOME", "PATH", "LC_ALL", "LC_MESSAGES", "LANG")
+    variables = [*(f"{name}=/nowhere/../../etc/passwd" for name in names), "LANGUAGE=../../../../../etc/passwd:de"]
+    trace = traced("-e", "trace=openat,exit_group", *(word for text in variables for word in ("-E", text)))
+    # The reason why a taken lock cannot be had is translated.
+    scene.update_semaphore.create(taken=True)
+    run = scene.begin(wrapper=trace.command, installer=installer)
+    scene.update_semaphore.post()
+    eventually(scene.record_path().exists, "the lock was taken")
+    scene.end_target()
+    assert run.outcome().status == 0
     assert Bundle(scene.backup()).version() == "1"
+    opened = [call.arguments for call in trace.calls()]
+    assert any(str(translations) in arguments for arguments in opened)
+    assert not any("passwd" in arguments for arguments in opened)
 
 
 # Set-id

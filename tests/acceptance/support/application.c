@@ -12,6 +12,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -58,6 +59,9 @@ static void writeReport(int argumentCount, char** arguments, const char* folder)
   char path[PATH_MAX + 64];
   fprintf(report, "folder %s\n", getcwd(path, sizeof path) != NULL ? path : "?");
   reportFile(report, "status", "/proc/self/status");
+  reportFile(report, "limit", "/proc/self/limits");
+  reportFile(report, "control-group", "/proc/self/cgroup");
+  fprintf(report, "priority %d\n", getpriority(PRIO_PROCESS, 0));
 
   const ssize_t length = readlink("/proc/self/exe", path, PATH_MAX);
   if (length > 0) {
