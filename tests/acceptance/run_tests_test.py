@@ -11,7 +11,7 @@ import xml.etree.ElementTree as ElementTree
 
 import pytest
 
-from support.processes import eventually
+from support.processes import all_processes, eventually, stat_fields
 
 SKIPPED_BY_GOOGLETEST = "[ RUN      ] A.B\n/a/b.cpp:12: Skipped\nonly root may do this\n\n[  SKIPPED ] A.B (0 ms)\n"
 
@@ -97,23 +97,35 @@ def test_thing(thing):
 """
 
 
-@pytest.mark.parametrize("request_to_end", [signal.SIGINT, signal.SIGTERM])
-def test_ended_early_it_lets_the_tests_clean_up(checkout, tmp_path, request_to_end):
+def kill_session(leader):
+    for pid in all_processes():
+        fields = stat_fields(pid)
+        if fields and int(fields[3]) == leader:
+            os.kill(pid, signal.SIGKILL)
+
+
+# A script that starts something in the background ignores SIGINT for it.
+@pytest.mark.parametrize("started", ["--default-signal=INT", "--ignore-signal=INT"], ids=["alone", "in-background"])
+@pytest.mark.parametrize("request_to_end", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_ended_early_it_lets_the_tests_clean_up(checkout, tmp_path, started, request_to_end):
     (tmp_path / "thing_test.py").write_text(TEST_THAT_MUST_CLEAN_UP)
     instead_of_ctest = tmp_path / "ctest"
     instead_of_ctest.write_text("#!/bin/sh\nexec /usr/bin/python3 -m pytest -n 1 thing_test.py\n")
     instead_of_ctest.chmod(0o755)
     (tmp_path / "tools").mkdir()
     copy = shutil.copy(checkout / "tools/run_tests", tmp_path / "tools")
-    running = subprocess.Popen([copy], env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"},
+    running = subprocess.Popen(["env", "--default-signal=HUP", started, copy], start_new_session=True,
+                               env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"},
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     thing = tmp_path / "thing"
     try:
         eventually(thing.exists, "the test runs")
-    finally:
         running.send_signal(request_to_end)
         assert running.wait(60) != 0
-    assert not thing.exists()
+        assert not thing.exists()
+    finally:
+        kill_session(running.pid)
+        running.wait()
 
 
 def test_the_table_of_points_is_found_whole(run_tests):
