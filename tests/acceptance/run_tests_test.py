@@ -128,6 +128,20 @@ def test_ended_early_it_lets_the_tests_clean_up(checkout, tmp_path, started, req
         running.wait()
 
 
+def test_long_tests_are_counted_beside_a_file_that_cannot_be_read(run_tests, tmp_path, monkeypatch):
+    for folder in run_tests.RUNS:
+        tests = tmp_path / "tests" / folder
+        tests.mkdir(parents=True)
+        (tests / "broken_test.py").write_text("def\n")
+        (tests / "long_test.py").write_text("import pytest\n\n@pytest.mark.full\ndef test_long():\n    pass\n")
+    monkeypatch.setattr(run_tests, "CHECKOUT", tmp_path)
+    monkeypatch.setattr(run_tests, "PYTEST", ["/usr/bin/python3", "-m", "pytest", "-p", "no:cacheprovider"])
+    monkeypatch.delenv("PYTHONDONTWRITEBYTECODE", raising=False)
+    before = sorted(tmp_path.rglob("*"))
+    assert run_tests.deselected() == len(run_tests.LONG_COMMANDS) + len(run_tests.RUNS)
+    assert sorted(tmp_path.rglob("*")) == before, "nothing is left among the tests"
+
+
 def test_the_table_of_points_is_found_whole(run_tests):
     table = "matrix  tried  failed\na_test      5       0\n"
     assert run_tests.points_in(f"ok\n==== points ====\n{table}==== 1 passed ====\n") == table
