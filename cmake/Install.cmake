@@ -41,7 +41,8 @@ install(EXPORT zkupdater NAMESPACE zk:: FILE zkupdaterTargets.cmake DESTINATION 
 # Side by side in one folder, the headers include each other without folders.
 list(TRANSFORM ZK_PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE headers)
 install(CODE "
-  foreach(header IN ITEMS ${headers})
+  set(headers \"${headers}\")
+  foreach(header IN LISTS headers)
     cmake_path(GET header FILENAME name)
     set(installed \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/zkupdater/\${name}\")
     message(STATUS \"Installing: \${installed}\")

@@ -5,8 +5,8 @@ set(CMAKE_SYSTEM_NAME Darwin)
 
 cmake_path(SET zig NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../tools/zig)
 set(CMAKE_CXX_COMPILER ${zig} c++)
-set(CMAKE_CXX_ARCHIVE_CREATE "${zig} ar qc <TARGET> <OBJECTS>")
-set(CMAKE_CXX_ARCHIVE_FINISH "${zig} ranlib <TARGET>")
+set(CMAKE_CXX_ARCHIVE_CREATE "\"${zig}\" ar qc <TARGET> <OBJECTS>")
+set(CMAKE_CXX_ARCHIVE_FINISH "\"${zig}\" ranlib <TARGET>")
 
 # CMake would find this out with an option that this linker does not know.
 set(CMAKE_CXX_ABI_COMPILED TRUE)

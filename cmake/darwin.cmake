@@ -14,7 +14,7 @@ endmacro()
 # Of a shared library, only the names of the C interface can be seen, and in a build on Linux the compiler's own ones.
 function(zk_export_c_interface target)
   if(CMAKE_CROSSCOMPILING)
-    target_compile_options(zk_c PRIVATE "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/VisibleInterface.h")
+    target_compile_options(zk_c PRIVATE "SHELL:-include \"${PROJECT_SOURCE_DIR}/cmake/VisibleInterface.h\"")
   else()
     target_link_options(${target} PRIVATE LINKER:-exported_symbol,_zk_*)
   endif()

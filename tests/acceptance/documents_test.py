@@ -485,5 +485,5 @@ def test_all_but_the_systems_folder_is_built_with_posix_alone(checkout, build, s
     # As it stands the first would build in the checkout, where another build may be at work.
     assert compiling == "cmake --build build --target zkupdater_stand_in"
     assert (build / "tests/port/zkupdater_stand_in").is_file()
-    output = run_in(build.parent, testing.replace("--test-dir build", f"--test-dir {build}")).stdout
+    output = run_in(build.parent, testing.replace("--test-dir build", f"--test-dir '{build}'")).stdout
     assert re.search(r"100% tests passed, 0 tests failed out of 1\b", output)

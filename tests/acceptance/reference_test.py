@@ -1,6 +1,7 @@
 """The reference of the public headers: all that is public is documented."""
 
 import re
+import shlex
 import shutil
 import subprocess
 from pathlib import Path
@@ -16,7 +17,8 @@ def make_reference(build, tmp_path):
 
     def make_reference(headers):
         configuration = (build / "Doxyfile").read_text()
-        configuration += f'INPUT = {" ".join(map(str, headers))}\nOUTPUT_DIRECTORY = {tmp_path / "reference"}\n'
+        quoted = " ".join(f'"{header}"' for header in headers)
+        configuration += f'INPUT = {quoted}\nOUTPUT_DIRECTORY = "{tmp_path / "reference"}"\n'
         return subprocess.run(["doxygen", "-"], input=configuration, cwd=tmp_path, text=True, capture_output=True)
 
     return make_reference
@@ -25,7 +27,7 @@ def make_reference(build, tmp_path):
 @pytest.fixture
 def headers(build):
     found = re.search(r"^INPUT = (.*)$", (build / "Doxyfile").read_text(), re.MULTILINE)
-    return [Path(name) for name in found[1].split()]
+    return [Path(name) for name in shlex.split(found[1])]
 
 
 def test_everything_public_is_documented(make_reference, headers):

@@ -16,7 +16,7 @@ TEST(StaticObjects, MayUseTheLibrariesBeforeMainAndAfterIt) {
   std::filesystem::copy_file(ZK_STATIC_OBJECTS_PROGRAM, program, std::filesystem::copy_options::overwrite_existing);
   writeBundle(folder / "Updates/X.app");
 
-  EXPECT_EQ(outputOf("ZK_UPDATES=" + (folder / "Updates").string() + " " + program.string()),
+  EXPECT_EQ(outputOf("ZK_UPDATES='" + (folder / "Updates").string() + "' '" + program.string() + "'"),
             "first made\nlast made\nmain\nlast destroyed\nfirst destroyed\n");
 }
 
