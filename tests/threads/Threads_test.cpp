@@ -29,6 +29,7 @@ constexpr int kManyRounds = 300;
 void inThreads(int rounds, const std::function<void()>& use) {
   std::latch start(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&] {
       start.arrive_and_wait();
