@@ -1,5 +1,6 @@
 """What ./check builds for macOS on Linux. It cannot be run here, so this reads what the loader of macOS would read."""
 
+import os
 import re
 import shutil
 import subprocess
@@ -60,6 +61,18 @@ def test_programs_find_the_library_by_its_major_version(built):
 
 def test_a_processor_that_runs_only_signed_programs_runs_the_installer(built, processor):
     assert built("zkupdater").is_signed or processor != "arm64"
+
+
+@pytest.mark.skipif(shutil.which("npm") is None, reason="needs npm")
+def test_without_a_network_it_says_why_zig_cannot_be_fetched(checkout, tmp_path):
+    (tmp_path / "tools").mkdir()
+    copy = shutil.copy(checkout / "tools/zig", tmp_path / "tools")
+    nobody_answers = {"npm_config_registry": "http://127.0.0.1:1/", "npm_config_noproxy": "127.0.0.1",
+                      "npm_config_fetch_retries": "0", "npm_config_cache": str(tmp_path / "cache")}
+    result = subprocess.run([copy, "version"], env={**os.environ, **nobody_answers}, capture_output=True, text=True)
+    assert (result.returncode, result.stdout) == (1, "")
+    assert "ECONNREFUSED" in result.stderr
+    assert result.stderr.endswith("\nzig could not be fetched\n")
 
 
 def test_without_npm_one_line_says_that_nothing_is_built(checkout, tmp_path):
