@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from example_test import lock_of
+from support.example import lock_of
 from support.processes import eventually
 from support.semaphores import Semaphore
 

@@ -18,9 +18,9 @@ from pathlib import Path
 
 import pytest
 
-from example_test import Example
 from support.bundles import add_socket, tree
 from support.documents import commands, commands_in_text, documents, listings_by_name, run_in
+from support.example import Example
 from support.installer import INSTALLED, failed_creation
 from support.processes import eventually, stays
 from support.scene import RELAUNCH_ARGUMENTS

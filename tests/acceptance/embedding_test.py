@@ -8,9 +8,9 @@ from pathlib import Path
 
 import pytest
 
-from example_test import lock_of
 from support.compiling import compile_like
 from support.documents import commands, listings_by_name, run_in
+from support.example import lock_of
 from support.processes import eventually
 from support.semaphores import Semaphore
 

@@ -6,9 +6,9 @@ import time
 
 import pytest
 
-from example_test import lock_of
 from support.debian import output_of
 from support.documents import listings, only
+from support.example import lock_of
 from support.namespaces import PrivateMounts
 from support.scene import TIED
 from support.semaphores import Semaphore

@@ -10,8 +10,8 @@ from pathlib import Path
 
 import pytest
 
-from example_test import lock_of
 from support.display import START_LIMIT, Display
+from support.example import lock_of
 from support.processes import eventually
 from support.semaphores import Semaphore
 
