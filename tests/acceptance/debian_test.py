@@ -110,7 +110,7 @@ def test_they_are_installed_and_removed_without_a_trace_on_a_bare_system(package
         find /usr -name 'libzkupdater.so.1' | grep .
         ldconfig -p | grep libzkupdater.so.1
         apt-get purge --yes $(dpkg-query -W -f '${Package} ' '*zkupdater*') >/dev/null
-        ! dpkg-query -W '*zkupdater*' 2>/dev/null
+        if dpkg-query -W '*zkupdater*' 2>/dev/null; then exit 1; fi
         rm /root/*.deb
         """)
     assert f"{END}\n" in with_packages
