@@ -52,13 +52,18 @@ def pytest_terminal_summary(terminalreporter):
 
 
 @pytest.fixture
-def traced(request, scene, sanitizers, tmp_path):
-    """A function that makes a trace of a run of the scene, with more options of strace if need be."""
-    if request.config.getoption("--memcheck"):
-        pytest.skip("not under memcheck: it makes calls of its own")
+def expected_calls(scene, sanitizers):
+    """Skips the test if a run of the scene cannot be traced, or makes other system calls than the tests expect."""
     reason = "sanitizers make calls of their own" if sanitizers else why_not_traced(scene.folder)
     if reason:
         pytest.skip(reason)
+
+
+@pytest.fixture
+def traced(request, expected_calls, tmp_path):
+    """A function that makes a trace of a run of the scene, with more options of strace if need be."""
+    if request.config.getoption("--memcheck"):
+        pytest.skip("not under memcheck: it makes calls of its own")
     return lambda *options: Trace(tmp_path / f"trace-{len(os.listdir(tmp_path))}", *options)
 
 

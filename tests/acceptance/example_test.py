@@ -91,6 +91,7 @@ def test_an_installer_that_does_not_find_the_application_any_more_changes_nothin
     assert_updates(example)
 
 
+@pytest.mark.usefixtures("expected_calls")
 def test_an_incomplete_new_version_is_not_taken_for_an_installed_update(example):
     # The second wait for the disk is the one for the new bundle, which has all its files by then.
     killing = " ".join(killing_at("syncfs", 2))

@@ -11,6 +11,8 @@ from support.bundles import Bundle
 from support.installer import INSTALLED
 from support.traces import killing_at
 
+pytestmark = pytest.mark.usefixtures("expected_calls")
+
 # What a copy writes a file with: a clone, or where the file system has none, a copy.
 CONTENTS = "ioctl,copy_file_range"
 
