@@ -11,7 +11,7 @@ import pytest
 
 from injection.verdict import NOT_LAUNCHED, STOPPED_BEFORE_THE_SWAP, SWAP_FAILED, errors_in, is_same
 from injection.world import snapshot
-from support.installer import INSTALLED, Run
+from support.installer import INSTALLED
 from support.processes import eventually, stays
 from support.semaphores import Semaphore
 
@@ -33,12 +33,7 @@ class Crowd:
     def _start(self, semaphore, number):
         folder = self.world.folder / f"crowd-{number}"
         folder.mkdir()
-        settings = {"pid": self.target.pid, "updatePath": self.world.updates, "installerSemaphore": semaphore.name,
-                    "updateSemaphore": self.world.lock.name, "enableLog": "YES"}
-        run = Run([self.world.kit.installer, *(part for key, value in settings.items() for part in (f"-{key}", value))],
-                  folder, cwd=folder)
-        self.world.processes.append(run.process)
-        return run
+        return self.world.start_installer(self.world.settings(self.target, semaphore), folder)
 
     def let_go(self):
         self.target.kill()

@@ -137,19 +137,20 @@ def fill(mount, kilobytes):
 def check_full_disk(world, checkout, disk, template, kilobytes):
     """A run with so much room on a disk, then one with more. Hands back what the first came to."""
     with disk.at() as mount:
-        world.applications = mount / "Applications"
-        shutil.rmtree(world.applications, ignore_errors=True)
-        subprocess.run(["cp", "-a", template, world.applications], check=True)
-        world.target = Bundle(world.applications / "Editor.app")
-        world.old = snapshot(world.target.path)
-        ballast = fill(mount, kilobytes)
-        result = world.run()
-        ballast.unlink()
-        check_outcome(world, result)
-        check_next_run(world, checkout)
-        for process in world.processes:  # the new version runs from the disk
-            process.wait()
-        return result.outcome
+        try:
+            world.applications = mount / "Applications"
+            shutil.rmtree(world.applications, ignore_errors=True)
+            subprocess.run(["cp", "-a", template, world.applications], check=True)
+            world.target = Bundle(world.applications / "Editor.app")
+            world.old = snapshot(world.target.path)
+            ballast = fill(mount, kilobytes)
+            result = world.run()
+            ballast.unlink()
+            check_outcome(world, result)
+            check_next_run(world, checkout)
+            return result.outcome
+        finally:
+            world.end_processes()  # some run from the disk
 
 
 @pytest.mark.full

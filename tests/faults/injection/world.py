@@ -11,8 +11,7 @@ from typing import NamedTuple
 from support.bundles import EXECUTABLE, Bundle, make_bundle, remove_tree, tree
 from support.documents import commands, listings_by_name
 from support.installer import Outcome, Run
-from support.processes import eventually, program_of
-from support.scene import Report
+from support.scene import TIED, Report, end_process
 from support.semaphores import Semaphore
 
 from injection.calls import calls_in, number_of, numbers
@@ -167,9 +166,7 @@ class World:
         self.temporary_semaphores = []
 
     def close(self):
-        for process in self.processes:
-            process.kill()
-            process.wait()
+        self.end_processes()
         for semaphore in self.semaphores:
             semaphore.unlink()
         for file in self.temporary_semaphores:
@@ -178,17 +175,34 @@ class World:
         remove_tree(self.folder)
 
     def start(self, command, **options):
-        process = subprocess.Popen([*self.prefix, *command], stdin=subprocess.DEVNULL,
+        process = subprocess.Popen([*self.prefix, *TIED, *command], stdin=subprocess.DEVNULL,
                                    **{"stdout": subprocess.DEVNULL, **options})
         self.processes.append(process)
         return process
 
     def start_target(self):
         """Starts the old version; it is there when this returns."""
-        process = self.start([self.applications / "Editor.app/Contents/MacOS" / EXECUTABLE, "stay"])
-        if self.prefix:
-            eventually(lambda: program_of(process.pid) == EXECUTABLE, "the old version runs")
+        command = [self.applications / "Editor.app/Contents/MacOS" / EXECUTABLE, "stay"]
+        process = self.start(command, stdout=subprocess.PIPE)
+        with process.stdout:
+            assert process.stdout.readline(), "the old version does not run"
         return process
+
+    def start_installer(self, arguments, folder, wrapper=(), **options):
+        """Starts an installer in a folder, which gets its output and log. A wrapper is a command that starts it."""
+        run = Run([*self.prefix, *TIED, *wrapper, self.kit.installer, *arguments], folder, cwd=folder, **options)
+        self.processes.append(run.process)
+        return run
+
+    def end_processes(self):
+        while self.processes:
+            end_process(self.processes.pop())
+
+    def settings(self, target, installer_semaphore, **changes):
+        """The five settings of a run, with changes."""
+        values = {"pid": target.pid, "updatePath": self.updates, "installerSemaphore": installer_semaphore.name,
+                  "updateSemaphore": self.lock.name, "enableLog": "YES", **changes}
+        return [part for key, value in values.items() for part in (f"-{key}", value)]
 
     def run(self, *words, always=(), environment=None, wrapper=(), stderr=None, **changes):
         """A whole run with a new name for the installer semaphore. No sleep takes any time in it, and the old version
@@ -202,15 +216,11 @@ class World:
         reports.mkdir(parents=True)
         self.installer_semaphore = Semaphore(f"zk-faults-ready-{os.getpid()}-{next(_numbers)}")
         self.semaphores.append(self.installer_semaphore)
-        settings = {"pid": target.pid, "updatePath": self.updates, "installerSemaphore": self.installer_semaphore.name,
-                    "updateSemaphore": self.lock.name, "enableLog": "YES", **changes}
         rules = [f"always={numbers()[name]}:{number_of(error)}" for name, error in always]
         tracer = [self.kit.tracer, f"record={folder / 'record'}", f"target={target.pid}", *rules, *words]
-        arguments = [part for key, value in settings.items() for part in (f"-{key}", value)]
         environment = {**os.environ, "ZK_REPORTS": str(reports), **(environment or {})}
-        run = Run([*self.prefix, *tracer, *wrapper, self.kit.installer, *arguments], folder, env=environment,
-                  cwd=folder, stderr=stderr)
-        self.processes.append(run.process)
+        run = self.start_installer(self.settings(target, self.installer_semaphore, **changes), folder,
+                                   wrapper=[*tracer, *wrapper], env=environment, stderr=stderr)
         outcome = run.outcome(LIMIT)
         calls = calls_in(folder / "record")
         self.temporary_semaphores += [call.path for call in calls if call.path.startswith("/dev/shm/sem.")]
