@@ -1,5 +1,6 @@
 """Where the log goes, and that no trouble with it stops the work."""
 
+import errno
 import fcntl
 import os
 import re
@@ -9,6 +10,7 @@ import pytest
 
 from support.installer import INSTALLED, LINE
 from support.namespaces import PrivateMounts
+from support.processes import eventually
 
 
 def assert_installs(scene, **options):
@@ -18,6 +20,32 @@ def assert_installs(scene, **options):
     assert scene.target.version() == "2"
     assert scene.is_nothing_held()
     assert [report.version for report in scene.launched()] == ["2"]
+
+
+def available(stream):
+    """What can be read from a stream now: nothing at its end, None if it has to be waited for."""
+    os.set_blocking(stream.fileno(), False)
+    try:
+        return os.read(stream.fileno(), 1000)
+    except BlockingIOError:
+        return None
+    except OSError as error:
+        if error.errno != errno.EIO:  # a terminal's end
+            raise
+        return b""
+
+
+def all_from(stream):
+    """What comes from a stream until everybody has closed its other end."""
+    parts = []
+
+    def has_ended():
+        while part := available(stream):
+            parts.append(part)
+        return part == b""
+
+    eventually(has_ended, "the other end is closed")
+    return b"".join(parts)
 
 
 def messages_in(data):
@@ -36,7 +64,7 @@ def test_a_pipe_that_is_read_gets_every_line(scene, pipe):
     reading, writing = pipe
     assert_installs(scene, stderr=writing)
     writing.close()
-    assert messages_in(reading.read()) == ["Begin installation", "End installation"]
+    assert messages_in(all_from(reading)) == ["Begin installation", "End installation"]
 
 
 def test_a_socket_gets_every_line(scene):
@@ -44,16 +72,15 @@ def test_a_socket_gets_every_line(scene):
     with here, there:
         assert_installs(scene, stderr=there)
         there.close()
-        assert messages_in(here.makefile("rb").read()) == ["Begin installation", "End installation"]
+        assert messages_in(all_from(here)) == ["Begin installation", "End installation"]
 
 
 def test_a_terminal_gets_every_line(scene):
     here, there = os.openpty()
     with os.fdopen(here, "rb", buffering=0) as controller, os.fdopen(there, "wb", buffering=0) as terminal:
         assert_installs(scene, stderr=terminal)
-        text = b""
-        while not text.count(b"\n") == 2:
-            text += controller.read(1000)
+        terminal.close()
+        text = all_from(controller)
     assert messages_in(text.replace(b"\r\n", b"\n")) == ["Begin installation", "End installation"]
 
 
@@ -79,7 +106,7 @@ def test_a_pipe_without_a_reader_costs_only_the_lines(scene, pipe):
 def test_a_reader_that_goes_while_the_installer_waits_costs_only_the_last_line(scene, pipe):
     reading, writing = pipe
     run = scene.begin(stderr=writing)
-    assert messages_in(reading.read(1000)) == ["Begin installation"]
+    assert messages_in(eventually(lambda: available(reading), "a line has come")) == ["Begin installation"]
     reading.close()
     scene.end_target()
     assert run.status() == 0
