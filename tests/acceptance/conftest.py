@@ -17,13 +17,13 @@ def pytest_addoption(parser):
 
 
 def pytest_configure(config):
-    if config.getoption("--memcheck"):
+    if config.getoption("--memcheck", default=False):
         be_patient()
 
 
 def pytest_collection_modifyitems(config, items):
     items.sort(key=lambda item: item.get_closest_marker("full") is None)
-    if config.getoption("--memcheck"):
+    if config.getoption("--memcheck", default=False):
         others = [item for item in items if "scene" not in item.fixturenames]
         config.hook.pytest_deselected(items=others)
         items[:] = [item for item in items if item not in others]
@@ -32,7 +32,7 @@ def pytest_collection_modifyitems(config, items):
 @pytest.fixture(autouse=True)
 def leave_out_without_memcheck(request):
     """Skips what cannot run under memcheck when everything shall."""
-    if not request.config.getoption("--memcheck"):
+    if not request.config.getoption("--memcheck", default=False):
         return
     reason = memcheck.missing(request.getfixturevalue("sanitizers"))
     if marker := request.node.get_closest_marker("without_memcheck"):
@@ -62,7 +62,7 @@ def expected_calls(scene, sanitizers):
 @pytest.fixture
 def traced(request, expected_calls, tmp_path):
     """A function that makes a trace of a run of the scene, with more options of strace if need be."""
-    if request.config.getoption("--memcheck"):
+    if request.config.getoption("--memcheck", default=False):
         pytest.skip("not under memcheck: it makes calls of its own")
     return lambda *options: Trace(tmp_path / f"trace-{len(os.listdir(tmp_path))}", *options)
 
