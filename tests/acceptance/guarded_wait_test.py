@@ -8,11 +8,10 @@ import time
 
 import pytest
 
-from support import processes
 from support.installer import INSTALLED, seconds_since
 from support.processes import an_unused_pid, eventually, stays
 
-AT_ONCE = 5.0  # seconds; a holder without a record is waited for a hundred
+AT_ONCE = 60.0  # seconds, also for a slow installer: it would wait a hundred for a holder that it thinks alive
 
 
 @pytest.fixture
@@ -40,7 +39,7 @@ def assert_taken_over_at_once(scene):
     assert scene.update_semaphore.identity() != identity, "a new semaphore has replaced the old one"
     scene.end_target()
     assert run.outcome() == INSTALLED
-    assert seconds_since(start) < AT_ONCE * processes.slowness
+    assert seconds_since(start) < AT_ONCE
     assert scene.is_nothing_held()
 
 
@@ -120,7 +119,7 @@ def test_the_lock_is_taken_over_at_once_when_its_holder_dies(scene, holder):
     start = time.monotonic()
     holder.kill()
     assert run.outcome() == INSTALLED
-    assert seconds_since(start) < AT_ONCE * processes.slowness
+    assert seconds_since(start) < AT_ONCE
     assert scene.is_nothing_held()
 
 

@@ -187,7 +187,7 @@ TEST_F(CopySwap, ARemovalAfterTheCopyUsesThePathAgain) {
   EXPECT_FALSE(isThere(folder / "to"));
 }
 
-/// The longest time, in seconds, for something that would hang if it failed.
+/// The longest time, in seconds, for something that would hang if it failed; less than ctest gives a test.
 constexpr unsigned kLongestTime = 300;
 
 /// Lets a child process swap two items all the time while this one copies "from" again and again.

@@ -63,12 +63,15 @@ inline void fill(int descriptor) {
   ASSERT_EQ(::fcntl(descriptor, F_SETFL, flags), 0);
 }
 
+/// How many seconds a child process may log: far more than it takes, and less than ctest gives a test.
+inline constexpr unsigned kLongestLogging = 60;
+
 /// Logs in a child process that has `descriptor` as its standard error, and ends that process if it takes too long.
 /// @return its exit status, as ChildProcess::wait gives it
 inline int statusOfLogging(
     int descriptor, const std::string& message, const std::function<void()>& prepare = [] {}) {
   return statusInChild([&] {
-    ::alarm(10);
+    ::alarm(kLongestLogging);
     ::dup2(descriptor, STDERR_FILENO);
     prepare();
     writeLogLine(message);

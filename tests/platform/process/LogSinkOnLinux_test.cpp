@@ -207,7 +207,7 @@ class SystemLogTest : public ::testing::Test {
   /// Runs `body` with a socket of this type bound in the system log's place.
   static void withSystemLog(int type, const std::function<void(int socket)>& body) {
     const int status = statusInChild([&] {
-      ::alarm(10);
+      ::alarm(kLongestLogging);
       if (!enterOwnMounts() || ::mount("none", "/dev", "tmpfs", 0, nullptr) != 0) ::_exit(kNotPermitted);
       const FileDescriptor socket(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
       sockaddr_un address{AF_UNIX, "/dev/log"};

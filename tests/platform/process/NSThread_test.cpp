@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 
@@ -23,6 +24,13 @@ Clock::duration timeOfSleep(double seconds) {
   return Clock::now() - begin;
 }
 
+/// The shortest of some sleeps: a busy machine now and then keeps a process from going on.
+Clock::duration timeOfShortestSleep(double seconds) {
+  Clock::duration shortest = Clock::duration::max();
+  for (int attempt = 0; attempt < 10; ++attempt) shortest = std::min(shortest, timeOfSleep(seconds));
+  return shortest;
+}
+
 TEST(Sleep, LastsAsLongAsAsked) {
   EXPECT_GE(timeOfSleep(0.05), Milliseconds(50));
   EXPECT_GE(timeOfSleep(1.05), Milliseconds(1050));
@@ -31,7 +39,7 @@ TEST(Sleep, LastsAsLongAsAsked) {
 TEST(Sleep, EndsAtOnceWithoutAPositiveTime) {
   for (const double seconds : {0.0, -0.0, -1.0, -std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::denorm_min()}) {
-    EXPECT_LT(timeOfSleep(seconds), Milliseconds(500)) << seconds;
+    EXPECT_LT(timeOfShortestSleep(seconds), Milliseconds(500)) << seconds;
   }
 }
 
