@@ -1,16 +1,13 @@
 """Disks that are full or may not be written."""
 
 import os
-import sys
-from pathlib import Path
 
 import pytest
 
 from support.bundles import Bundle
 from support.installer import INSTALLED, failed_with
 from support.namespaces import PrivateMounts
-
-REFUSE_CALL = [sys.executable, str(Path(__file__).parent / "support/refuse_call.py")]
+from support.refuse_call import REFUSE_CALL
 
 
 @pytest.fixture

@@ -7,15 +7,13 @@ import pytest
 from support.bundles import Bundle
 from support.installer import INSTALLED, Outcome, failed_creation, failed_with
 from support.processes import a_kernel_thread, an_unused_pid
-from support.scene import IS_ROOT, NOBODY
+from support.scene import NOBODY, needs_two_users
 
 NOT_SPECIFIED = failed_creation("Target PID not specified.")
 NO_PROCESS = failed_creation("Unable to get target process serial number.")
 NO_BUNDLE = failed_creation("Unable to get target process bundle path.")
 NO_PATH = failed_creation("Invalid update path.")
 NOT_FOUND = failed_with("Unable to locate update bundle.")
-
-needs_two_users = pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
 
 
 # All settings

@@ -7,6 +7,7 @@ from pathlib import Path
 
 import pytest
 
+from support.compiling import compile_host
 from support.example import lock_of
 from support.processes import eventually
 from support.semaphores import Semaphore
@@ -52,10 +53,9 @@ def header(checkout):
     return checkout / "c/zkupdater.h"
 
 
-def compile_c(checkout, library, folder):
+def compiled(source, checkout, library, folder):
     program = folder / "c-host"
-    subprocess.run(["gcc", "-std=c11", "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", header(checkout).parent,
-                    HOSTS / "host.c", "-o", program, library, f"-Wl,-rpath,{library.parent}"], check=True)
+    compile_host(source, program, header(checkout).parent, library)
     return program
 
 
@@ -68,8 +68,8 @@ def declarations(checkout):
 
 @pytest.mark.parametrize("language", ["c", "py", "lua"])
 def test_an_application_in_another_language_updates_itself(checkout, library, scene, language):
-    program = compile_c(checkout, library, scene.folder) if language == "c" else HOSTS / f"host.{language}"
-    scene.program = program
+    source = HOSTS / f"host.{language}"
+    scene.program = compiled(source, checkout, library, scene.folder) if language == "c" else source
     old = scene.make_bundle(scene.applications / "Host.app", "1")
     scene.make_bundle(scene.updates / "Host.app", "2")
     lock = Semaphore(lock_of(old.path.resolve()))
@@ -136,8 +136,6 @@ int main(void) {
   return 0;
 }
 """)
-    program = tmp_path / "null"
-    subprocess.run(["gcc", "-std=c11", "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", header(checkout).parent,
-                    source, "-o", program, library, f"-Wl,-rpath,{library.parent}"], check=True)
+    program = compiled(source, checkout, library, tmp_path)
     told = subprocess.run([program], check=True, capture_output=True, text=True).stdout
     assert told == "22 " * 17 + "9 9 -1 .0 0 0 0"

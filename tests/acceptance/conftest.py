@@ -5,8 +5,8 @@ import pytest
 
 from support import memcheck
 from support.debian import BareSystem, make_packages
-from support.fixtures import (application, build, checkout, installer, prefix, sanitizers, scene,  # noqa: F401
-                              shown)
+from support.fixtures import (application, build, checkout, installer, prefix, release_build,  # noqa: F401
+                              sanitizers, scene, shown)
 from support.processes import be_patient
 from support.traces import Trace, why_not_traced
 

@@ -6,7 +6,8 @@ import subprocess
 
 import pytest
 
-from support.debian import build_id, files_below, output_of
+from support.debian import files_below, output_of
+from support.elf import build_id, sections
 from support.installer import END
 
 pytestmark = pytest.mark.xdist_group("debian")
@@ -72,10 +73,6 @@ def test_they_need_nothing_but_the_system_and_each_other_in_the_same_version(pac
     exactly = {name: f"{name} (= {version})" for name in ("zkupdater", "libzkupdater1")}
     assert depends_on(packages["libzkupdater-dev"]) == exactly
     assert depends_on(packages["zkupdater-dbg"]) == {"zkupdater": exactly["zkupdater"]}
-
-
-def sections(path):
-    return set(re.findall(r"\] (\.\w+)", output_of("readelf", "--wide", "--sections", path)))
 
 
 def test_binaries_are_stripped_and_their_symbols_are_where_debuggers_look(trees):

@@ -4,8 +4,6 @@ Each listing is carried out by a test that is marked with its name, here or in a
 are in embedding_test.py, those of the man pages in man_pages_test.py. Whoever adds a listing adds a test."""
 
 import ast
-import importlib.machinery
-import importlib.util
 import os
 import plistlib
 import re
@@ -18,6 +16,7 @@ from pathlib import Path
 
 import pytest
 
+from support import scripts
 from support.bundles import add_socket, tree
 from support.documents import commands, commands_in_text, documents, listings_by_name, run_in
 from support.example import Example
@@ -251,9 +250,7 @@ def test_the_commands_of_the_benchmark_are_understood(checkout, shown, monkeypat
     building, *lines = commands(shown[0])
     assert building in commands(listings_by_name(checkout)["README.md: sh 2"])
     monkeypatch.syspath_prepend(checkout / "bench")
-    loader = importlib.machinery.SourceFileLoader("install_benchmark", str(checkout / "bench/install"))
-    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("install_benchmark", loader))
-    loader.exec_module(module)
+    module = scripts.load(checkout / "bench/install")
     monkeypatch.setattr(os, "geteuid", lambda: 0)  # root may name all places
     for line in lines:
         program, *arguments = line.removeprefix("sudo ").split()

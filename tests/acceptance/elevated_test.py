@@ -10,13 +10,13 @@ import pytest
 from support.bundles import give_to
 from support.installer import INSTALLED, failed_with
 from support.processes import eventually, stat_fields, stays
-from support.scene import IS_ROOT, RELAUNCH_ARGUMENTS
+from support.scene import RELAUNCH_ARGUMENTS, needs_two_users
 from support.traces import Trace, why_not_traced
 
 USER, GROUP, GROUPS = 1234, 4321, [7, 65534, 100000]
 NOT_RELAUNCHED = failed_with("Unable to relaunch target application.").messages
 
-pytestmark = pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
+pytestmark = needs_two_users
 
 
 def four_times(number):

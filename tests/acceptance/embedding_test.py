@@ -8,9 +8,10 @@ from pathlib import Path
 
 import pytest
 
-from support.compiling import compile_like
+from support.compiling import compile_host, compile_like
 from support.documents import commands, listings_by_name, run_in
 from support.example import lock_of
+from support.installed import library_folder
 from support.processes import eventually
 from support.semaphores import Semaphore
 
@@ -65,10 +66,7 @@ def test_the_host_with_an_event_loop_compiles(prefix, tmp_path, shown):
 def test_the_host_in_c_works(prefix, tmp_path, shown):
     source = tmp_path / "host.c"
     source.write_text(shown[0])
-    (library,) = prefix.rglob("libzkupdater.so")
-    subprocess.run(["gcc", "-std=c11", "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", prefix / "include", source,
-                    "-o", tmp_path / "host", "-L", library.parent, "-lzkupdater", f"-Wl,-rpath,{library.parent}"],
-                   check=True)
+    compile_host(source, tmp_path / "host", prefix / "include", library_folder(prefix) / "libzkupdater.so")
     # It is in no bundle, and says so.
     result = subprocess.run([tmp_path / "host"], capture_output=True, text=True)
     assert (result.returncode, result.stdout) == (1, "")
@@ -77,10 +75,9 @@ def test_the_host_in_c_works(prefix, tmp_path, shown):
 
 @pytest.mark.listings("docs/embedding.md: python")
 def test_the_host_in_python_works(prefix, shown):
-    (library,) = prefix.rglob("libzkupdater.so")
     program = shown[0] + 'print(start_update("/bin/false", "/"))\n'
     result = subprocess.run(["/usr/bin/python3", "-"], input=program, text=True, capture_output=True,
-                            env={**os.environ, "LD_LIBRARY_PATH": str(library.parent)})
+                            env={**os.environ, "LD_LIBRARY_PATH": str(library_folder(prefix))})
     assert result.stdout == "The application runs from no bundle with an identifier.\nFalse\n", result.stderr
 
 

@@ -1,22 +1,16 @@
 """What makes errors that nobody has found yet harder to exploit."""
 
 import re
-import subprocess
 
 import pytest
 
+from support.elf import readelf
+
 
 @pytest.fixture
-def read(installer, build, sanitizers):
+def read(installer, release_build):
     """What readelf tells about the installer."""
-    if sanitizers or "CMAKE_BUILD_TYPE:STRING=RelWithDebInfo" not in (build / "CMakeCache.txt").read_text():
-        pytest.skip("only a release build is hardened")
-
-    def read(what):
-        command = ["readelf", "--wide", what, installer]
-        return subprocess.run(command, check=True, capture_output=True, text=True).stdout
-
-    return read
+    return lambda what: readelf(installer, what)
 
 
 def imported(read):

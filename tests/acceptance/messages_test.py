@@ -9,17 +9,14 @@ import os
 import plistlib
 import resource
 import shutil
-import sys
-from pathlib import Path
 
 import pytest
 
 from support.bundles import Bundle, add_socket
 from support.installer import INSTALLED, failed_creation, failed_with
 from support.processes import an_unused_pid
-from support.scene import IS_ROOT
-
-REFUSE_CALL = [sys.executable, str(Path(__file__).parent / "support/refuse_call.py")]
+from support.refuse_call import REFUSE_CALL
+from support.scene import needs_two_users
 
 
 def assert_old_version_is_started_again(scene):
@@ -99,7 +96,7 @@ def test_an_installer_semaphore_that_cannot_be_made(scene):
     assert_old_version_is_started_again(scene)
 
 
-@pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
+@needs_two_users
 def test_an_installer_semaphore_that_only_another_user_may_use(scene):
     scene.installer_semaphore.create()
     os.chmod(scene.installer_semaphore.file, 0o600)
@@ -126,7 +123,7 @@ def test_an_update_semaphore_that_cannot_be_made(scene):
     assert_old_version_is_started_again(scene)
 
 
-@pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
+@needs_two_users
 def test_the_lock_of_a_dead_holder_whose_name_another_user_may_not_remove(scene):
     scene.update_semaphore.create(taken=True)
     identity = scene.update_semaphore.identity()

@@ -1,7 +1,5 @@
 """tools/run_tests: how it reads the results of the two test runners, and how it ends them before their time."""
 
-import importlib.machinery
-import importlib.util
 import os
 import shutil
 import signal
@@ -11,6 +9,7 @@ import xml.etree.ElementTree as ElementTree
 
 import pytest
 
+from support import scripts
 from support.processes import all_processes, eventually, stat_fields
 
 SKIPPED_BY_GOOGLETEST = "[ RUN      ] A.B\n/a/b.cpp:12: Skipped\nonly root may do this\n\n[  SKIPPED ] A.B (0 ms)\n"
@@ -18,10 +17,7 @@ SKIPPED_BY_GOOGLETEST = "[ RUN      ] A.B\n/a/b.cpp:12: Skipped\nonly root may d
 
 @pytest.fixture(scope="module")
 def run_tests(checkout):
-    loader = importlib.machinery.SourceFileLoader("run_tests", str(checkout / "tools/run_tests"))
-    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("run_tests", loader))
-    loader.exec_module(module)
-    return module
+    return scripts.load(checkout / "tools/run_tests")
 
 
 @pytest.fixture

@@ -28,9 +28,7 @@ from support.bundles import Bundle
 from support.installer import INSTALLED
 from support.namespaces import PrivateMounts
 from support.processes import eventually, stays
-from support.scene import IS_ROOT, NOBODY
-
-needs_two_users = pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
+from support.scene import IS_ROOT, NOBODY, needs_two_users
 
 
 # The update folder

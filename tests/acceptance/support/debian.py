@@ -1,7 +1,6 @@
 """The Debian packages of a build, and systems to install them on."""
 
 import os
-import re
 import shlex
 import shutil
 import subprocess
@@ -53,10 +52,6 @@ def files_below(folder):
     found = (Path(top) / name for top, folders, files in os.walk(folder)
              for name in [*files, *(link for link in folders if os.path.islink(os.path.join(top, link)))])
     return {str(path.relative_to(folder)) for path in found}
-
-
-def build_id(path):
-    return re.search(r"Build ID: (\w+)", output_of("readelf", "--notes", path))[1]
 
 
 class BareSystem:

@@ -36,6 +36,14 @@ def sanitizers(build):
 
 
 @pytest.fixture(scope="session")
+def release_build(build, sanitizers):
+    """The folder of the build. Skips the test if others than users get such a build."""
+    if sanitizers or "CMAKE_BUILD_TYPE:STRING=RelWithDebInfo" not in (build / "CMakeCache.txt").read_text():
+        pytest.skip("needs a release build")
+    return build
+
+
+@pytest.fixture(scope="session")
 def prefix(build, sanitizers, tmp_path_factory):
     """The folder below which everything is installed."""
     if sanitizers:

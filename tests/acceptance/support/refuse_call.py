@@ -9,6 +9,9 @@ import os
 import struct
 import sys
 
+# The command that this is. Its arguments follow.
+REFUSE_CALL = [sys.executable, __file__]
+
 # Of the calls named "futex" only the waits fail. The C library would take any other failure for an error of its own.
 FUTEX_WAIT_BITSET, FUTEX_OPERATION = 9, 0x7F
 

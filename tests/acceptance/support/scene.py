@@ -8,6 +8,8 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+import pytest
+
 from support.bundles import give_to, make_bundle, remove_tree
 from support.installer import Run
 from support.processes import children, end_child, eventually, program_of, wait_for_end
@@ -15,6 +17,7 @@ from support.semaphores import Semaphore
 
 NOBODY = 65534
 IS_ROOT = os.geteuid() == 0
+needs_two_users = pytest.mark.skipif(not IS_ROOT, reason="needs two users, so it runs as root only")
 RELAUNCH_ARGUMENTS = ["-com.quillory.tavoro.update.AutoUpdateEnabled", "NO"]
 
 # What is started with this ends with the tests' own process, even if that is killed. A program that changes the user or
