@@ -11,7 +11,7 @@ from support.bundles import give_to
 from support.installer import INSTALLED, failed_with
 from support.processes import eventually, stat_fields, stays
 from support.scene import RELAUNCH_ARGUMENTS, needs_two_users
-from support.traces import Trace, why_not_traced
+from support.traces import Trace
 
 USER, GROUP, GROUPS = 1234, 4321, [7, 65534, 100000]
 NOT_RELAUNCHED = failed_with("Unable to relaunch target application.").messages
@@ -84,10 +84,9 @@ def test_umask_limits_priority_and_control_group_are_the_installers(scene, sessi
     assert report.all("control-group") == Path("/proc/self/cgroup").read_text().splitlines()
 
 
-@pytest.mark.without_memcheck("it makes calls of its own")
+@pytest.mark.usefixtures("expected_calls")
+@pytest.mark.without_memcheck("strace cannot follow it there")
 def test_a_user_who_stops_the_new_process_holds_up_an_installer_that_holds_nothing(scene, session):
-    if reason := why_not_traced(scene.folder):
-        pytest.skip(reason)
     start_target_of_the_user(scene, session)
     # Only the new process makes this call, to become the user's.
     stopping = ["strace", "-D", "-f", "-qq", "-o", "/dev/null", "-e", "trace=setresuid",
