@@ -9,7 +9,8 @@ import pytest
 
 from injection.calls import ERRORS, Call
 from injection.points import PARTS, PARTS_OF_SAMPLE, part_of, sample
-from injection.verdict import SWAP_FAILED, check_locks, is_same
+from injection.steps import SWAP_FAILED
+from injection.verdict import check_locks, is_same
 from injection.world import snapshot
 
 CHANGES = {

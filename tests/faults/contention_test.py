@@ -9,7 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from injection.verdict import NOT_LAUNCHED, STOPPED_BEFORE_THE_SWAP, SWAP_FAILED, errors_in, is_same
+from injection.steps import NOT_LAUNCHED, STOPPED_BEFORE_THE_SWAP, SWAP_FAILED
+from injection.verdict import errors_in, is_same
 from injection.world import snapshot
 from support.installer import INSTALLED
 from support.processes import eventually, stays

@@ -6,7 +6,7 @@ import pytest
 
 from injection.calls import ERRORS, NEVER_FAIL, Call
 from injection.points import PARTS, PARTS_OF_SAMPLE, part_of, sample
-from injection.verdict import check_locks, check_next_run, check_place, check_run
+from injection.verdict import check_locks, check_next_run, check_place, check_reason, check_run, errors_in
 from support.installer import BEGIN, END, INSTALLED
 
 STANDARD_ERROR = 2
@@ -70,6 +70,7 @@ def check_failure(kit, checkout, failure, always=()):
         if failure.is_of_the_log and result.outcome.messages != [BEGIN, END]:
             check_lost_line(world, result, checkout, left_out)
         else:
+            check_reason(failure.call, errors_in(result.outcome.messages))
             check_run(world, result, checkout, left_out)
 
 

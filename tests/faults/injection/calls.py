@@ -109,6 +109,7 @@ class Call(NamedTuple):
     argument: int
     result: int
     path: str
+    step: str  # of the run
 
     def __str__(self):
         return f"{'child: ' if self.process else ''}{self.name} {self.number} {self.path}".rstrip()
@@ -128,15 +129,15 @@ class Call(NamedTuple):
         return ERRORS[self.name] if self.name in ERRORS else ()
 
 
-def calls_in(record):
-    """The calls of the record that the tracer has written."""
+def calls_in(record, progress):
+    """The calls of the record that the tracer has written about a run."""
     counts = collections.Counter()
     calls = []
     for line in record.read_text(errors="surrogateescape").splitlines():
         process, number, argument, result, *path = line.split(" ", 4)
-        process, name = int(process), _names()[int(number)]
-        calls.append(Call(process, counts[process], name, counts[process, name], int(argument), int(result),
-                          "".join(path)))
+        process, name, path = int(process), _names()[int(number)], "".join(path)
+        calls.append(Call(process, counts[process], name, counts[process, name], int(argument), int(result), path,
+                          progress.step_of(name, path)))
         counts[process] += 1
         counts[process, name] += 1
     return calls

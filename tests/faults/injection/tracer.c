@@ -2,7 +2,8 @@
  *
  * usage: tracer [WORD=VALUE...] PROGRAM ARGUMENT...
  *
- * record=FILE          writes a line for each call: process, call number, first argument, result, path of an openat()
+ * record=FILE          writes a line for each call: process, call number, first argument, result, path of an openat(),
+ *                      a mkdirat() or an unlinkat()
  * target=PID           ends this process when the installer first sleeps; no sleep takes any time
  * fail=PROCESS:CALL:N:ERROR  the N-th call with this number fails with this error number and does nothing
  * kill=PROCESS:CALL:N  the process is killed when it makes its N-th call with this number, before that does anything
@@ -121,7 +122,8 @@ static int resultOf(const struct process* process, int index) {
 
 static void readPath(struct process* process) {
   process->path[0] = '\0';
-  if (process->entry.entry.nr != SYS_openat) return;
+  const unsigned long long call = process->entry.entry.nr;
+  if (call != SYS_openat && call != SYS_mkdirat && call != SYS_unlinkat) return;
   /* Up to the end of a page at a time: the next one may not be there. */
   unsigned long from = process->entry.entry.args[1];
   size_t length = 0;

@@ -1,33 +1,9 @@
 """Whether a run that something went wrong in has told the truth, and has left what docs/recovery.md promises."""
 
+from injection.steps import (NAMES_OF_STEPS, NOT_CREATED, NOT_LAUNCHED, NOTHING_CHANGED, STEPS,
+                             STOPPED_BEFORE_THE_SWAP, SWAP_FAILED)
 from injection.world import NEW, OLD, differences, snapshot, without
 from support.installer import BEGIN, END, INSTALLED
-
-SWAP_FAILED = "Copy update to target failed. Performing rollback."
-NOT_LAUNCHED = "Unable to relaunch target application."
-NOT_CREATED = "Initialization failed."
-
-# What a run may stop at with the old version untouched in its place.
-STOPPED_BEFORE_THE_SWAP = {
-    "Target PID not specified.",
-    "Unable to get target process serial number.",
-    "Unable to get target process info.",
-    "Unable to get target process bundle path.",
-    "Unable to get target process bundle id.",
-    "Invalid update path.",
-    "Invalid update directory.",
-    "Failed to create installer semaphore.",
-    "Failed to acquire installer semaphore.",
-    "Failed to create update semaphore.",
-    "Failed to acquire update semaphore.",
-    "Failed to watch target process exit.",
-    "Target process exit wait expired.",
-    "Unable to create File Manager.",
-    "Unable to locate update bundle.",
-    "Unable to create temporary directory.",
-    "Unable to backup target.",
-    "Bad target bundle backup url.",
-}
 
 
 def is_same(left, right, left_out=()):
@@ -58,7 +34,18 @@ def check_place(world, status, errors, left_out=()):
         return None
     assert reason in STOPPED_BEFORE_THE_SWAP, reason
     is_same(target, world.old)
+    if reason in NOTHING_CHANGED:
+        assert world.backups() == [], f"{reason} And yet there is a hidden folder."
+    else:
+        assert len(world.backups()) <= 1
     return OLD
+
+
+def check_reason(failed, errors):
+    """That the only call that failed has stopped the run, if at all, in its own step."""
+    # Who the target's user is, is asked at the beginning; without the answer nothing is started at the end.
+    if errors and not (failed.step == NAMES_OF_STEPS[0] and errors == [NOT_LAUNCHED]):
+        assert errors[0] in STEPS[failed.step], f"{errors[0]} The step that failed: {failed.step}."
 
 
 def check_launch(result, errors, standing):

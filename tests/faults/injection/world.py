@@ -15,6 +15,7 @@ from support.scene import TIED, Report, end_process
 from support.semaphores import Semaphore
 
 from injection.calls import calls_in, number_of, numbers
+from injection.steps import Progress
 
 SOURCES = Path(__file__).parent
 APPLICATION_SOURCE = SOURCES.parents[1] / "acceptance/support/application.c"
@@ -222,7 +223,8 @@ class World:
         run = self.start_installer(self.settings(target, self.installer_semaphore, **changes), folder,
                                    wrapper=[*tracer, *wrapper], env=environment, stderr=stderr)
         outcome = run.outcome(LIMIT)
-        calls = calls_in(folder / "record")
+        progress = Progress(self.installer_semaphore.file, self.lock.file, self.applications, self.updates)
+        calls = calls_in(folder / "record", progress)
         self.temporary_semaphores += [call.path for call in calls if call.path.startswith("/dev/shm/sem.")]
         told = [Report(path) for path in reports.iterdir() if not path.name.startswith(".")]
         return Result(outcome, calls, [" ".join(report.all("version")) for report in told])
