@@ -5,6 +5,10 @@ PARTS = 8
 PARTS_OF_SAMPLE = 2
 
 
+class NotTried(Exception):
+    """A run did not come to its point, or nothing could go wrong there."""
+
+
 def part_of(whole, part, parts):
     return whole[part::parts]
 
