@@ -11,37 +11,40 @@ FULL = ("ENOSPC", "EDQUOT", "EROFS")
 DENIED = ("EPERM", "EACCES")
 LACKING = ("ENOMEM",)
 NO_DESCRIPTOR = ("EMFILE", "ENFILE", "ENOMEM")
-MAKING = (*FULL, *DENIED, *LACKING, "EIO")
+CHANGING = (*FULL, *DENIED, *LACKING, "EIO")  # a folder or an item, also by removing it: a journal takes room
+OPENING = (*NO_DESCRIPTOR, *FULL, *DENIED, "EIO", "EINTR", "EAGAIN")
+MODE = (*FULL, *LACKING, "EPERM", "EIO", "EOPNOTSUPP")
+OWNER = (*FULL, *LACKING, "EPERM", "EIO", "EINVAL")
 ATTRIBUTE = (*DENIED, *LACKING, "EIO", "EOPNOTSUPP")
 
 # Not those that tell of an item or a process that is not there: a kernel does not tell that of one that is.
 ERRORS = {
-    "openat": (*NO_DESCRIPTOR, *FULL, *DENIED, "EIO", "EINTR"),
-    "open": (*NO_DESCRIPTOR, *FULL, *DENIED, "EIO", "EINTR"),
-    "read": ("EIO", "EINTR", "EAGAIN"),
-    "write": ("EIO", "ENOSPC", "EDQUOT", "EPERM", "EINTR", "EAGAIN", "EFBIG"),
+    "openat": OPENING,
+    "open": OPENING,
+    "read": ("EIO", "EINTR", "EAGAIN", "ENOMEM"),
+    "write": ("EIO", *FULL, *LACKING, "EPERM", "EINTR", "EAGAIN", "EFBIG"),
     "newfstatat": ("EACCES", "ENOMEM", "EIO"),
     "fstat": ("ENOMEM", "EIO"),
     "getdents64": ("EIO", "ENOMEM"),
     "access": ("EACCES", "EIO"),
     "readlink": ("EACCES", "EIO", "ENOMEM"),
     "readlinkat": ("EACCES", "EIO", "ENOMEM"),
-    "mkdir": MAKING,
-    "mkdirat": MAKING,
-    "mknodat": MAKING,
-    "symlinkat": MAKING,
-    "link": (*MAKING, "EMLINK", "EXDEV"),
-    "linkat": (*MAKING, "EMLINK", "EXDEV", "EOPNOTSUPP"),
-    "rename": (*MAKING, "EXDEV", "EBUSY"),
-    "renameat": (*MAKING, "EXDEV", "EBUSY"),
-    "unlink": (*DENIED, *LACKING, "EROFS", "EIO", "EBUSY"),
-    "unlinkat": (*DENIED, *LACKING, "EROFS", "EIO", "EBUSY"),
-    "chmod": ("EPERM", "EROFS", "EIO", "ENOMEM", "EOPNOTSUPP"),
-    "fchmod": ("EPERM", "EROFS", "EIO", "ENOMEM", "EOPNOTSUPP"),
-    "fchmodat": ("EPERM", "EROFS", "EIO", "ENOMEM", "EOPNOTSUPP"),
-    "fchown": ("EPERM", "EROFS", "EIO", "EDQUOT", "ENOMEM", "EINVAL"),
-    "fchownat": ("EPERM", "EROFS", "EIO", "EDQUOT", "ENOMEM", "EINVAL"),
-    "utimensat": (*DENIED, "EROFS", "EIO", "ENOMEM"),
+    "mkdir": CHANGING,
+    "mkdirat": CHANGING,
+    "mknodat": CHANGING,
+    "symlinkat": CHANGING,
+    "link": (*CHANGING, "EMLINK", "EXDEV"),
+    "linkat": (*CHANGING, "EMLINK", "EXDEV", "EOPNOTSUPP"),
+    "rename": (*CHANGING, "EXDEV", "EBUSY"),
+    "renameat": (*CHANGING, "EXDEV", "EBUSY"),
+    "unlink": (*CHANGING, "EBUSY"),
+    "unlinkat": (*CHANGING, "EBUSY"),
+    "chmod": MODE,
+    "fchmod": MODE,
+    "fchmodat": MODE,
+    "fchown": OWNER,
+    "fchownat": OWNER,
+    "utimensat": CHANGING,
     "flistxattr": (*ATTRIBUTE, "ERANGE"),
     "llistxattr": (*ATTRIBUTE, "ERANGE"),
     "fgetxattr": (*ATTRIBUTE, "ERANGE", "ENODATA"),
@@ -57,7 +60,7 @@ ERRORS = {
     "syncfs": ("EIO", "ENOSPC", "EDQUOT", "EINTR", "ENOSYS"),
     "fstatfs": ("EIO", "ENOMEM", "ENOSYS", "EINTR"),
     "lseek": ("EINVAL", "EIO"),
-    "ftruncate": ("EIO", "EINTR", "EPERM", "EROFS", "ENOSPC"),
+    "ftruncate": ("EIO", "EINTR", "EPERM", *FULL),
     "fcntl": ("EMFILE", "ENOMEM"),
     "pidfd_open": ("ENOSYS", "EPERM", *NO_DESCRIPTOR),
     "poll": ("EINTR", "ENOMEM"),
@@ -82,8 +85,6 @@ ERRORS = {
 # They cannot fail as they are used here, or do what they do also when they tell an error.
 NEVER_FAIL = {"brk", "close", "exit_group", "getpid", "gettid", "mprotect", "munmap", "prlimit64", "rt_sigaction",
               "rt_sigpending", "rt_sigprocmask", "set_robust_list", "uname", "umask", "getuid", "geteuid"}
-
-MAP_ANONYMOUS_DESCRIPTOR = (1 << 32) - 1
 
 
 @functools.cache
