@@ -179,6 +179,12 @@ def test_above_the_platform_there_are_no_system_headers_and_no_conditions(checko
         assert not re.search(r"^[ \t]*#[ \t]*(if|ifdef|ifndef|elif|else)\b", text, re.MULTILINE), path
 
 
+def test_nothing_that_runs_while_a_semaphore_is_held_includes_filesystem(checkout):
+    """Its iterators end the process in some libraries if memory runs out, and the semaphore would stay taken."""
+    held = sources(checkout, "updater", "semaphore", "errors", "platform")
+    assert [path for path in held if "filesystem" in includes(path)] == []
+
+
 SYSTEM_LIBRARIES = re.compile(
     r"(libstdc\+\+|libc\+\+|libc\+\+abi|libgcc_s|libunwind|libm|libc|libpthread|librt|libdl|ld-linux[-\w]*)\.so[.\d]*"
 )

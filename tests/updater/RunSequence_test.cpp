@@ -233,6 +233,14 @@ TEST_F(RunOutOfMemory, DoesNotEndTheRunIfItHappensInReleasing) {
   EXPECT_NE(std::find(system.events.begin(), system.events.end(), "launch"), system.events.end());
 }
 
+TEST_F(RunOutOfMemory, DoesNotKeepTheRollbackFromBeingTriedIfItHappensInItsLogLine) {
+  system.fileManager->failingCopy = 2;
+  system.failingMessage = "Performing rollback.";
+  EXPECT_EQ(runInstaller(), 1);
+  const std::string rollback = "copy /volume/.temporary/A.app to " + target();
+  EXPECT_NE(std::find(system.events.begin(), system.events.end(), rollback), system.events.end());
+}
+
 TEST_F(RunOutOfMemory, DoesNotEndTheRunIfItHappensInTheLastLogLine) {
   system.failingMessage = "End installation";
   EXPECT_EQ(runInstaller(), 0);
