@@ -7,16 +7,17 @@ import pytest
 from support.elf import readelf
 
 
-@pytest.fixture
-def read(installer, release_build):
-    """What readelf tells about the installer."""
-    return lambda what: readelf(installer, what)
+@pytest.fixture(params=["zkupdater", "c/libzkupdater.so"])
+def read(request, release_build):
+    """What readelf tells about the installer, or about the library."""
+    return lambda what: readelf(release_build / request.param, what)
 
 
 def imported(read):
     return set(re.findall(r" UND (\w+)", read("--dyn-syms")))
 
 
+@pytest.mark.parametrize("read", ["zkupdater"], indirect=True)
 def test_it_is_loaded_to_an_address_that_nobody_can_guess(read):
     assert re.search(r"Type: +DYN ", read("--file-header"))
     assert re.search(r"\(FLAGS_1\) .*\bPIE\b", read("--dynamic"))
