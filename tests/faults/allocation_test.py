@@ -5,6 +5,7 @@ from typing import NamedTuple
 import pytest
 
 from injection.points import PARTS, PARTS_OF_SAMPLE, part_of, sample
+from injection.situations import SITUATIONS
 from injection.verdict import check_locks, check_next_run, check_poor_run
 from injection.world import NEW
 from support.installer import INSTALLED
@@ -25,10 +26,10 @@ def run_with_allocator(world, environment):
     return world.run(f"preload={world.kit.allocator}", environment=environment)
 
 
-@pytest.fixture(scope="session")
-def refusals(kit):
+@pytest.fixture
+def refusals(kit, situation):
     """One for each allocation of a run that gets them all."""
-    with kit.world() as world:
+    with kit.world(situation) as world:
         count = world.folder / "count"
         result = run_with_allocator(world, {"ZK_COUNT": str(count)})
         assert result.outcome == INSTALLED
@@ -38,9 +39,9 @@ def refusals(kit):
 
 
 @pytest.fixture
-def refuse(kit, checkout):
+def refuse(kit, checkout, situation):
     def check(refusal):
-        with kit.world() as world:
+        with kit.world(situation) as world:
             result = run_with_allocator(world, refusal.environment())
             check_poor_run(world, result)
             check_locks(world)
@@ -56,5 +57,6 @@ def test_some_allocations_fail(try_all, refusals, refuse, part):
 
 @pytest.mark.full
 @pytest.mark.parametrize("part", range(PARTS))
+@pytest.mark.parametrize("situation", SITUATIONS, ids=str)
 def test_every_allocation_fails(try_all, refusals, refuse, part):
     try_all(part_of(refusals, part, PARTS), refuse)

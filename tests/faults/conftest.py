@@ -1,3 +1,4 @@
+import functools
 import sys
 from pathlib import Path
 
@@ -8,9 +9,9 @@ sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).resolve().parents
 pytest.register_assert_rewrite("injection.verdict")
 
 from injection.points import NotTried  # noqa: E402
-from injection.world import NEW, Kit  # noqa: E402
+from injection.situations import USUAL  # noqa: E402
+from injection.world import Kit, undisturbed_calls  # noqa: E402
 from support.fixtures import application, build, checkout, installer, sanitizers, scene  # noqa: E402, F401
-from support.installer import INSTALLED  # noqa: E402
 from support.processes import adopt_orphans  # noqa: E402
 
 
@@ -24,14 +25,20 @@ def kit(installer):  # noqa: F811
         kit.close()
 
 
+@pytest.fixture
+def situation():
+    return USUAL
+
+
 @pytest.fixture(scope="session")
-def calls(kit):
+def calls_of(kit):
+    return functools.cache(lambda situation: undisturbed_calls(kit, situation))
+
+
+@pytest.fixture
+def calls(calls_of, situation):
     """The system calls of a run that nothing disturbs."""
-    with kit.world() as world:
-        result = world.run()
-        assert result.outcome == INSTALLED
-        assert result.launched == [NEW]
-        return result.calls
+    return calls_of(situation)
 
 
 @pytest.fixture

@@ -6,6 +6,7 @@ import pytest
 
 from injection.calls import ERRORS, NEVER_FAIL, Call
 from injection.points import PARTS, PARTS_OF_SAMPLE, part_of, sample
+from injection.situations import OTHERS, SITUATIONS, USUAL
 from injection.verdict import check_locks, check_next_run, check_place, check_reason, check_run, errors_in
 from support.installer import BEGIN, END, INSTALLED
 
@@ -19,6 +20,7 @@ ALTERNATIVES = {
     ("copy_file_range", "ENOSYS"): ("read", "write", "lseek", "ftruncate"),
     ("pidfd_open", "ENOSYS"): ("openat", "read", "tgkill"),
     ("close_range", "ENOSYS"): ("openat", "getdents64"),
+    ("fstatfs", "ENOSYS"): ("fsync", "fchmod", "openat"),
     ("linkat", "EPERM"): ("openat", "newfstatat", "read", "write"),
 }
 
@@ -76,8 +78,8 @@ def check_lost_line(world, result, checkout, left_out):
     check_next_run(world, checkout)
 
 
-def check_failure(kit, checkout, failure, always=()):
-    with kit.world() as world:
+def check_failure(kit, checkout, failure, situation=USUAL, always=()):
+    with kit.world(situation) as world:
         result = world.run(failure.call.fail(failure.error), always=always)
         if failure.call.name == "fsync" and failure.error in NOT_ON_THE_DISK and always:
             assert result.outcome.status == 1, "a copy that is not on the disk counts as one"
@@ -92,8 +94,8 @@ def check_failure(kit, checkout, failure, always=()):
 
 
 @pytest.fixture
-def fail_at(kit, checkout):
-    return lambda failure: check_failure(kit, checkout, failure)
+def fail_at(kit, checkout, situation):
+    return lambda failure: check_failure(kit, checkout, failure, situation)
 
 
 @pytest.mark.parametrize("part", range(PARTS_OF_SAMPLE))
@@ -102,8 +104,15 @@ def test_calls_of_every_kind_fail_with_every_error(calls, try_all, fail_at, part
     try_all(part_of(chosen, part, PARTS_OF_SAMPLE), fail_at)
 
 
+@pytest.mark.parametrize("situation", OTHERS, ids=str)
+def test_calls_of_every_kind_fail_with_every_error_in_another_situation(calls, situation, try_all, fail_at):
+    chosen = [failure for failure in failures_of(calls) if failure.call.step == situation.step]
+    try_all(sample(chosen, lambda failure: (failure.call.name, failure.error), 1), fail_at)
+
+
 @pytest.mark.full
 @pytest.mark.parametrize("part", range(PARTS))
+@pytest.mark.parametrize("situation", SITUATIONS, ids=str)
 def test_every_call_fails_with_every_error(calls, try_all, fail_at, part):
     try_all(part_of(failures_of(calls), part, PARTS), fail_at)
 

@@ -1,10 +1,15 @@
 """An installer that is killed at each of its system calls."""
 
+import contextlib
+import tempfile
+
 import pytest
 
 from injection.points import PARTS, PARTS_OF_SAMPLE, NotTried, part_of, sample
+from injection.situations import OTHERS, SITUATIONS, USUAL
 from injection.steps import NOT_LAUNCHED
-from injection.world import NEW, differences, snapshot
+from injection.world import NEW, Kit, differences, snapshot, undisturbed_calls
+from power.disk import Disk, keep_mounts_private, missing
 from support.installer import BEGIN, END, INSTALLED, Outcome, run_with
 
 ALL_ATTEMPTS = 1000
@@ -53,8 +58,8 @@ def check_a_killed_new_process(result, call):
     assert result.launched == []
 
 
-def check_what_a_killed_installer_leaves(kit, checkout, call, windows):
-    with kit.world() as world:
+def check_what_a_killed_installer_leaves(kit, checkout, situation, call, windows):
+    with kit.world(situation) as world:
         result = world.run(call.kill())
         # How many of these it takes to make a semaphore is left to chance.
         is_by_chance = call.name == "getrandom"
@@ -79,8 +84,8 @@ def check_what_a_killed_installer_leaves(kit, checkout, call, windows):
 
 
 @pytest.fixture
-def kill_at(kit, checkout, calls):
-    return lambda call: check_what_a_killed_installer_leaves(kit, checkout, call, windows(calls))
+def kill_at(kit, checkout, situation, calls):
+    return lambda call: check_what_a_killed_installer_leaves(kit, checkout, situation, call, windows(calls))
 
 
 @pytest.mark.parametrize("part", range(PARTS_OF_SAMPLE))
@@ -89,7 +94,34 @@ def test_killed_at_calls_of_every_kind(calls, try_all, kill_at, part):
     try_all(part_of([*chosen], part, PARTS_OF_SAMPLE), kill_at)
 
 
+@pytest.mark.parametrize("situation", OTHERS, ids=str)
+def test_killed_at_calls_of_every_kind_in_another_situation(calls, situation, try_all, kill_at):
+    chosen = [call for call in calls if call.step == situation.step]
+    try_all(sample(chosen, lambda call: call.name, 2), kill_at)
+
+
 @pytest.mark.full
 @pytest.mark.parametrize("part", range(PARTS))
+@pytest.mark.parametrize("situation", SITUATIONS, ids=str)
 def test_killed_at_every_call(calls, try_all, kill_at, part):
     try_all(part_of(calls, part, PARTS), kill_at)
+
+
+@pytest.fixture(scope="module")
+def kit_on_xfs(installer):
+    if reason := missing():
+        pytest.skip(reason)
+    keep_mounts_private()
+    with tempfile.TemporaryDirectory(prefix="zk-kill-", dir="/dev/shm") as folder:
+        with Disk(folder, "xfs", is_forgetful=False).at() as mount, contextlib.closing(Kit(installer, mount)) as kit:
+            yield kit
+
+
+@pytest.mark.full
+@pytest.mark.parametrize("part", range(PARTS))
+def test_killed_at_every_call_where_copies_share_blocks(kit_on_xfs, checkout, try_all, part):
+    calls = undisturbed_calls(kit_on_xfs)
+    assert any(call.name == "ioctl" and call.result == 0 for call in calls), "blocks are shared"
+    stretches = windows(calls)
+    try_all(part_of(calls, part, PARTS),
+            lambda call: check_what_a_killed_installer_leaves(kit_on_xfs, checkout, USUAL, call, stretches))

@@ -4,6 +4,9 @@ SWAP_FAILED = "Copy update to target failed. Performing rollback."
 NOT_LAUNCHED = "Unable to relaunch target application."
 NOT_CREATED = "Initialization failed."
 
+LOCKING = "taking the update lock"
+SEARCHING = "waiting for the target's end and looking for the update"
+
 # The steps of a run, and what it may stop at in each.
 STEPS = {
     "looking for the target and the update folder": {
@@ -19,11 +22,11 @@ STEPS = {
         "Failed to create installer semaphore.",
         "Failed to acquire installer semaphore.",
     },
-    "taking the update lock": {
+    LOCKING: {
         "Failed to create update semaphore.",
         "Failed to acquire update semaphore.",
     },
-    "waiting for the target's end and looking for the update": {
+    SEARCHING: {
         "Failed to watch target process exit.",
         "Target process exit wait expired.",
         "Unable to create File Manager.",

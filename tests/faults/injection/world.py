@@ -10,11 +10,12 @@ from typing import NamedTuple
 
 from support.bundles import EXECUTABLE, Bundle, make_bundle, remove_tree, tree
 from support.documents import commands, listings_by_name
-from support.installer import Outcome, Run
+from support.installer import INSTALLED, Outcome, Run
 from support.scene import TIED, Report, end_process
 from support.semaphores import Semaphore
 
 from injection.calls import calls_in, number_of, numbers
+from injection.situations import USUAL
 from injection.steps import Progress
 
 SOURCES = Path(__file__).parent
@@ -104,9 +105,9 @@ def _complete(bundle):
 class Kit:
     """What all the worlds of one test process share: programs, and the bundles that each gets copies of."""
 
-    def __init__(self, installer):
+    def __init__(self, installer, place=None):
         self.installer = installer
-        self.folder = Path(tempfile.mkdtemp(prefix="zk-faults-", dir=_place()))
+        self.folder = Path(tempfile.mkdtemp(prefix="zk-faults-", dir=place or _place()))
         try:
             self._furnish()
         except BaseException:
@@ -132,9 +133,10 @@ class Kit:
         remove_tree(self.folder)
 
     @contextlib.contextmanager
-    def world(self):
+    def world(self, situation=USUAL):
         world = World(self)
         try:
+            situation.prepare(world)
             yield world
         finally:
             world.close()
@@ -165,6 +167,7 @@ class World:
         self.processes = []
         self.semaphores = [self.lock]
         self.temporary_semaphores = []
+        self.dead_holders_lock = None
 
     def close(self):
         self.end_processes()
@@ -234,6 +237,10 @@ class World:
     def record(self):
         return self.updates / f".{self.lock.name}.semaphore"
 
+    def state_of_lock(self):
+        """What tells it from another lock of this name, and from one with another record."""
+        return self.lock.identity(), self.record().read_bytes() if self.record().exists() else None
+
     def is_lock_taken(self):
         return self.lock.count() == 0
 
@@ -247,3 +254,12 @@ class World:
         for line in lines:
             line = line.replace(".Example.app-3f09c1d27ab4e856", backup.path.name).replace("Example.app", "Editor.app")
             subprocess.run(["sh", "-c", line], check=True, cwd=self.target.path.parent)
+
+
+def undisturbed_calls(kit, situation=USUAL):
+    """The system calls of a run that installs."""
+    with kit.world(situation) as world:
+        result = world.run()
+        assert result.outcome == INSTALLED
+        assert result.launched == [NEW]
+        return result.calls
