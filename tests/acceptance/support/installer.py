@@ -30,6 +30,18 @@ def failed_creation(reason):
     return Outcome(1, run_with(reason, "Initialization failed."))
 
 
+def lines_in(log):
+    """The lines of a log, split into their parts. Every line must have the same form."""
+    matches = [(line, LINE.fullmatch(line)) for line in log.splitlines()]
+    assert all(match for _, match in matches), f"a malformed line in the log:\n{log}"
+    assert log == "" or log.endswith("\n")
+    return [match.groupdict() for _, match in matches]
+
+
+def messages_in(log):
+    return [(f"{line['category']}: " if line["category"] else "") + line["message"] for line in lines_in(log)]
+
+
 class Outcome(NamedTuple):
     status: int
     messages: list
@@ -84,18 +96,10 @@ class Run:
         return self.process.wait(limit * processes.slowness)
 
     def lines(self):
-        """The lines of its log, split into their parts. Every line must have the same form."""
-        text = self.log_path.read_text()
-        matches = [(line, LINE.fullmatch(line)) for line in text.splitlines()]
-        assert all(match for _, match in matches), f"a malformed line in the log:\n{text}"
-        assert text == "" or text.endswith("\n")
-        return [match.groupdict() for _, match in matches]
+        return lines_in(self.log_path.read_text())
 
     def messages(self):
-        return [
-            (f"{line['category']}: " if line["category"] else "") + line["message"]
-            for line in self.lines()
-        ]
+        return messages_in(self.log_path.read_text())
 
     def outcome(self, limit=LIMIT):
         status = self.status(limit)
