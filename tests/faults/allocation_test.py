@@ -10,6 +10,8 @@ from injection.verdict import check_locks, check_next_run, check_poor_run
 from injection.world import NEW
 from support.installer import INSTALLED
 
+pytestmark = pytest.mark.usefixtures("no_sanitizers")
+
 
 class Refusal(NamedTuple):
     number: int

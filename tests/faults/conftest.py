@@ -26,6 +26,13 @@ def kit(installer):  # noqa: F811
 
 
 @pytest.fixture
+def no_sanitizers(sanitizers):  # noqa: F811
+    """Skips the test if sanitizers, too, take memory and make system calls in the installer."""
+    if sanitizers:
+        pytest.skip("sanitizers take memory and make calls of their own")
+
+
+@pytest.fixture
 def situation():
     return USUAL
 

@@ -220,6 +220,7 @@ def least_memory(kit):
     return next(size for size in range(1 << 20, 1 << 30, 1 << 14) if is_loaded(size))
 
 
+@pytest.mark.usefixtures("no_sanitizers")
 @pytest.mark.parametrize("step", [8, pytest.param(1, marks=pytest.mark.full)])
 def test_a_limit_on_memory(kit, checkout, try_all, step):
     runs = []

@@ -86,8 +86,9 @@ def a_kernel_thread():
 
 
 def an_unused_pid():
-    """An id that no process has or will have soon: the largest possible."""
-    pid = int(Path("/proc/sys/kernel/pid_max").read_text()) - 1
+    """An id that no process has or will have soon: the kernel hands ids out in ascending order, and has just handed out
+    a larger one."""
+    pid = int(Path("/proc/loadavg").read_text().split()[-1]) - 1
     while os.path.exists(f"/proc/{pid}"):
         pid -= 1
     return pid
