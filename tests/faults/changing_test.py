@@ -103,7 +103,7 @@ def check_log(world, result, change):
         later = NAMES_OF_STEPS[NAMES_OF_STEPS.index(change.call.step) :]
         assert any(errors[0] in STEPS[step] for step in later), f"{errors[0]} That comes before the change."
         if errors[0] in STOPPED_BEFORE_THE_SWAP:
-            assert any(is_the_bundle(taken, world.old, change.edit) for taken in targets(world)), "the target is spoiled"
+            assert any(is_the_bundle(taken, world.old, change.edit) for taken in targets(world)), "it is spoiled"
         if errors[0] in NOTHING_CHANGED:
             assert world.backups() == []
     return errors
