@@ -17,8 +17,6 @@ namespace zk {
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-
 constexpr double kPause = 0.05;  ///< seconds between two looks at the installer
 constexpr int kMostNames = 10;   ///< a name of 64 random bits is hardly taken even once
 constexpr std::chrono::milliseconds kLongestLimit = std::chrono::days(1);
@@ -69,7 +67,8 @@ Ref<ZKUpdateStart> ZKUpdateStart::startInstaller(const std::string& installer, c
 Ref<ZKUpdateStart> ZKUpdateStart::beginInstaller(const std::string& installer, const std::string& updateFolder,
                                                  const ZKUpdateOptions& options) {
   const Ref<ZKUpdateStart> start(new ZKUpdateStart);
-  start->deadline_ = std::chrono::steady_clock::now() + std::clamp(options.timeLimit, 0ms, kLongestLimit);
+  start->deadline_ = std::chrono::steady_clock::now() +
+                     std::clamp(options.timeLimit, std::chrono::milliseconds::zero(), kLongestLimit);
   const State state = start->begin(installer, updateFolder, options.mayBeOlder);
   if (state != State::waiting) start->finish(state);
   return start;
